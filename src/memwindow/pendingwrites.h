@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+/// A contiguous range of target memory that one write call covers.
+struct WriteRun {
+    std::uint64_t address;
+    std::vector<std::uint8_t> data;
+};
+
+/// What the user typed and the target has not been told yet.
+///
+/// Owned by one CHexEditor, used on the GUI thread only. Every change is kept as a record of its
+/// own; TakeRuns() turns the records into as few writes as cover them. Where records overlap, the
+/// one added last wins, byte by byte. Bytes at and past the end of the 32-bit space are dropped.
+class PendingWrites
+{
+public:
+    void Add(std::uint64_t address, std::span<const std::uint8_t> bytes);
+
+    [[nodiscard]] bool IsEmpty() const { return m_records.empty(); }
+
+    /// Replaces those of the given bytes that have a pending change. Bytes without one stay.
+    /// @return whether a byte was replaced
+    bool Overlay(std::uint64_t address, std::span<std::uint8_t> data) const;
+
+    /// Hands out the merged runs in address order and forgets all records. Runs that touch are one.
+    [[nodiscard]] std::vector<WriteRun> TakeRuns();
+
+private:
+    struct Record {
+        std::uint64_t address;
+        std::vector<std::uint8_t> data;
+
+        [[nodiscard]] std::uint64_t End() const { return address + data.size(); }
+    };
+
+    std::vector<Record> m_records; // in the order of typing
+};
