@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// Where the program lies and where it may write. Paths are NUL-terminated bytes in the caller's
+// buffer of `size` characters. Results are 0 for success and 1 for failure. Any thread.
+
+inline constexpr int SYS_PATH_OK = 0;
+inline constexpr int SYS_PATH_ERROR = 1;
+inline constexpr std::uint32_t SYS_MAX_PATH = 512;
+
+/// The program file of a process; empty when it cannot be told.
+void SYS_ExecutablePath(int processId, char *buffer, std::uint32_t size);
+
+/// The file that holds this very code, resolved through symbolic links; empty when unknown.
+void SYS_ModulePath(char *buffer, std::uint32_t size);
+
+/// The directory of SYS_ModulePath with its separator at the end; empty when the path has none.
+void SYS_ModuleDirectory(char *buffer, std::uint32_t size);
+
+/// Composes directory (which ends with a separator) and name, cut to the size.
+void SYS_ComposePath(char *buffer, std::uint32_t size, const char *directory, const char *name);
+
+/// The text after which a path's file name begins: behind its last '/' or '\'.
+[[nodiscard]] const char *SYS_FileName(const char *path);
+
+/// The user's configuration directory, created if missing, for this user alone.
+/// A path that had to be cut to the size (or to SYS_MAX_PATH) is a failure and creates nothing.
+int SYS_UserConfigDir(char *buffer, std::uint32_t size);
+
+/// A directory for temporary files, proved writable: the system's, else one of the user's own.
+/// Empty when there is neither.
+void SYS_TempDir(char *buffer, std::uint32_t size);
+
+/// Reads from the system's random source, once.
+/// @return the number of bytes read, which may be less than `count`, or -1
+int SYS_RandomBytes(void *buffer, std::size_t count);

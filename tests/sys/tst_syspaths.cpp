@@ -1,0 +1,187 @@
+#include "syslineedit.h"
+#include "syslinks.h"
+#include "syspaths.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <array>
+
+namespace
+{
+
+using Path = std::array<char, SYS_MAX_PATH>;
+
+constexpr std::array<std::array<const char *, 2>, 6> kLinks = {{
+    {"/usr/bin/pelimo", "/opt/app/bin/pelimo"},
+    {"/opt/app/bin/pelimo", "../lib/pelimo.real"},
+    {"link", "dir/other"},
+    {"dir/other", "end"},
+    {"/round/a", "b"},
+    {"/round/b", "a"},
+}};
+
+bool ReadFakeLink(const char *path, char *target, std::uint32_t size)
+{
+    for (const auto &[from, to] : kLinks) {
+        if (qstrcmp(path, from) == 0) {
+            qstrncpy(target, to, size);
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+class SysPathsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void linksAreFollowedToTheirEnd_data();
+    void linksAreFollowedToTheirEnd();
+    void aProgramStartedThroughTwoRelativeLinksFindsItself();
+    void pathsAreCutToTheirBuffers();
+    void theExecutableOfAProcessIsFound();
+    void theConfigurationDirectoryIsMade();
+    void withoutHomeThereIsNoConfigurationDirectory();
+    void theTemporaryDirectoryFallsBackToTheUsersOwn();
+    void randomBytesComeFromTheSystem();
+    void lineEditingIsOfferedWholeOrNotAtAll();
+};
+
+void SysPathsTest::linksAreFollowedToTheirEnd_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QByteArray>("path");
+    QTest::newRow("no link") << QByteArray("/opt/x/pelimo") << QByteArray("/opt/x/pelimo");
+    QTest::newRow("bare name through /usr/bin")
+        << QByteArray("pelimo") << QByteArray("/opt/app/bin/../lib/pelimo.real");
+    QTest::newRow("bare name elsewhere") << QByteArray("other") << QByteArray("other");
+    QTest::newRow("bare name that is a link itself") << QByteArray("link") << QByteArray("dir/end");
+    QTest::newRow("circle") << QByteArray("/round/a") << QByteArray("/round/a");
+}
+
+void SysPathsTest::linksAreFollowedToTheirEnd()
+{
+    QFETCH(QByteArray, name);
+    Path path;
+    SYS_ResolveModulePath(name.constData(), &ReadFakeLink, path.data(), SYS_MAX_PATH);
+    QTEST(QByteArray(path.data()), "path");
+}
+
+void SysPathsTest::aProgramStartedThroughTwoRelativeLinksFindsItself()
+{
+    const QTemporaryDir folder;
+    QVERIFY(QDir(folder.path()).mkpath("sub/bin"));
+    const QString real = folder.filePath("sub/bin/real");
+    QVERIFY(QFile::copy(WHEREAMI, real));
+    QVERIFY(QFile::link("bin/real", folder.filePath("sub/second")));
+    QVERIFY(QFile::link("sub/second", folder.filePath("first")));
+    QProcess program;
+    program.start(folder.filePath("first"), {});
+    QVERIFY(program.waitForFinished());
+    const QList<QByteArray> lines = program.readAllStandardOutput().split('\n');
+    QCOMPARE(lines.value(0), real.toUtf8());
+    QCOMPARE(lines.value(1), folder.filePath("sub/bin/").toUtf8());
+}
+
+void SysPathsTest::pathsAreCutToTheirBuffers()
+{
+    std::array<char, 8> text;
+    text.fill('#');
+    SYS_ComposePath(text.data(), 6, "/ab/", "cdef");
+    QCOMPARE(QByteArray(text.data(), 8), QByteArray("/ab/c\0##", 8));
+    text.fill('#');
+    SYS_ExecutablePath(SYS_MAX_PATH, text.data(), 0);
+    SYS_ModulePath(text.data(), 0);
+    SYS_ModuleDirectory(text.data(), 0);
+    QCOMPARE(text[0], '#');
+    SYS_ModulePath(text.data(), 4);
+    QCOMPARE(qstrlen(text.data()), 3U);
+    QCOMPARE(text[4], '#');
+}
+
+void SysPathsTest::theExecutableOfAProcessIsFound()
+{
+    Path path;
+    SYS_ExecutablePath(
+        static_cast<int>(QCoreApplication::applicationPid()), path.data(), SYS_MAX_PATH);
+    QCOMPARE(QString::fromUtf8(path.data()),
+        QFileInfo(QCoreApplication::applicationFilePath()).canonicalFilePath());
+    SYS_ExecutablePath(-1, path.data(), SYS_MAX_PATH);
+    QCOMPARE(path.data(), "");
+}
+
+void SysPathsTest::theConfigurationDirectoryIsMade()
+{
+    const QTemporaryDir home;
+    qputenv("HOME", home.path().toUtf8());
+    Path path;
+    QCOMPARE(SYS_UserConfigDir(path.data(), SYS_MAX_PATH), SYS_PATH_OK);
+    QCOMPARE(QString::fromUtf8(path.data()), home.filePath(".config/TOLVEN"));
+    QVERIFY(QFileInfo(path.data()).isDir());
+    QCOMPARE(SYS_UserConfigDir(path.data(), SYS_MAX_PATH), SYS_PATH_OK);
+
+    qputenv("HOME", home.filePath("a").toUtf8()); // does not exist
+    QCOMPARE(SYS_UserConfigDir(path.data(), SYS_MAX_PATH), SYS_PATH_ERROR);
+
+    // A cut path would be somebody else's directory.
+    qputenv("HOME", home.path().toUtf8());
+    const auto tooShort = static_cast<std::uint32_t>(home.path().size()) + 15;
+    QCOMPARE(SYS_UserConfigDir(path.data(), tooShort), SYS_PATH_ERROR);
+    QCOMPARE(QDir(home.filePath(".config")).entryList(QDir::Dirs | QDir::NoDotAndDotDot),
+        QStringList("TOLVEN"));
+}
+
+void SysPathsTest::withoutHomeThereIsNoConfigurationDirectory()
+{
+    qunsetenv("HOME");
+    Path path;
+    QCOMPARE(SYS_UserConfigDir(path.data(), SYS_MAX_PATH), SYS_PATH_ERROR);
+    qputenv("HOME", "");
+    QCOMPARE(SYS_UserConfigDir(path.data(), SYS_MAX_PATH), SYS_PATH_ERROR);
+}
+
+void SysPathsTest::theTemporaryDirectoryFallsBackToTheUsersOwn()
+{
+    const QTemporaryDir home;
+    qputenv("HOME", home.path().toUtf8());
+    Path path;
+    const QByteArray usable = home.path().toUtf8();
+    SYS_TempDirBelow(usable.constData(), path.data(), SYS_MAX_PATH);
+    QCOMPARE(path.data(), usable.constData());
+    QVERIFY(QDir(home.path()).isEmpty()); // the probe file is gone
+
+    SYS_TempDirBelow("/no/such/directory", path.data(), SYS_MAX_PATH);
+    QCOMPARE(QString::fromUtf8(path.data()), home.filePath(".TOLVEN"));
+    QVERIFY(QFileInfo(path.data()).isDir());
+    qunsetenv("HOME");
+    SYS_TempDirBelow("/no/such/directory", path.data(), SYS_MAX_PATH);
+    QCOMPARE(path.data(), "");
+}
+
+void SysPathsTest::randomBytesComeFromTheSystem()
+{
+    std::array<char, 16> first{};
+    std::array<char, 16> second{};
+    QCOMPARE(SYS_RandomBytes(first.data(), first.size()), 16);
+    QCOMPARE(SYS_RandomBytes(second.data(), second.size()), 16);
+    QVERIFY(first != second);
+}
+
+void SysPathsTest::lineEditingIsOfferedWholeOrNotAtAll()
+{
+    const SysLineEdit *const editor = SYS_LineEdit();
+    if (!editor)
+        QSKIP("no line-editing library on this system");
+    QCOMPARE(editor->AddHistory("a line"), 0);
+}
+
+QTEST_GUILESS_MAIN(SysPathsTest)
+#include "tst_syspaths.moc"
