@@ -1,0 +1,246 @@
+#include "probelibrary.h"
+
+#include "devicetable.h"
+#include "simbackend.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace OpenProbe
+{
+namespace
+{
+
+constexpr std::chrono::milliseconds kCloseWait{300};
+constexpr const char *kCanceledText = "Operation canceled";
+constexpr std::string_view kDeviceCommand = "Device";
+
+std::string_view WithoutBlanks(std::string_view text)
+{
+    while (!text.empty() && (text.front() == ' ' || text.front() == '\t'))
+        text.remove_prefix(1);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t'))
+        text.remove_suffix(1);
+    return text;
+}
+
+} // namespace
+
+std::unique_ptr<Backend> MakeBackend(const Selection &selection)
+{
+    return std::make_unique<SimBackend>(selection.simIndex);
+}
+
+ProbeLibrary &ProbeLibrary::Instance()
+{
+    static auto *const instance = new ProbeLibrary;
+    return *instance;
+}
+
+const char *ProbeLibrary::Open()
+{
+    const std::uint64_t mark = m_gate.BeginOpen();
+    m_gate.Enter();
+    const std::string error = OpenSelected(mark);
+    std::snprintf(m_errorText.data(), m_errorText.size(), "%s", error.c_str());
+    m_gate.Leave();
+    return error.empty() ? nullptr : m_errorText.data();
+}
+
+// The gate is held. A former connection may still be there: after a loss nobody closes it.
+std::string ProbeLibrary::OpenSelected(std::uint64_t mark)
+{
+    TearDown();
+    Selection selection;
+    {
+        const std::lock_guard lock(m_setupMutex);
+        selection = std::exchange(m_selection, std::nullopt).value_or(Selection{});
+        m_speedInUseKHz = 0;
+    }
+    if (!m_gate.ClearForOpen(mark))
+        return kCanceledText;
+    if (!selection.error.empty())
+        return selection.error;
+    auto backend = MakeBackend(selection);
+    std::string error = backend->Open(m_gate.Cancelled());
+    if (error.empty()) {
+        m_gate.WithState([&](bool) { m_backend = std::move(backend); });
+        if (m_gate.SetUp(mark))
+            return {};
+        TearDown();
+        return kCanceledText;
+    }
+    backend->Close();
+    return m_gate.Cancelled().IsRaised() ? kCanceledText : error;
+}
+
+void ProbeLibrary::Close()
+{
+    m_gate.Cancel();
+    if (!m_gate.EnterWithin(kCloseWait))
+        return; // whoever holds the gate sees the cancel and tears down
+    TearDown();
+    m_gate.Leave();
+}
+
+// The gate is held. Takes the back end out first, so that IsConnected never sees half of one.
+void ProbeLibrary::TearDown()
+{
+    std::unique_ptr<Backend> old;
+    m_gate.WithState([&](bool) {
+        old = std::move(m_backend);
+        m_connected = false;
+    });
+    if (old != nullptr)
+        old->Close();
+}
+
+// Ends an operation. A Close that could not wait for it left the tearing down to us.
+void ProbeLibrary::LeaveAfterUse()
+{
+    if (m_backend != nullptr && !m_backend->Alive())
+        m_gate.SetDown();
+    if (!m_gate.WithState([](bool up) { return up; }) && m_gate.Cancelled().IsRaised())
+        TearDown();
+    m_gate.Leave();
+}
+
+template <typename Function>
+auto ProbeLibrary::WithTarget(
+    Function function, decltype(function(std::declval<Backend &>())) whenDown)
+{
+    if (!m_gate.EnterWhileUp())
+        return whenDown;
+    auto result = whenDown;
+    try {
+        if (m_backend != nullptr && m_backend->Alive())
+            result = function(*m_backend);
+    } catch (...) {
+        LeaveAfterUse();
+        throw;
+    }
+    LeaveAfterUse();
+    return result;
+}
+
+bool ProbeLibrary::IsConnected()
+{
+    return m_gate.WithState([this](bool up) {
+        return up && m_connected && m_backend != nullptr && m_backend->Alive();
+    });
+}
+
+bool ProbeLibrary::Connect()
+{
+    TargetSetup setup;
+    {
+        const std::lock_guard lock(m_setupMutex);
+        setup = m_setup;
+    }
+    std::uint32_t speed = 0;
+    const bool connected = WithTarget(
+        [&](Backend &backend) {
+            if (!backend.Connect(setup))
+                return false;
+            speed = backend.SetSpeed(setup.speedKHz);
+            m_gate.WithState([this](bool up) { m_connected = up; });
+            return true;
+        },
+        false);
+    const std::lock_guard lock(m_setupMutex);
+    m_speedInUseKHz = speed;
+    return connected;
+}
+
+void ProbeLibrary::Select(Selection selection)
+{
+    const std::lock_guard lock(m_setupMutex);
+    m_selection = std::move(selection);
+}
+
+bool ProbeLibrary::ExecCommand(std::string_view command, std::string &reply)
+{
+    const std::size_t equals = command.find('=');
+    const std::string_view name = WithoutBlanks(command.substr(0, equals));
+    if (equals == std::string_view::npos || name != kDeviceCommand) {
+        reply = "Unknown command: " + std::string(name);
+        return false;
+    }
+    const std::string device(WithoutBlanks(command.substr(equals + 1)));
+    const bool known = FindDevice(device.c_str()) != nullptr;
+    reply = known ? std::string{} : "Unknown device: " + device;
+    const std::lock_guard lock(m_setupMutex);
+    m_setup.device = device;
+    return known;
+}
+
+void ProbeLibrary::SetEndian(int endianMode)
+{
+    const std::lock_guard lock(m_setupMutex);
+    m_setup.endianMode = endianMode;
+}
+
+bool ProbeLibrary::SelectInterface(int targetInterface)
+{
+    static constexpr std::array kKnown = {0, 1, 3, 4}; // JTAG, SWD, FINE, ICSP
+    if (std::ranges::find(kKnown, targetInterface) == kKnown.end())
+        return false;
+    const std::lock_guard lock(m_setupMutex);
+    m_setup.targetInterface = targetInterface;
+    return true;
+}
+
+void ProbeLibrary::ConfigureChain(int irPre, int drPre)
+{
+    const std::lock_guard lock(m_setupMutex);
+    m_setup.irPre = irPre;
+    m_setup.drPre = drPre;
+}
+
+void ProbeLibrary::SetSpeed(std::uint32_t speedKHz, bool maximum)
+{
+    {
+        const std::lock_guard lock(m_setupMutex);
+        m_setup.speedKHz = speedKHz;
+        m_setup.maxSpeed = maximum;
+    }
+    if (!IsConnected())
+        return; // Connect applies it
+    const std::uint32_t inUse = WithTarget(
+        [&](Backend &backend) { return backend.SetSpeed(speedKHz); }, std::uint32_t{0});
+    const std::lock_guard lock(m_setupMutex);
+    m_speedInUseKHz = inUse;
+}
+
+std::uint32_t ProbeLibrary::SpeedKHz()
+{
+    const std::lock_guard lock(m_setupMutex);
+    return m_speedInUseKHz;
+}
+
+std::uint32_t ProbeLibrary::CoreId()
+{
+    return WithTarget([this](Backend &backend) { return m_connected ? backend.CoreId() : 0U; }, 0U);
+}
+
+int ProbeLibrary::Read(std::uint32_t address, std::span<std::uint8_t> data, std::uint32_t width)
+{
+    return WithTarget(
+        [&](Backend &backend) {
+            return m_connected ? backend.Read(address, data, width) : kTransferFailed;
+        },
+        kTransferFailed);
+}
+
+int ProbeLibrary::Write(
+    std::uint32_t address, std::span<const std::uint8_t> data, std::uint32_t width)
+{
+    return WithTarget(
+        [&](Backend &backend) {
+            return m_connected ? backend.Write(address, data, width) : kTransferFailed;
+        },
+        kTransferFailed);
+}
+
+} // namespace OpenProbe
