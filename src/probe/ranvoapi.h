@@ -26,10 +26,10 @@ extern "C" {
 
 #pragma pack(push, 4)
 /* One known target device. Packed to words: the name pointer stands at offset 4. */
-typedef struct RanvoDeviceInfo {
-    uint32_t sizeOfStruct;    /* RANVO_DEVICE_INFO_SIZE, set by the caller */
-    const char *name;         /* owned by the library */
-    const char *manufacturer; /* owned by the library */
+typedef struct RanvoDeviceInfo { /* NOLINT(modernize-use-using): plain C */
+    uint32_t sizeOfStruct;       /* RANVO_DEVICE_INFO_SIZE, set by the caller */
+    const char *name;            /* owned by the library */
+    const char *manufacturer;    /* owned by the library */
     uint32_t coreId;
     uint32_t flashAddress;
     uint32_t flashSize; /* bytes */

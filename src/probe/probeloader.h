@@ -1,0 +1,21 @@
+#pragma once
+
+// Loads the probe library at run time and finds functions in it. The library is never linked, never
+// closed and never replaced once it is loaded. All messages go to standard output. Any thread.
+
+inline constexpr int PROBE_LOAD_OK = 0;
+inline constexpr int PROBE_LOAD_ERROR = 1;
+inline constexpr int PROBE_TRY_ERROR = -1;
+
+/// Loads the library, if it is not loaded yet. A failed search is repeated at the next call.
+/// @param exitOnFailure  end the process with status 1 when no library file is found
+/// @return PROBE_LOAD_OK or PROBE_LOAD_ERROR
+int PROBE_LoadLibrary(bool exitOnFailure);
+
+/// Loads the library without ever ending the process.
+/// @return PROBE_LOAD_OK or PROBE_TRY_ERROR
+int PROBE_TryLoadLibrary();
+
+/// The address of a function of the library, which is loaded first; without a library the process
+/// ends. A function that the library lacks is reported at every call and gives null.
+[[nodiscard]] void *PROBE_ResolveFunction(const char *name);
