@@ -1,0 +1,134 @@
+#include "ctableview.h"
+
+#include "cdevicedatamodel.h"
+
+#include <QAbstractItemDelegate>
+#include <QHeaderView>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScrollBar>
+
+#include <utility>
+
+namespace {
+
+/// Paints the filter row where the scrolled table hides it.
+class FilterStrip : public QWidget {
+public:
+    explicit FilterStrip(CTableView *view)
+        : QWidget(view)
+        , m_view(view)
+    {
+        setObjectName(QStringLiteral("pFilterStrip"));
+        setCursor(Qt::IBeamCursor);
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        const QAbstractItemModel *model = m_view->model();
+        painter.setPen(palette().color(QPalette::Mid));
+        for (int column = 0; model != nullptr && column < model->columnCount(); ++column) {
+            const int leftPx = m_view->columnViewportPosition(column);
+            QStyleOptionViewItem option;
+            option.initFrom(m_view);
+            option.state = QStyle::State_Enabled; // the focus is not the strip's
+            option.displayAlignment = Qt::AlignLeft | Qt::AlignVCenter;
+            option.rect = QRect(leftPx, 0, m_view->columnWidth(column) - 1, height() - 1);
+            const QModelIndex cell = model->index(kFilterRow, column);
+            m_view->itemDelegateForIndex(cell)->paint(&painter, option, cell);
+            painter.drawLine(
+                option.rect.right() + 1, 0, option.rect.right() + 1, option.rect.bottom());
+        }
+        painter.drawLine(0, height() - 1, width() - 1, height() - 1);
+    }
+
+    void mousePressEvent(QMouseEvent *event) override
+    {
+        m_view->EditFilter(m_view->columnAt(event->position().toPoint().x()));
+    }
+
+private:
+    CTableView *m_view;
+};
+
+} // namespace
+
+CTableView::CTableView(QWidget *parent)
+    : QTableView(parent)
+    , m_filterStrip(new FilterStrip(this))
+{
+    m_filterStrip->hide();
+}
+
+void CTableView::setModel(QAbstractItemModel *newModel)
+{
+    if (model() != nullptr)
+        disconnect(model(), nullptr, m_filterStrip, nullptr);
+    QTableView::setModel(newModel);
+    const auto repaint = qOverload<>(&QWidget::update);
+    if (newModel != nullptr)
+        connect(newModel, &QAbstractItemModel::dataChanged, m_filterStrip, repaint);
+    connect(horizontalHeader(), &QHeaderView::sectionResized, m_filterStrip, repaint);
+}
+
+void CTableView::EditFilter(int column)
+{
+    if (model() == nullptr || column < 0)
+        return;
+    const QModelIndex cell = model()->index(kFilterRow, column);
+    scrollToTop();
+    setCurrentIndex(cell); // opens the editor unless the cell was current before
+    if (QWidget *editor = indexWidget(cell))
+        editor->setFocus();
+    else
+        edit(cell);
+}
+
+void CTableView::scrollTo(const QModelIndex &index, ScrollHint hint)
+{
+    QTableView::scrollTo(index, hint);
+    // The strip covers the first line of a scrolled table: uncover the row wanted.
+    const int hiddenPx = FilterRowHeightPx() - visualRect(index).top();
+    if (index.isValid() && index.row() != kFilterRow && hiddenPx > 0)
+        verticalScrollBar()->setValue(verticalScrollBar()->value() - hiddenPx);
+}
+
+void CTableView::mousePressEvent(QMouseEvent *event)
+{
+    QTableView::mousePressEvent(event);
+    emit Clicked(event->position().toPoint(), static_cast<int>(event->button()));
+}
+
+void CTableView::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    QTableView::mouseDoubleClickEvent(event);
+    emit DoubleClicked(event->position().toPoint(), static_cast<int>(event->button()));
+}
+
+void CTableView::updateGeometries()
+{
+    QTableView::updateGeometries();
+    PlaceFilterStrip();
+}
+
+void CTableView::scrollContentsBy(int dx, int dy)
+{
+    QTableView::scrollContentsBy(dx, dy);
+    PlaceFilterStrip();
+}
+
+int CTableView::FilterRowHeightPx() const
+{
+    return model() != nullptr && model()->rowCount() > kFilterRow ? rowHeight(kFilterRow) : 0;
+}
+
+void CTableView::PlaceFilterStrip()
+{
+    const QRect shown = viewport()->geometry();
+    m_filterStrip->setGeometry(shown.x(), shown.y(), shown.width(), FilterRowHeightPx());
+    m_filterStrip->setVisible(verticalScrollBar()->value() > 0);
+    m_filterStrip->raise();
+    m_filterStrip->update();
+}

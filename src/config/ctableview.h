@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QTableView>
+
+/// The device table: reports where the mouse was pressed, and keeps the filter row in reach.
+///
+/// While the table is scrolled down, a strip over its first line shows the filter row; a press on
+/// it leads back to the real one.
+class CTableView : public QTableView {
+    Q_OBJECT
+
+public:
+    explicit CTableView(QWidget *parent = nullptr);
+
+    /// Scrolls to the filter row and opens its editor in a column.
+    void EditFilter(int column);
+
+    void setModel(QAbstractItemModel *model) override;
+    void scrollTo(const QModelIndex &index, ScrollHint hint = EnsureVisible) override;
+
+signals:
+    /// A mouse button went down inside the table; the position is the viewport's.
+    void Clicked(QPoint position, int button);
+    void DoubleClicked(QPoint position, int button);
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void updateGeometries() override;
+    void scrollContentsBy(int dx, int dy) override;
+
+private:
+    [[nodiscard]] int FilterRowHeightPx() const;
+    void PlaceFilterStrip();
+
+    QWidget *m_filterStrip;
+};

@@ -1,0 +1,207 @@
+#include "cdevicedatamodel.h"
+#include "cdevicedataproxymodel.h"
+#include "devicefixture.h"
+
+#include <QAbstractItemModelTester>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <memory>
+
+/// What the rules say, worked out the slow way.
+static bool IsAccepted(const QAbstractItemModel &model, int row, const QStringList &patterns)
+{
+    for (int column = 0; column < kDeviceColumns; ++column) {
+        const QString text = model.index(row, column).data().toString();
+        const QString &pattern = patterns[column];
+        bool matches = true;
+        if (pattern.startsWith('*'))
+            matches = text.endsWith(pattern.mid(1), Qt::CaseInsensitive);
+        else if (pattern.endsWith('*'))
+            matches = text.startsWith(pattern.chopped(1), Qt::CaseInsensitive);
+        else
+            matches = text.contains(pattern, Qt::CaseInsensitive);
+        if (!matches)
+            return false;
+    }
+    return true;
+}
+
+class DeviceModelTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_records = MakeDeviceRecords();
+        m_model = std::make_unique<CDeviceDataModel>();
+        m_proxy = std::make_unique<CDeviceDataProxyModel>();
+        m_proxy->setSourceModel(m_model.get());
+        m_tester = std::make_unique<QAbstractItemModelTester>(
+            m_proxy.get(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        Load();
+    }
+
+    void cleanup()
+    {
+        m_tester.reset();
+        m_proxy.reset();
+        m_model.reset();
+    }
+
+    void everyColumnSortsWithTheFilterRowOnTop_data()
+    {
+        QTest::addColumn<int>("column");
+        QTest::addColumn<int>("order");
+        QTest::addColumn<QStringList>("names");
+        const int up = Qt::AscendingOrder;
+        const int down = Qt::DescendingOrder;
+        QTest::newRow("names, naturally")
+            << int(kDeviceColumn) << up
+            << QStringList({"", "LPC4350_dual", "Odd core", "RX610 big", "STM32F40", "STM32F103C8",
+                   "STM32F407IG"});
+        QTest::newRow("flash by size, not by text")
+            << int(kFlashSizeColumn) << up
+            << QStringList({"LPC4350_dual", "", "STM32F103C8", "STM32F40", "Odd core",
+                   "STM32F407IG", "RX610 big"});
+        QTest::newRow("cores, most first")
+            << int(kNumCoresColumn) << down
+            << QStringList({"Odd core", "LPC4350_dual", "STM32F407IG", "STM32F103C8", "STM32F40",
+                   "RX610 big", ""});
+        QTest::newRow("unsorted again") << -1 << up << NamesInRecordOrder();
+    }
+
+    void everyColumnSortsWithTheFilterRowOnTop()
+    {
+        QFETCH(int, column);
+        QFETCH(int, order);
+        m_proxy->sort(kManufacturerColumn, Qt::DescendingOrder);
+        m_proxy->sort(column, Qt::SortOrder(order));
+        QCOMPARE(m_proxy->index(kFilterRow, kDeviceColumn).data().toString(), "*");
+        QTEST(ShownNames(), "names");
+    }
+
+    void aFilterIsOneChangeOfLayoutThatKeepsWhatIsHeld()
+    {
+        const QPersistentModelIndex filterCell = m_proxy->index(kFilterRow, kDeviceColumn);
+        const QPersistentModelIndex kept = m_proxy->index(3, kDeviceColumn); // STM32F40
+        const QPersistentModelIndex dropped = m_proxy->index(4, kDeviceColumn);
+        QSignalSpy layouts(m_proxy.get(), &QAbstractItemModel::layoutChanged);
+        QSignalSpy removals(m_proxy.get(), &QAbstractItemModel::rowsRemoved);
+        QSignalSpy resets(m_proxy.get(), &QAbstractItemModel::modelReset);
+
+        QVERIFY(m_proxy->setData(filterCell, "f4"));
+        QCOMPARE(ShownNames(), QStringList({"STM32F407IG", "STM32F40"}));
+        QCOMPARE(layouts.size(), 1);
+        QVERIFY(removals.isEmpty() && resets.isEmpty());
+        QCOMPARE(filterCell.row(), kFilterRow);
+        QCOMPARE(filterCell.data().toString(), "f4");
+        QCOMPARE(kept.row(), 2);
+        QVERIFY(!dropped.isValid());
+
+        QVERIFY(m_proxy->setData(filterCell, ""));
+        QCOMPARE(ShownNames(), NamesInRecordOrder());
+        QCOMPARE(filterCell.data().toString(), "*");
+    }
+
+    void onlyTheFilterRowCanBeEdited()
+    {
+        QVERIFY(m_proxy->flags(m_proxy->index(kFilterRow, 5)) & Qt::ItemIsEditable);
+        QVERIFY(!(m_proxy->flags(m_proxy->index(1, 5)) & Qt::ItemIsEditable));
+        QVERIFY(!m_proxy->setData(m_proxy->index(1, kDeviceColumn), "renamed"));
+        QCOMPARE(ShownNames(), NamesInRecordOrder());
+    }
+
+    void randomFiltersAndOrdersAgreeWithTheSlowWay()
+    {
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        m_names.clear();
+        m_records.clear();
+        for (int row = 0; row < 300; ++row)
+            m_names.push_back("D" + QByteArray::number(random.bounded(200)) + "*x"[row % 3]);
+        for (const QByteArray &name : m_names)
+            m_records.push_back(MakeRecord("m", name.constData(), 0x010000FF, random.bounded(3U),
+                random.bounded(5U) << 18, random.generate()));
+        Load();
+
+        const QStringList patterns{"*", "1", "d1*", "*1", "*x", "*1*", "MB", "5* ", "**"};
+        for (int round = 0; round < 60; ++round) {
+            QStringList filters(kDeviceColumns, "*");
+            for (int changes = 0; changes < 2; ++changes)
+                filters[random.bounded(int(kDeviceColumns))]
+                    = patterns[random.bounded(int(patterns.size()))];
+            for (int column = 0; column < kDeviceColumns; ++column)
+                m_model->setData(m_model->index(kFilterRow, column), filters[column]);
+            const int column = random.bounded(-1, int(kDeviceColumns));
+            m_proxy->sort(column);
+            CompareWithTheSlowWay(filters, column);
+        }
+    }
+
+    void theSelectedDeviceIsShownByColourAndSurvivesFiltering()
+    {
+        m_model->SetSelectedRow(m_model->FindDevice("STM32F103C8"));
+        QCOMPARE(m_proxy->index(2, 0).data(Qt::BackgroundRole).value<QBrush>().color(),
+            QColor(204, 204, 204));
+        QVERIFY(!m_proxy->index(1, 0).data(Qt::BackgroundRole).isValid());
+        m_proxy->setData(m_proxy->index(kFilterRow, kManufacturerColumn), "nxp");
+        QCOMPARE(m_model->SelectedRow(), 2);
+        QCOMPARE(m_model->FindDevice("stm32f103c8"), -1);
+    }
+
+private:
+    void Load()
+    {
+        m_model->SetDevices(MakeDeviceRows(m_records.data(), static_cast<int>(m_records.size())));
+    }
+
+    QStringList ShownNames() const
+    {
+        QStringList names;
+        for (int row = 1; row < m_proxy->rowCount(); ++row)
+            names.append(m_proxy->index(row, kDeviceColumn).data().toString());
+        return names;
+    }
+
+    static QStringList NamesInRecordOrder()
+    {
+        QStringList names;
+        for (const RanvoDeviceInfo &record : MakeDeviceRecords())
+            names.append(QString::fromLatin1(record.name));
+        return names;
+    }
+
+    void CompareWithTheSlowWay(const QStringList &filters, int sortColumn)
+    {
+        int accepted = 0;
+        for (int row = 1; row < m_model->rowCount(); ++row) {
+            const QModelIndex shown = m_proxy->mapFromSource(m_model->index(row, 0));
+            QCOMPARE(shown.isValid(), IsAccepted(*m_model, row, filters));
+            accepted += shown.isValid() ? 1 : 0;
+        }
+        QCOMPARE(m_proxy->rowCount(), accepted + 1);
+        for (int row = 1; row < m_proxy->rowCount(); ++row) {
+            const QModelIndex source = m_proxy->mapToSource(m_proxy->index(row, 0));
+            QCOMPARE(m_proxy->mapFromSource(source).row(), row);
+            if (row == 1)
+                continue;
+            const int above = m_proxy->mapToSource(m_proxy->index(row - 1, 0)).row();
+            const int order = sortColumn < 0
+                ? 0
+                : CompareDevices(m_model->Device(above), m_model->Device(source.row()), sortColumn);
+            QVERIFY(order < 0 || (order == 0 && above < source.row()));
+        }
+    }
+
+    std::vector<QByteArray> m_names;
+    std::vector<RanvoDeviceInfo> m_records;
+    std::unique_ptr<CDeviceDataModel> m_model;
+    std::unique_ptr<CDeviceDataProxyModel> m_proxy;
+    std::unique_ptr<QAbstractItemModelTester> m_tester;
+};
+
+QTEST_MAIN(DeviceModelTest)
+#include "tst_devicemodel.moc"
