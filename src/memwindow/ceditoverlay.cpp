@@ -1,0 +1,220 @@
+#include "ceditoverlay.h"
+
+#include <QFocusEvent>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QStyle>
+#include <QStyleOptionFrame>
+
+#include <algorithm>
+
+namespace
+{
+
+bool IsHexDigit(const QString &text)
+{
+    bool isNumber = false;
+    (void)text.toUInt(&isNumber, 16);
+    return isNumber && text.size() == 1;
+}
+
+} // namespace
+
+CEditOverlay::CEditOverlay(QWidget *parent)
+    : QLineEdit(parent)
+{
+    setStyleSheet(QStringLiteral("QLineEdit {border: 1px solid dark gray; border-radius: 0px;}"));
+    setMaxLength(maxLength() & 0xFF);
+    setAccessibleName(QStringLiteral("Memory item"));
+    // A right click is for the memory window: its menu has more to offer than the line edit's.
+    setContextMenuPolicy(Qt::NoContextMenu);
+    connect(this, &QLineEdit::editingFinished, this, &CEditOverlay::OnEditingFinished);
+    connect(this, &QLineEdit::cursorPositionChanged, this, &CEditOverlay::OnCursorPosChanged);
+    connect(this, &QLineEdit::textEdited, this, &CEditOverlay::OnTextChanged);
+    installEventFilter(this);
+    hide();
+}
+
+void CEditOverlay::SetDigits(int digits)
+{
+    Reset();
+    setInputMask(QString(digits, u'H'));
+    setMaxLength(digits);
+}
+
+void CEditOverlay::SetCell(int widthPx, int heightPx)
+{
+    m_cellWidthPx = std::max(widthPx, 1);
+    m_cellHeightPx = std::max(heightPx, 1);
+}
+
+void CEditOverlay::Open(int tag)
+{
+    Reset();
+    m_tag = tag;
+    m_isOpen = 1;
+    show();
+    setFocus();
+}
+
+void CEditOverlay::SetEditText(const QString &text, int caret)
+{
+    setText(text);
+    setCursorPosition(caret);
+}
+
+void CEditOverlay::Reset()
+{
+    m_isOpen = 0;
+    m_isDropped = 0;
+    m_currentText.clear();
+    m_tag = 0;
+}
+
+void CEditOverlay::HideOverlay()
+{
+    if (!isVisible())
+        return;
+    Reset();
+    // Handed over first: hiding a widget that has the focus passes it to the next one in line.
+    if (hasFocus() && parentWidget() != nullptr)
+        parentWidget()->setFocus();
+    hide();
+}
+
+std::int64_t CEditOverlay::Value() const
+{
+    bool isNumber = false;
+    const std::uint32_t value = text().toUInt(&isNumber, 16);
+    return isNumber && m_isDropped == 0 ? std::int64_t{value} : -1;
+}
+
+void CEditOverlay::showEvent(QShowEvent *event)
+{
+    QLineEdit::showEvent(event);
+    raise();
+}
+
+bool CEditOverlay::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == this && m_isOpen != 0) {
+        if (event->type() == QEvent::KeyPress) {
+            const auto *keyEvent = static_cast<QKeyEvent *>(event);
+            if (OnKey(keyEvent->key(), keyEvent->text()))
+                return true;
+        } else if (event->type() == QEvent::ShortcutOverride) {
+            // Escape drops the edit, whatever the host has it for.
+            if (static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape)
+                event->accept();
+        } else if (event->type() == QEvent::FocusOut) {
+            // A menu takes the focus for a while only. The line edit itself says nothing when a
+            // digit is still missing, so that its own signal does not serve here.
+            if (static_cast<QFocusEvent *>(event)->reason() != Qt::PopupFocusReason)
+                OnEditingFinished();
+        }
+    }
+    return QLineEdit::eventFilter(watched, event);
+}
+
+bool CEditOverlay::OnKey(int key, const QString &text)
+{
+    switch (key) {
+    case Qt::Key_Escape:
+        m_isDropped = 1;
+        [[fallthrough]];
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Tab:
+    case Qt::Key_Backtab:
+        OnEditingFinished();
+        return true;
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+        // The line edit has no use for these, so the view gets them after the end of the edit.
+        OnEditingFinished();
+        return false;
+    case Qt::Key_Backspace:
+        EraseDigit(cursorPosition() - 1, cursorPosition() - 1);
+        return true;
+    case Qt::Key_Delete:
+        EraseDigit(cursorPosition(), cursorPosition());
+        return true;
+    default:
+        break;
+    }
+    if (hasSelectedText() || cursorPosition() < maxLength() || !IsHexDigit(text))
+        return false;
+    m_currentText = text;
+    OnEditingFinished();
+    return true;
+}
+
+void CEditOverlay::EraseDigit(int position, int caretAfter)
+{
+    QString digits = text();
+    const int first = hasSelectedText() ? selectionStart() : position;
+    const int count = hasSelectedText() ? static_cast<int>(selectedText().size()) : 1;
+    for (int i = std::max(first, 0); i < std::min<qsizetype>(first + count, digits.size()); ++i)
+        digits[i] = u'0';
+    SetEditText(digits, hasSelectedText() ? first : std::clamp(caretAfter, 0, maxLength()));
+}
+
+void CEditOverlay::OnEditingFinished()
+{
+    if (m_isOpen == 0)
+        return;
+    m_isOpen = 0;
+    emit Closed();
+}
+
+void CEditOverlay::OnCursorPosChanged(int, int)
+{
+    update();
+}
+
+void CEditOverlay::OnTextChanged(QString)
+{
+    // A blank that a deleted selection left between digits would be skipped when the text is read
+    // as a number, and move the digits before it.
+    QString digits = displayText().toUpper();
+    while (digits.endsWith(u' '))
+        digits.chop(1);
+    digits.replace(u' ', u'0');
+    if (digits != text())
+        SetEditText(digits, cursorPosition());
+}
+
+void CEditOverlay::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    QStyleOptionFrame option;
+    initStyleOption(&option);
+    style()->drawPrimitive(QStyle::PE_PanelLineEdit, &option, &painter, this);
+
+    // Drawn cell by cell, because the digits must lie where the row shows them.
+    const QString digits = displayText();
+    const int caret = cursorPosition();
+    const int marked = hasSelectedText() ? selectionStart() : caret;
+    const int markedEnd = hasSelectedText() ? selectionEnd() : caret + 1;
+    const int baselinePx = fontMetrics().ascent();
+    for (int i = 0; i < digits.size(); ++i) {
+        const QRect cell(i * m_cellWidthPx, 0, m_cellWidthPx, m_cellHeightPx);
+        const bool isMarked = i >= marked && i < markedEnd;
+        if (isMarked)
+            painter.fillRect(cell, palette().brush(QPalette::Highlight));
+        painter.setPen(palette().color(isMarked ? QPalette::HighlightedText : QPalette::Text));
+        painter.drawText(cell.left(), baselinePx, QString(digits.at(i)));
+    }
+    if (caret == digits.size())
+        painter.fillRect(
+            caret * m_cellWidthPx, 1, 2, m_cellHeightPx, palette().brush(QPalette::Highlight));
+}
+
+void CEditOverlay::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton)
+        setCursorPosition(std::clamp(event->pos().x() / m_cellWidthPx, 0, maxLength()));
+    event->accept();
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <QDialog>
+#include <QString>
+
+#include <cstdint>
+#include <optional>
+
+class QDialogButtonBox;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+
+/// What a CMemDialog asks for.
+enum class MemDialogMode : int { Load = 0, Save = 1, Fill = 2 };
+
+/// The dialog that asks for a file or a value, and for a range of target memory.
+///
+/// The three numbers are hexadecimal; a text that is no such number counts as 0. Typing into one of
+/// them brings the others in line. OK is offered only for a range that is not empty and ends within
+/// the 32-bit space, with a file name or value that makes sense for the mode.
+class CMemDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit CMemDialog(QWidget *parent = nullptr);
+
+    void SetMode(MemDialogMode mode);
+    void SetStartAddress(std::uint64_t address);
+    void SetSize(std::uint64_t bytes);
+    /// Shows the name; when loading, the size becomes the file's.
+    void SetFileName(const QString &fileName);
+
+    [[nodiscard]] std::uint64_t GetStartAddress() const;
+    [[nodiscard]] std::uint64_t GetEndAddress() const;
+    [[nodiscard]] std::uint64_t GetSize() const;
+    /// The file name, or when filling the text of the value.
+    [[nodiscard]] QString GenericValue() const { return m_genericValue; }
+
+public slots:
+    void OnButtonLoadSaveClicked();
+    void OnButtonCancelClicked();
+    void OnButtonSelectFileClicked();
+    void OnEditboxGenericValTextChanged(QString text);
+    void OnEditboxStartAddrTextChanged(QString text);
+    void OnEditboxEndAddrTextChanged(QString text);
+    void OnEditboxNumBytesTextChanged(QString text);
+
+private:
+    void BuildFields();
+    void ConnectFields();
+    void TakeSizeFromFile();
+    void ShowEndOfRange(const QString &endOfEmptyRange);
+    void RefreshEnabledState();
+    [[nodiscard]] bool IsRangeSound() const;
+    [[nodiscard]] bool IsGenericValueSound() const;
+
+    MemDialogMode m_mode = MemDialogMode::Load;
+    QString m_genericValue;
+    QLabel *m_genericLabel;
+    QLineEdit *m_genericBox;
+    QPushButton *m_fileButton;
+    QLineEdit *m_startBox;
+    QLineEdit *m_endBox;
+    QLineEdit *m_sizeBox;
+    QDialogButtonBox *m_buttonBox;
+};
+
+/// The byte that a fill value's text stands for: the lowest of its 32 bits, 0 when it is no number.
+[[nodiscard]] std::uint8_t FillByte(const QString &text);
