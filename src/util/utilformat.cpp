@@ -2,8 +2,7 @@
 
 #include <limits>
 
-namespace
-{
+namespace {
 
 constexpr std::uint32_t kPointerWidth = 8;
 constexpr char kLowerDigits[] = "0123456789abcdef";

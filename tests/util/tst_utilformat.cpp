@@ -9,8 +9,7 @@
 #include <variant>
 #include <vector>
 
-namespace
-{
+namespace {
 
 using Argument = std::variant<std::int32_t, std::int64_t, const char *, const void *>;
 
@@ -32,8 +31,7 @@ struct Piece {
     std::vector<Argument> arguments; // none or one
 };
 
-class PieceMaker
-{
+class PieceMaker {
 public:
     explicit PieceMaker(std::uint32_t seed)
         : m_random(seed)
@@ -153,8 +151,7 @@ char *FormatWith(char *destination, std::uint32_t size, const std::string &forma
 
 } // namespace
 
-class UtilFormatTest : public QObject
-{
+class UtilFormatTest : public QObject {
     Q_OBJECT
 
 private slots:

@@ -6,8 +6,7 @@
 #include <algorithm>
 #include <string>
 
-class UtilTextTest : public QObject
-{
+class UtilTextTest : public QObject {
     Q_OBJECT
 
 private slots:
