@@ -1,0 +1,184 @@
+#include "chexeditor.h"
+
+#include <QEvent>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPaintEvent>
+#include <QPlainTextEdit>
+#include <QTimer>
+#include <QWheelEvent>
+
+CHexEditor::CHexEditor(QWidget *parent)
+    : QMainWindow(parent)
+    , m_cache(m_slot.Data(), m_slot.Status())
+{
+    BuildWidgets();
+    BuildRefreshControls();
+    ConnectSignals();
+    SetViewFont(font());
+    UpdateWindowTitle();
+}
+
+CHexEditor::~CHexEditor() = default;
+
+void CHexEditor::SetCallbacks(const MemoryCallbacks &callbacks)
+{
+    m_target.SetCallbacks(callbacks);
+    if (m_pView->isVisible())
+        UpdateFromTarget();
+}
+
+void CHexEditor::SetFeatureFlags(std::uint32_t flags)
+{
+    m_featureFlags = flags;
+    ShowRefreshControls((flags & kFeatureRefresh) != 0);
+    if ((flags & kFeatureAccessWidth) == 0)
+        SetAccessWidth(0);
+}
+
+void CHexEditor::SetBigEndian(bool bigEndian)
+{
+    m_bigEndian = bigEndian;
+    InvalidateView();
+}
+
+void CHexEditor::SetBytesPerItem(int bytesPerItem)
+{
+    if (bytesPerItem == m_geometry.BytesPerItem())
+        return;
+    m_geometry.SetBytesPerItem(bytesPerItem);
+    OnItemFormatChanged();
+}
+
+void CHexEditor::OnItemFormatChanged()
+{
+    UpdateGeometry();
+    InvalidateView();
+    RefreshPage(PageRead::Whole);
+}
+
+void CHexEditor::SetAccessWidth(std::uint8_t bytes)
+{
+    if (bytes == m_target.AccessWidth())
+        return;
+    m_target.SetAccessWidth(bytes);
+    RefreshPage(PageRead::Whole);
+}
+
+int CHexEditor::ReadTarget(
+    std::uint64_t address, std::uint64_t length, std::uint8_t *bytes, ByteStatus *status)
+{
+    return m_target.Read(address, {bytes, length}, {status, length}, BytesPerRow());
+}
+
+int CHexEditor::WriteTarget(std::uint64_t address, std::uint64_t length, const std::uint8_t *bytes)
+{
+    return m_target.Write(address, {bytes, length});
+}
+
+int CHexEditor::ReadCached(
+    std::uint64_t address, std::uint64_t length, std::uint8_t *bytes, ByteStatus *status) const
+{
+    return m_cache.ReadCached(address, {bytes, length}, {status, length});
+}
+
+std::int64_t CHexEditor::CachedItemValue(std::uint64_t address) const
+{
+    return m_cache.ItemValue(address, BytesPerItem(), m_bigEndian);
+}
+
+bool CHexEditor::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_pView->viewport())
+        return ViewportEvent(event);
+    if (watched == m_pView)
+        return ViewEvent(event);
+    return QMainWindow::eventFilter(watched, event);
+}
+
+bool CHexEditor::ViewportEvent(QEvent *event)
+{
+    switch (event->type()) {
+    case QEvent::Paint: {
+        m_paintRegion = static_cast<QPaintEvent *>(event)->region();
+        const bool painted = OnPaint(m_pView->viewport());
+        m_paintRegion = {};
+        return painted;
+    }
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick:
+        OnMouseButtonPressed(static_cast<QMouseEvent *>(event));
+        return true;
+    case QEvent::MouseButtonRelease:
+        OnMouseButtonReleased(static_cast<QMouseEvent *>(event));
+        return true;
+    case QEvent::MouseMove:
+        OnMouseMoved(static_cast<QMouseEvent *>(event));
+        return true;
+    case QEvent::Wheel:
+        OnMouseWheelScrolled(static_cast<QWheelEvent *>(event));
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool CHexEditor::ViewEvent(QEvent *event)
+{
+    switch (event->type()) {
+    case QEvent::Resize:
+        OnSizeChanged(m_pView->width(), m_pView->height());
+        return false;
+    case QEvent::Show:
+        OnShow();
+        return false;
+    case QEvent::FocusOut: // the release of a held page key goes elsewhere now
+        if (m_pageKeyHeld)
+            OnKeyPageDownReleased();
+        return false;
+    case QEvent::ShortcutOverride: // the text widget must not claim Ctrl+C and its like
+        event->ignore();
+        return true;
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease: {
+        auto *keyEvent = static_cast<QKeyEvent *>(event);
+        if (keyEvent->key() == Qt::Key_Tab || keyEvent->key() == Qt::Key_Backtab)
+            return false; // on to the next control
+        OnKeyEvent(keyEvent);
+        return true;
+    }
+    default:
+        return false;
+    }
+}
+
+void CHexEditor::changeEvent(QEvent *event)
+{
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::FontChange && !m_settingFont && m_pView != nullptr)
+        SetViewFont(font());
+}
+
+void CHexEditor::OnShow()
+{
+    UpdateGeometry();
+    m_pResizeTimer->stop(); // nothing is left for it to read
+    if (m_jumpPending)
+        GoTo(m_requestedAddress, true, false);
+    else if (m_cache.Range() != m_geometry.PageAt(m_baseAddress))
+        RefreshPage(PageRead::Whole);
+}
+
+void CHexEditor::OnSizeChanged(int, int)
+{
+    UpdateGeometry();
+    m_pResizeTimer->start(); // reads once, when the user has stopped
+}
+
+void CHexEditor::OnResizeTimerTimeout()
+{
+    if (m_jumpPending)
+        GoTo(m_requestedAddress, true, false);
+    else
+        RefreshPage(PageRead::Whole);
+}

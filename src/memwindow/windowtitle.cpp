@@ -1,0 +1,13 @@
+#include "windowtitle.h"
+
+#include "linecomposer.h"
+
+QString WindowTitle(std::uint64_t address, const char *rateText, const QString &zone)
+{
+    QString title = QStringLiteral("Memory @ ") + QLatin1String(FormatItemValue(address, 8, false));
+    if (rateText != nullptr)
+        title += QStringLiteral(", ") + QLatin1String(rateText) + QStringLiteral(" refresh");
+    if (!zone.isEmpty())
+        title += QStringLiteral(", Zone: ") + zone;
+    return title;
+}
