@@ -1,5 +1,6 @@
 #include "devicerow.h"
 
+#include "configstate.h"
 #include "corenames.h"
 #include "devicefilter.h"
 #include "naturalorder.h"
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 namespace {
 
@@ -17,13 +19,8 @@ QString BoundedText(const char *text)
 {
     if (text == nullptr)
         return {};
-    std::size_t length = strnlen(text, kMaxDeviceNameBytes + 1);
-    if (length > kMaxDeviceNameBytes) {
-        length = kMaxDeviceNameBytes;
-        // A character must not be cut in the middle: step back over its continuation bytes.
-        while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80U)
-            --length;
-    }
+    const std::string_view bounded(text, strnlen(text, kMaxDeviceNameBytes + 1));
+    const std::size_t length = FittingBytes(bounded, kMaxDeviceNameBytes);
     return QString::fromUtf8(text, static_cast<qsizetype>(length));
 }
 
