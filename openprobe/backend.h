@@ -4,8 +4,7 @@
 #include <span>
 #include <string>
 
-namespace OpenProbe
-{
+namespace OpenProbe {
 
 class CancelSignal;
 
@@ -28,8 +27,7 @@ struct TargetSetup {
 /// ProbeLibrary owns the open one and calls it from one thread at a time; Alive alone may come from
 /// another thread meanwhile. Everything that waits ends within its own time limit, and at once when
 /// the cancel signal is raised.
-class Backend
-{
+class Backend {
 public:
     Backend() = default;
     Backend(const Backend &) = delete;

@@ -9,8 +9,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-namespace OpenProbe
-{
+namespace OpenProbe {
 
 CancelSignal::CancelSignal()
     : m_descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))

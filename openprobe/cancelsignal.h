@@ -1,13 +1,11 @@
 #pragma once
 
-namespace OpenProbe
-{
+namespace OpenProbe {
 
 /// A signal that ends every wait of the library at once. It stays raised until it is cleared.
 ///
 /// Any thread may raise it; whoever waits puts Descriptor() beside its own into poll().
-class CancelSignal
-{
+class CancelSignal {
 public:
     CancelSignal();
     CancelSignal(const CancelSignal &) = delete;

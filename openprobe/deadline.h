@@ -3,12 +3,10 @@
 #include <algorithm>
 #include <chrono>
 
-namespace OpenProbe
-{
+namespace OpenProbe {
 
 /// A point in time by which something must be over, on the clock that nobody sets.
-class Deadline
-{
+class Deadline {
 public:
     using Clock = std::chrono::steady_clock;
 

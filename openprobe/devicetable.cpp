@@ -8,10 +8,8 @@
 
 #include <strings.h>
 
-namespace OpenProbe
-{
-namespace
-{
+namespace OpenProbe {
+namespace {
 
 // Core ids as the program's core name table spells them.
 constexpr std::uint32_t kM0 = 0x060000FF;

@@ -2,8 +2,7 @@
 
 #include <cstdint>
 
-namespace OpenProbe
-{
+namespace OpenProbe {
 
 /// One device that the library knows by name. The texts live as long as the process.
 struct DeviceEntry {

@@ -1,7 +1,6 @@
 #include "operationgate.h"
 
-namespace OpenProbe
-{
+namespace OpenProbe {
 
 std::uint64_t OperationGate::BeginOpen()
 {

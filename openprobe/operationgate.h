@@ -7,16 +7,14 @@
 #include <cstdint>
 #include <mutex>
 
-namespace OpenProbe
-{
+namespace OpenProbe {
 
 /// Lets one operation at a time onto the probe and knows whether the probe is up.
 ///
 /// One short mutex guards it all and is never held across a wait for the target, so asking for the
 /// state costs next to nothing even while a transfer is running. An Open is told from the Closes
 /// before it by a count: only a Close that comes after its start cancels it.
-class OperationGate
-{
+class OperationGate {
 public:
     /// Marks the probe as down, cuts waiting readers short, and answers the mark of this Open, to
     /// be handed to ClearForOpen and SetUp.

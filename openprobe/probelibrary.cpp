@@ -1,16 +1,15 @@
 #include "probelibrary.h"
 
 #include "devicetable.h"
+#include "gdbbackend.h"
 #include "simbackend.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <utility>
 
-namespace OpenProbe
-{
-namespace
-{
+namespace OpenProbe {
+namespace {
 
 constexpr std::chrono::milliseconds kCloseWait{300};
 constexpr const char *kCanceledText = "Operation canceled";
@@ -29,6 +28,8 @@ std::string_view WithoutBlanks(std::string_view text)
 
 std::unique_ptr<Backend> MakeBackend(const Selection &selection)
 {
+    if (selection.kind == TargetKind::Gdb)
+        return std::make_unique<GdbBackend>(selection);
     return std::make_unique<SimBackend>(selection.simIndex);
 }
 

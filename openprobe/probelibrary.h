@@ -9,16 +9,14 @@
 #include <optional>
 #include <string_view>
 
-namespace OpenProbe
-{
+namespace OpenProbe {
 
 /// The state behind the exported functions: what is selected and set up, and the open back end.
 ///
 /// Every function may be called from any thread. Transfers and Open run one at a time; IsConnected
 /// never waits for them, transfers answer kTransferFailed at once while the probe is down, and
 /// Close ends an Open or a transfer that another thread is in.
-class ProbeLibrary
-{
+class ProbeLibrary {
 public:
     /// The one instance. Never destroyed: a worker may still be inside a call when the process
     /// ends.

@@ -14,8 +14,7 @@
 using OpenProbe::kTransferFailed;
 using OpenProbe::ProbeLibrary;
 
-namespace
-{
+namespace {
 
 constexpr int kOk = 0;
 constexpr int kError = -1;

@@ -4,10 +4,8 @@
 #include <charconv>
 #include <optional>
 
-namespace OpenProbe
-{
-namespace
-{
+namespace OpenProbe {
+namespace {
 
 constexpr std::uint16_t kGdbPort = 1234;
 constexpr std::uint16_t kTclPort = 6666;

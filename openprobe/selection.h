@@ -4,8 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace OpenProbe
-{
+namespace OpenProbe {
 
 /// The only serial number that the simulated probe answers to.
 inline constexpr std::uint32_t kSimSerialNumber = 28100001;

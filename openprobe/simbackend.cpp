@@ -6,10 +6,8 @@
 #include <chrono>
 #include <utility>
 
-namespace OpenProbe
-{
-namespace
-{
+namespace OpenProbe {
+namespace {
 
 // A slow probe takes as long as a few hundred kilobits a second would; no transfer takes longer
 // than a second and a half, the same bound as for targets behind a network.

@@ -6,12 +6,10 @@
 #include <atomic>
 #include <memory>
 
-namespace OpenProbe
-{
+namespace OpenProbe {
 
 /// The back end without any target: an in-process microcontroller behind a made-up probe.
-class SimBackend : public Backend
-{
+class SimBackend : public Backend {
 public:
     using Clock = std::uint64_t (*)(); // milliseconds, from any start, never back
 

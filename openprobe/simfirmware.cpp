@@ -6,10 +6,8 @@
 #include <cstring>
 #include <numbers>
 
-namespace OpenProbe
-{
-namespace
-{
+namespace OpenProbe {
+namespace {
 
 constexpr std::uint32_t kName = 0x010;
 constexpr std::uint32_t kCounters = 0x020;

@@ -6,8 +6,7 @@
 #include <span>
 #include <string_view>
 
-namespace OpenProbe
-{
+namespace OpenProbe {
 
 /// What the simulated microcontroller's program keeps in RAM, brought up to date as time passes.
 ///
@@ -22,8 +21,7 @@ namespace OpenProbe
 ///   0x2D0  event counters; 0x300 a ring of 256 samples; 0x400 words that hold their own addresses
 ///   0xA00  write-protected text
 /// Only what the program changes is rewritten, so whatever else a user writes stays.
-class SimFirmware
-{
+class SimFirmware {
 public:
     static constexpr std::uint32_t kMinRamSize = 0x1000;
     static constexpr std::uint32_t kProtectedFirst = 0xA00;

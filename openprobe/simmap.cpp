@@ -2,10 +2,8 @@
 
 #include <algorithm>
 
-namespace OpenProbe
-{
-namespace
-{
+namespace OpenProbe {
+namespace {
 
 // The widest access that starts there and stays inside; a fixed width is narrowed for an unaligned
 // start and a short rest alone.

@@ -3,8 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace OpenProbe
-{
+namespace OpenProbe {
 
 /// A stretch of addresses that answer alike.
 struct SimSegment {
@@ -26,8 +25,7 @@ struct SimPiece {
 };
 
 /// The memory map: which addresses exist, and with which accesses they can be reached.
-class SimMap
-{
+class SimMap {
 public:
     /// Adds a segment unless one of its addresses is taken: the first come stays.
     void Add(const SimSegment &segment);

@@ -3,10 +3,8 @@
 #include <string_view>
 #include <utility>
 
-namespace OpenProbe
-{
-namespace
-{
+namespace OpenProbe {
+namespace {
 
 constexpr std::uint32_t kTimer = 0x0000;
 constexpr std::uint32_t kSerial = 0x1000;

@@ -4,8 +4,7 @@
 #include <cstdint>
 #include <span>
 
-namespace OpenProbe
-{
+namespace OpenProbe {
 
 /// Faults that a user or a test sets up by writing to the fixture block.
 struct SimFaults {
@@ -24,8 +23,7 @@ struct SimFaults {
 ///   0x3000  width trace, any width: every byte reads as the width of the access that fetched it
 ///   0x4000  fixture, any width: the words of SimFaults
 ///   0x5000  system control, words only: what 0xE000E000 shows, CPUID at +D00
-class SimPeripherals
-{
+class SimPeripherals {
 public:
     static constexpr std::uint32_t kBlockStep = 0x1000;
     static constexpr std::uint32_t kBlockBytes = 0x40;

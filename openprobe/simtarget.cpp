@@ -6,10 +6,8 @@
 #include <numbers>
 #include <string_view>
 
-namespace OpenProbe
-{
-namespace
-{
+namespace OpenProbe {
+namespace {
 
 enum Bank : int { kRamBank, kFlashBank, kExternalBank, kRomBank, kBankCount };
 

@@ -10,8 +10,7 @@
 #include <span>
 #include <vector>
 
-namespace OpenProbe
-{
+namespace OpenProbe {
 
 /// The simulated microcontroller: memory map, contents, running program. Knows no clock of its own.
 ///
@@ -20,8 +19,7 @@ namespace OpenProbe
 /// the device leaves that free, as after a boot from RAM. Always there, unless the device has
 /// something at that place: peripherals from 0x50000000, memory across 0x80000000, system control
 /// at 0xE000E000, and a ROM that ends with the address space.
-class SimTarget
-{
+class SimTarget {
 public:
     static constexpr std::uint32_t kPeripherals = 0x50000000;
 

@@ -4,8 +4,7 @@
 #include <memory>
 
 /// One kind of running target that the suite of behaviours is run against, and where it has what.
-class ProbeRig
-{
+class ProbeRig {
 public:
     struct Layout {
         quint32 quiet = 0;       ///< 1 KiB, readable and writable, that the target leaves alone

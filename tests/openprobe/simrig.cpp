@@ -1,13 +1,11 @@
 #include "proberig.h"
 #include "ranvoapi.h"
 
-namespace
-{
+namespace {
 
 /// The simulated target. A restart makes the library plug in a new one; a kill uses the fixture
 /// that unplugs the probe at the next read.
-class SimRig : public ProbeRig
-{
+class SimRig : public ProbeRig {
 public:
     bool Start() override { return true; }
     void Kill() override
@@ -27,7 +25,7 @@ public:
         layout.big = 0x20010000;
         return layout;
     }
-    int Cycles() const override { return 2000; }
+    int Cycles() const override { return 600; }
 };
 
 } // namespace

@@ -3,8 +3,7 @@
 #include <QSet>
 #include <QtTest>
 
-class DeviceTableTest : public QObject
-{
+class DeviceTableTest : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase() { qputenv("OPENPROBE_EXTRA_DEVICES", "10000"); }

@@ -8,8 +8,7 @@
 using namespace OpenProbe;
 using namespace std::chrono_literals;
 
-class OperationGateTest : public QObject
-{
+class OperationGateTest : public QObject {
     Q_OBJECT
 private slots:
     void onlyALaterCloseCancelsAnOpen();

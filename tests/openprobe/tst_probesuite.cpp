@@ -10,8 +10,7 @@
 #include <thread>
 
 /// What every target has to do, whatever the road to it.
-class ProbeSuite : public QObject
-{
+class ProbeSuite : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase();

@@ -4,8 +4,7 @@
 
 using namespace OpenProbe;
 
-class SelectionTest : public QObject
-{
+class SelectionTest : public QObject {
     Q_OBJECT
 private slots:
     void aSelectorNamesATarget_data();

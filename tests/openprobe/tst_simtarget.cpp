@@ -14,8 +14,7 @@ static std::uint64_t TestClock()
     return s_nowMs;
 }
 
-class SimTargetTest : public QObject
-{
+class SimTargetTest : public QObject {
     Q_OBJECT
 private slots:
     void init() { s_nowMs = 1000; }

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "backend.h"
+#include "knownranges.h"
+#include "rangescan.h"
+#include "rspsession.h"
+#include "selection.h"
+
+#include <atomic>
+
+namespace OpenProbe {
+
+/// A target behind a GDB remote protocol stub: an emulator, a simulator, gdbserver, a debug server.
+///
+/// A stub that can only be asked while the target is halted gets a short stop around each transfer,
+/// at most kSliceBytes long. The target is left as it was found: one that ran runs on, a halt that
+/// was not ours stays.
+class GdbBackend : public Backend {
+public:
+    explicit GdbBackend(Selection selection)
+        : m_selection(std::move(selection))
+    {
+    }
+
+    std::string Open(const CancelSignal &cancel) override;
+    bool Connect(const TargetSetup &setup) override;
+    bool Alive() const noexcept override;
+    int Read(std::uint32_t address, std::span<std::uint8_t> data, std::uint32_t width) override;
+    int Write(
+        std::uint32_t address, std::span<const std::uint8_t> data, std::uint32_t width) override;
+    std::uint32_t CoreId() override { return m_coreId; }
+    std::uint32_t SetSpeed(std::uint32_t) override { return 0; } // such a link has none
+    void Close() noexcept override;
+
+private:
+    enum class RunState {
+        Halted,       // not by us
+        Running,      // has to be stopped for each transfer
+        HaltedByUs,   // runs again after the transfer
+        AnswersInRun, // can be asked while it runs
+    };
+
+    [[nodiscard]] std::string Handshake();
+    [[nodiscard]] bool EnterNonStop();
+    [[nodiscard]] bool CollectStops();
+    void FindCoreId();
+    [[nodiscard]] bool BeginAccess();
+    [[nodiscard]] bool HaltTarget();
+    void EndAccess();
+    void LetItRunForAMoment();
+    void NoteUnaskedStop();
+    [[nodiscard]] bool Ask(std::string_view request, std::string &reply);
+    [[nodiscard]] PieceResult ReadPiece(
+        std::uint32_t address, std::span<std::uint8_t> data, std::uint32_t width);
+    [[nodiscard]] PieceResult ReadRequest(std::uint32_t address, std::span<std::uint8_t> data);
+    [[nodiscard]] bool WriteRequests(
+        std::uint32_t address, std::span<const std::uint8_t> data, std::uint32_t width);
+    bool Lose();
+    void NoteState() const;
+    void SettleAbandonedHandshake();
+
+    Selection m_selection;
+    TcpLink m_link;
+    RspSession m_session{m_link};
+    const CancelSignal *m_cancel = nullptr;
+    Deadline m_deadline = Deadline::After({});
+    std::atomic<bool> m_lost = false;
+    RunState m_state = RunState::Halted;
+    int m_interruptSignal = -1; // what the stub answers to our interrupt; -1: not seen yet
+    bool m_decided = false;     // whether the handshake got as far as knowing how the target stood
+    bool m_nonStop = false;
+    std::uint32_t m_maxRead = 128;
+    std::uint32_t m_maxWrite = 64;
+    std::uint32_t m_coreId = 0;
+    std::size_t m_sliceBytes = 0; // moved since the target ran last
+    KnownRanges m_known;
+};
+
+} // namespace OpenProbe

@@ -1,0 +1,33 @@
+#include "openerrors.h"
+
+namespace OpenProbe {
+
+std::string HostAndPort(const Selection &selection)
+{
+    const bool bracketed = selection.host.find(':') != std::string::npos;
+    const std::string host = bracketed ? '[' + selection.host + ']' : selection.host;
+    return host + ':' + std::to_string(selection.port);
+}
+
+std::string ConnectError(const Selection &selection, TcpLink::Failure failure, const TcpLink &link,
+    const std::string &hint)
+{
+    const std::string where = HostAndPort(selection);
+    switch (failure) {
+    case TcpLink::Failure::None:
+        return {};
+    case TcpLink::Failure::NoAddress:
+        return "No address for host \"" + selection.host + "\".";
+    case TcpLink::Failure::Refused:
+        return "Nothing accepts a connection at " + where + " (refused). " + hint;
+    case TcpLink::Failure::TimedOut:
+        return where + " does not answer within 2 s.";
+    case TcpLink::Failure::Cancelled:
+        return "Operation canceled";
+    case TcpLink::Failure::Other:
+        break;
+    }
+    return where + " cannot be reached (" + link.ErrorText() + ").";
+}
+
+} // namespace OpenProbe

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace OpenProbe {
+
+/// Value of a hex digit of either case, -1 for anything else.
+[[nodiscard]] int HexDigit(char c);
+
+/// Sum of the bytes modulo 256, as a packet's two last digits hold it.
+[[nodiscard]] int RspChecksum(std::string_view raw);
+
+/// The payload between "$" and "#" with its checksum. The payload holds none of "$#}*".
+[[nodiscard]] std::string RspPacket(std::string_view payload);
+
+/// A number in hex digits without prefix.
+[[nodiscard]] std::string HexNumber(std::uint64_t value);
+
+/// Appends two hex digits for each byte.
+void AppendHex(std::string &text, std::span<const std::uint8_t> bytes);
+
+/// Fills bytes from exactly two hex digits for each. False, and nothing sure about bytes,
+/// otherwise.
+[[nodiscard]] bool DecodeHex(std::string_view text, std::span<std::uint8_t> bytes);
+
+/// What a stub says about itself when asked what it supports.
+struct RspFeatures {
+    std::uint32_t packetSize = 0; // 0: not told
+    bool noAckMode = false;
+    bool nonStop = false;
+    bool memoryMap = false;
+};
+[[nodiscard]] RspFeatures ParseFeatures(std::string_view reply);
+
+/// A packet that tells that the target has stopped, or ended.
+struct RspStop {
+    bool ended = false;
+    int signal = 0;
+    std::string thread; // as the stub spells it; empty: not told
+};
+[[nodiscard]] std::optional<RspStop> ParseStop(std::string_view payload);
+
+/// Whether it is text that the target prints: "O" and hex digits, but not "OK".
+[[nodiscard]] bool IsConsoleOutput(std::string_view payload);
+
+} // namespace OpenProbe
