@@ -4,6 +4,7 @@
 #include "cdevicedataproxymodel.h"
 #include "cdeviceitemdelegate.h"
 #include "ctableview.h"
+#include "ownerplacement.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -16,7 +17,6 @@
 #include <QPushButton>
 #include <QScopedValueRollback>
 #include <QShortcut>
-#include <QWindow>
 
 #include <algorithm>
 #include <memory>
@@ -64,7 +64,7 @@ void CDeviceSelectionDialog::Run(DeviceSelection &result, const RanvoDeviceInfo 
         dialog->PresetMaker(initialName);
     if (!initialName.isEmpty())
         dialog->SelectDevice(initialName);
-    dialog->PlaceOverActiveWindow();
+    PlaceOverActiveWindow(dialog.get());
     dialog->exec();
     result = dialog->Selection();
     if (result.accepted && !filterText.isEmpty())
@@ -326,17 +326,4 @@ void CDeviceSelectionDialog::showEvent(QShowEvent *event)
         OnLabelSelectedDeviceClicked();
     else
         m_table->EditFilter(kDeviceColumn); // nothing to begin with: look for a device
-}
-
-/// Without a parent the window manager would not know which window this dialog belongs to.
-void CDeviceSelectionDialog::PlaceOverActiveWindow()
-{
-    const QWidget *owner = QApplication::activeWindow();
-    if (parentWidget() != nullptr || owner == nullptr)
-        return;
-    winId();
-    windowHandle()->setTransientParent(owner->windowHandle());
-    QRect frame(QPoint(), size());
-    frame.moveCenter(owner->frameGeometry().center());
-    move(frame.topLeft());
 }

@@ -65,7 +65,6 @@ private:
     void TakeCell(const QModelIndex &cell);
     void ShowSelectedDevice();
     void EnterDevices();
-    void PlaceOverActiveWindow();
 
     CDeviceDataModel *m_devices;
     CDeviceDataProxyModel *m_proxy;
