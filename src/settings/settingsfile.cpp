@@ -1,0 +1,270 @@
+#include "settingsfile.h"
+
+#include "syspaths.h"
+#include "systime.h"
+#include "utilformat.h"
+#include "utiltext.h"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using Result = SettingsFileResult;
+using LongPath = std::array<char, PATH_MAX>;
+
+constexpr int kSharingTries = 6;
+constexpr std::uint32_t kSharingPauseMs = 10;
+constexpr mode_t kModeBits = 07777;
+
+/// Closes a file descriptor at the end of a block.
+class File {
+public:
+    explicit File(int descriptor)
+        : m_descriptor(descriptor)
+    {
+    }
+    ~File() { Close(); }
+    File(const File &) = delete;
+    File &operator=(const File &) = delete;
+
+    [[nodiscard]] int Get() const { return m_descriptor; }
+    [[nodiscard]] bool IsOpen() const { return m_descriptor >= 0; }
+    bool Close()
+    {
+        const int descriptor = m_descriptor;
+        m_descriptor = -1;
+        return descriptor < 0 || close(descriptor) == 0;
+    }
+
+private:
+    int m_descriptor;
+};
+
+/// The directory of a path, without its last separator; "." or "/" where that would be nothing.
+LongPath DirectoryOf(const char *path)
+{
+    LongPath directory{};
+    UTIL_CopyText(directory, path);
+    char *lastSeparator = nullptr;
+    for (char &c : directory) {
+        if (c == '/') // unlike '\', which belongs to our file's name
+            lastSeparator = &c;
+    }
+    if (!lastSeparator)
+        UTIL_CopyText(directory, ".");
+    else if (lastSeparator == directory.data())
+        lastSeparator[1] = '\0';
+    else
+        *lastSeparator = '\0';
+    return directory;
+}
+
+Result ResultOfMissing(const char *path)
+{
+    struct stat info { };
+    const LongPath directory = DirectoryOf(path);
+    return stat(directory.data(), &info) == 0 ? Result::FileNotFound : Result::PathNotFound;
+}
+
+Result ResultOfOpenError(int error, const char *path)
+{
+    switch (error) {
+    case EBUSY:
+    case ETXTBSY:
+    case EAGAIN:
+        return Result::SharingViolation;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return Result::AccessDenied;
+    case EINVAL:
+    case ENAMETOOLONG:
+    case ELOOP:
+        return Result::BadName;
+    case ENODEV:
+    case ENXIO:
+        return Result::InvalidDrive;
+    case ENOENT:
+        return ResultOfMissing(path);
+    case ENOTDIR:
+        return Result::PathNotFound;
+    default:
+        return Result::InvalidFile;
+    }
+}
+
+/// Runs a step again while somebody else keeps the file to himself.
+template <typename Step> Result RetryWhileShared(Step step)
+{
+    Result result = step();
+    for (int tries = 1; result == Result::SharingViolation && tries < kSharingTries; ++tries) {
+        SYS_Sleep(kSharingPauseMs);
+        result = step();
+    }
+    return result;
+}
+
+/// @return the number of bytes read until the end or the end of the buffer, or -1
+ssize_t ReadAll(int file, std::span<char> buffer)
+{
+    std::size_t length = 0;
+    while (length < buffer.size()) {
+        const ssize_t got = read(file, buffer.data() + length, buffer.size() - length);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            return -1;
+        if (got == 0)
+            break;
+        length += static_cast<std::size_t>(got);
+    }
+    return static_cast<ssize_t>(length);
+}
+
+bool WriteAll(int file, std::string_view content)
+{
+    while (!content.empty()) {
+        const ssize_t put = write(file, content.data(), content.size());
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put <= 0)
+            return false;
+        content.remove_prefix(static_cast<std::size_t>(put));
+    }
+    return true;
+}
+
+Result ReadOnce(const char *path, SettingsImage &image)
+{
+    // Without O_NONBLOCK a pipe under the file's name would hold the program up.
+    const File file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!file.IsOpen())
+        return ResultOfOpenError(errno, path);
+    struct stat info { };
+    if (fstat(file.Get(), &info) != 0 || !S_ISREG(info.st_mode))
+        return Result::InvalidFile;
+    std::array<char, SettingsImage::kCapacity + 1> buffer; // one more byte shows a larger file
+    const ssize_t length = ReadAll(file.Get(), buffer);
+    if (length < 0 || !image.Assign({buffer.data(), static_cast<std::size_t>(length)}))
+        return Result::TransferFailed;
+    return Result::Ok;
+}
+
+/// Gives a new file the owner and mode of the one that it replaces.
+bool TakeOver(int file, const struct stat *old)
+{
+    return !old
+        || (fchown(file, old->st_uid, old->st_gid) == 0
+            && fchmod(file, old->st_mode & kModeBits) == 0);
+}
+
+/// Writes a new file beside the target and puts it in the target's place.
+/// @param old      the target's properties, null when it does not exist
+/// @param allowed  cleared, with nothing changed, when this is not allowed here
+Result ReplaceAtomically(
+    const char *target, const struct stat *old, std::string_view content, bool &allowed)
+{
+    LongPath temporary;
+    UTIL_Format(temporary, "%s.XXXXXX", target);
+    File file(mkostemp(temporary.data(), O_CLOEXEC));
+    allowed = file.IsOpen();
+    if (!allowed)
+        return Result::AccessDenied;
+    allowed = TakeOver(file.Get(), old);
+    const bool written = allowed && WriteAll(file.Get(), content) && fsync(file.Get()) == 0;
+    if (!file.Close() || !written) {
+        unlink(temporary.data());
+        return Result::TransferFailed;
+    }
+    if (rename(temporary.data(), target) != 0) {
+        const int error = errno;
+        unlink(temporary.data());
+        allowed = error != EACCES && error != EPERM && error != EBUSY;
+        return ResultOfOpenError(error, target);
+    }
+    const LongPath directory = DirectoryOf(target);
+    const File parent(open(directory.data(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (parent.IsOpen())
+        fsync(parent.Get()); // the file is whole by now, whatever this says
+    return Result::Ok;
+}
+
+/// Makes sure of the room for a file's new content before its first old byte is gone.
+bool ReserveRoom(int file, off_t oldLength, off_t newLength)
+{
+    if (newLength <= oldLength || posix_fallocate(file, 0, newLength) == 0)
+        return true;
+    // What could be had of the room is given back; if even that fails, the old bytes still stand.
+    [[maybe_unused]] const int trimmed = ftruncate(file, oldLength);
+    return false;
+}
+
+Result WriteInPlace(const char *path, std::string_view content)
+{
+    File file(
+        open(path, O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, S_IRUSR | S_IWUSR));
+    if (!file.IsOpen())
+        return ResultOfOpenError(errno, path);
+    struct stat info { };
+    if (fstat(file.Get(), &info) != 0 || !S_ISREG(info.st_mode))
+        return Result::InvalidFile;
+    const auto length = static_cast<off_t>(content.size());
+    const bool written = ReserveRoom(file.Get(), info.st_size, length)
+        && WriteAll(file.Get(), content) && ftruncate(file.Get(), length) == 0
+        && fsync(file.Get()) == 0;
+    return file.Close() && written ? Result::Ok : Result::TransferFailed;
+}
+
+Result WriteOnce(const char *path, std::string_view content)
+{
+    struct stat info { };
+    const bool exists = stat(path, &info) == 0;
+    if (!exists && errno != ENOENT)
+        return ResultOfOpenError(errno, path);
+    if (exists && !S_ISREG(info.st_mode))
+        return Result::InvalidFile;
+    if (exists && (info.st_mode & S_IWUSR) == 0)
+        return Result::ReadOnly;
+    if (exists && faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) != 0)
+        return ResultOfOpenError(errno, path);
+
+    LongPath target;
+    if (exists) {
+        if (!realpath(path, target.data()))
+            return ResultOfOpenError(errno, path);
+    } else {
+        struct stat link { };
+        if (lstat(path, &link) == 0) // a link to a file that is still to be made
+            return WriteInPlace(path, content);
+        UTIL_CopyText(target, path);
+    }
+    bool allowed = false;
+    const Result result
+        = ReplaceAtomically(target.data(), exists ? &info : nullptr, content, allowed);
+    return allowed ? result : WriteInPlace(path, content);
+}
+
+} // namespace
+
+SettingsFileResult SETTINGS_ReadFile(const char *path, SettingsImage &image)
+{
+    image.Clear();
+    if (path[0] == '\0')
+        return Result::PathNotFound;
+    return RetryWhileShared([&] { return ReadOnce(path, image); });
+}
+
+SettingsFileResult SETTINGS_WriteFile(const char *path, std::string_view content)
+{
+    if (path[0] == '\0')
+        return Result::PathNotFound;
+    return RetryWhileShared([&] { return WriteOnce(path, content); });
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "settingsimage.h"
+#include "settingsmessages.h"
+#include "settingsstore.h"
+#include "syslock.h"
+
+#include <optional>
+
+// The store behind the typed operations; for this module alone.
+
+/// The one store. GUI thread; trivial to destroy.
+struct SettingsStore {
+    std::array<char, SETTINGS_MAX_PATH> path;
+    SettingsImage image;
+    int state;
+    SettingsFileResult loadResult;
+    SYS_MUTEX_HANDLE mutex;
+    int depth;               // operations under way, one inside the other
+    bool changed;            // the image waits for the outermost operation's end to be saved
+    SettingsMessage message; // the first problem of the outermost operation
+    SettingsQuietReport quietReport; // null: nowhere
+};
+
+// What SettingsStore::state says.
+inline constexpr int kSettingsNotLoaded = 0;
+inline constexpr int kSettingsLoaded = 1;
+inline constexpr int kSettingsReloadNeeded = 100;
+
+[[nodiscard]] SettingsStore &SETTINGS_TheStore();
+
+/// For problems that the user is not told.
+void SETTINGS_ReportQuietly(const char *text);
+
+/// "<user directory>\<program>Settings.ini": the backslash is part of a file name that existing
+/// settings are found under. Empty when there is no user directory or the path is too long.
+void SETTINGS_ComposeDefaultPath(std::array<char, SETTINGS_MAX_PATH> &path);
+
+/// One operation: holds the mutex, loads at its start what must be loaded, saves at its end what
+/// has changed, and shows a problem after the mutex is free again. Operations may be nested; the
+/// outermost one saves and shows.
+class SettingsOperation {
+public:
+    SettingsOperation();
+    ~SettingsOperation() { End(); }
+    SettingsOperation(const SettingsOperation &) = delete;
+    SettingsOperation &operator=(const SettingsOperation &) = delete;
+
+    [[nodiscard]] bool IsReady() const { return m_ready; }
+    [[nodiscard]] SettingsImage &Image() const;
+    /// @return whether the image may be changed; else the user will be told
+    bool PrepareChange();
+    void SetChanged();
+    void Fail(SettingsFileResult result);
+    /// @return SETTINGS_OK, or SETTINGS_ERROR when a problem was met
+    int End();
+
+private:
+    std::optional<SysLock> m_lock;
+    bool m_ready = false;
+    int m_result = SETTINGS_OK;
+};

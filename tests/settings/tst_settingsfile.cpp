@@ -1,0 +1,268 @@
+#include "settingsfile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <optional>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr uid_t kNobody = 65534;
+
+/// A folder with one file, which a user without privileges owns when the test runs as root.
+class Folder {
+public:
+    explicit Folder(const QByteArray &content = {}, mode_t mode = 0640)
+    {
+        Put(content, mode);
+        if (geteuid() == 0)
+            m_owned = chown(qPrintable(m_folder.path()), kNobody, kNobody) == 0
+                && chown(Path(), kNobody, kNobody) == 0;
+    }
+    ~Folder() { SetMode(0700); }
+
+    void Put(const QByteArray &content, mode_t mode)
+    {
+        QFile file(m_folder.filePath("settings.ini"));
+        if (file.open(QIODevice::WriteOnly))
+            file.write(content);
+        file.close();
+        chmod(Path(), mode);
+    }
+
+    [[nodiscard]] const char *Path() const { return m_path.constData(); }
+    [[nodiscard]] QString File(const char *name) const { return m_folder.filePath(name); }
+    void SetMode(mode_t mode) const { chmod(qPrintable(m_folder.path()), mode); }
+
+    [[nodiscard]] QByteArray Content() const
+    {
+        QFile file(m_folder.filePath("settings.ini"));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
+    }
+    [[nodiscard]] mode_t Mode() const
+    {
+        struct stat info { };
+        return stat(Path(), &info) == 0 ? info.st_mode & 07777 : 0;
+    }
+    [[nodiscard]] QStringList Names() const
+    {
+        return QDir(m_folder.path()).entryList(QDir::Files | QDir::Hidden | QDir::System);
+    }
+
+private:
+    QTemporaryDir m_folder;
+    QByteArray m_path = m_folder.filePath("settings.ini").toUtf8();
+    bool m_owned = true;
+};
+
+/// Lays down root's privileges for a block, so that modes matter.
+class AsUser {
+public:
+    AsUser()
+        : m_root(geteuid() == 0)
+    {
+        Set(kNobody);
+    }
+    ~AsUser() { Set(0); }
+    AsUser(const AsUser &) = delete;
+    AsUser &operator=(const AsUser &) = delete;
+
+private:
+    void Set(uid_t user) const
+    {
+        if (m_root && seteuid(user) != 0)
+            qFatal("cannot change the user");
+    }
+    bool m_root;
+};
+
+using Result = SettingsFileResult;
+
+} // namespace
+
+class SettingsFileTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void filesOfEveryLengthAreReadWhole();
+    void whatCannotBeReadSaysWhy();
+    void savingReplacesTheFileAndKeepsItsMode();
+    void aNewFileIsForTheUserAlone();
+    void linksAreFollowed();
+    void whatMustNotBeWrittenIsLeftAlone();
+    void aClosedDirectoryIsWrittenInPlace();
+    void aFullDiskLeavesTheOldFile();
+    void aKilledSaveLeavesAWholeFile();
+};
+
+void SettingsFileTest::filesOfEveryLengthAreReadWhole()
+{
+    Folder folder;
+    SettingsImage image;
+    for (const int size : {0, 1, 29'999, 30'000}) {
+        const QByteArray content = QByteArray(size, '\0').replace(size / 2, 1, "x").left(size);
+        folder.Put(content, 0600);
+        QCOMPARE(SETTINGS_ReadFile(folder.Path(), image), Result::Ok);
+        QVERIFY(image.Text() == std::string_view(content.constData(), static_cast<size_t>(size)));
+    }
+    folder.Put(QByteArray(30'001, 'x'), 0600);
+    QCOMPARE(SETTINGS_ReadFile(folder.Path(), image), Result::TransferFailed);
+    QVERIFY(image.Text().empty());
+}
+
+void SettingsFileTest::whatCannotBeReadSaysWhy()
+{
+    const Folder folder("[A]\r\n", 0000);
+    SettingsImage image;
+    const auto read
+        = [&](const QString &path) { return SETTINGS_ReadFile(path.toUtf8().constData(), image); };
+    QCOMPARE(read(folder.File("none")), Result::FileNotFound);
+    QCOMPARE(read(folder.File("none/none")), Result::PathNotFound);
+    QCOMPARE(read(folder.File("settings.ini/x")), Result::PathNotFound);
+    QCOMPARE(read(folder.File(QByteArray(300, 'n').constData())), Result::BadName);
+    QCOMPARE(read(QString()), Result::PathNotFound);
+    QCOMPARE(read(folder.File(".")), Result::InvalidFile);
+    const QByteArray pipe = folder.File("pipe").toUtf8();
+    QCOMPARE(mkfifo(pipe.constData(), 0600), 0);
+    QCOMPARE(read(folder.File("pipe")), Result::InvalidFile); // at once, without a writer
+    const AsUser user;
+    QCOMPARE(SETTINGS_ReadFile(folder.Path(), image), Result::AccessDenied);
+}
+
+void SettingsFileTest::savingReplacesTheFileAndKeepsItsMode()
+{
+    const Folder folder("old, and much longer than the new one", 0604);
+    for (const std::string_view content : {"new", "", "longer again"}) {
+        QCOMPARE(SETTINGS_WriteFile(folder.Path(), content), Result::Ok);
+        QCOMPARE(folder.Content().toStdString(), content);
+        QCOMPARE(folder.Mode(), 0604U);
+        QCOMPARE(folder.Names(), QStringList("settings.ini"));
+    }
+    struct stat info { };
+    stat(folder.Path(), &info);
+    QCOMPARE(info.st_uid, geteuid() == 0 ? kNobody : geteuid());
+}
+
+void SettingsFileTest::aNewFileIsForTheUserAlone()
+{
+    const Folder folder;
+    QFile::remove(folder.Path());
+    QCOMPARE(SETTINGS_WriteFile(folder.Path(), "new"), Result::Ok);
+    QCOMPARE(folder.Content(), "new");
+    QCOMPARE(folder.Mode(), 0600U);
+    const QByteArray deep = folder.File("none/settings.ini").toUtf8();
+    QCOMPARE(SETTINGS_WriteFile(deep.constData(), "new"), Result::PathNotFound);
+    QCOMPARE(SETTINGS_WriteFile("", "new"), Result::PathNotFound);
+}
+
+void SettingsFileTest::linksAreFollowed()
+{
+    const Folder target("old");
+    const Folder folder;
+    const QByteArray link = folder.File("link").toUtf8();
+    QVERIFY(QFile::link(target.Path(), link));
+    QCOMPARE(SETTINGS_WriteFile(link.constData(), "new"), Result::Ok);
+    QCOMPARE(target.Content(), "new");
+    QVERIFY(QFileInfo(link).isSymLink());
+
+    QFile::remove(target.Path());
+    QCOMPARE(SETTINGS_WriteFile(link.constData(), "made"), Result::Ok);
+    QCOMPARE(target.Content(), "made");
+    QVERIFY(QFileInfo(link).isSymLink());
+}
+
+void SettingsFileTest::whatMustNotBeWrittenIsLeftAlone()
+{
+    const Folder folder("kept", 0444);
+    QCOMPARE(SETTINGS_WriteFile(folder.Path(), "new"), Result::ReadOnly); // for root, too
+    QCOMPARE(folder.Content(), "kept");
+    const QByteArray directory = folder.File(".").toUtf8();
+    QCOMPARE(SETTINGS_WriteFile(directory.constData(), "new"), Result::InvalidFile);
+    if (geteuid() == 0) {
+        const Folder foreign("kept", 0644);
+        QCOMPARE(chown(foreign.Path(), 0, 0), 0);
+        const AsUser user; // may write the directory, but not the file
+        QCOMPARE(SETTINGS_WriteFile(foreign.Path(), "new"), Result::AccessDenied);
+        QCOMPARE(foreign.Content(), "kept");
+    }
+}
+
+void SettingsFileTest::aClosedDirectoryIsWrittenInPlace()
+{
+    const Folder folder("old, and much longer than the new one", 0600);
+    folder.SetMode(0500);
+    std::optional<AsUser> user(std::in_place);
+    QCOMPARE(SETTINGS_WriteFile(folder.Path(), "new"), Result::Ok);
+    QCOMPARE(folder.Content(), "new");
+    QCOMPARE(SETTINGS_WriteFile(folder.Path(), "longer than before"), Result::Ok);
+    QCOMPARE(folder.Content(), "longer than before");
+    const QByteArray other = folder.File("other").toUtf8();
+    QCOMPARE(SETTINGS_WriteFile(other.constData(), "new"), Result::AccessDenied);
+    user.reset();
+    QCOMPARE(folder.Names(), QStringList("settings.ini"));
+}
+
+void SettingsFileTest::aFullDiskLeavesTheOldFile()
+{
+    const Folder folder("old", 0600);
+    const std::string content(5000, 'n');
+    // A size limit fails a write just as a full disk does.
+    signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit small{1000, limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    const Result beside = SETTINGS_WriteFile(folder.Path(), content);
+    folder.SetMode(0500);
+    std::optional<AsUser> user(std::in_place);
+    const Result inPlace = SETTINGS_WriteFile(folder.Path(), content);
+    user.reset();
+    setrlimit(RLIMIT_FSIZE, &limit);
+    QCOMPARE(beside, Result::TransferFailed);
+    QCOMPARE(inPlace, Result::TransferFailed);
+    QCOMPARE(folder.Content(), "old");
+    QCOMPARE(folder.Names(), QStringList("settings.ini"));
+}
+
+void SettingsFileTest::aKilledSaveLeavesAWholeFile()
+{
+    const std::string first(20'000, 'a');
+    const std::string second(29'000, 'b');
+    const Folder folder(QByteArray::fromStdString(first), 0600);
+    for (int round = 0; round < 20; ++round) {
+        int ends[2];
+        QCOMPARE(pipe(ends), 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            for (;;) {
+                for (const std::string &content : {first, second}) {
+                    if (SETTINGS_WriteFile(folder.Path(), content) != Result::Ok
+                        || write(ends[1], "x", 1) != 1)
+                        _exit(1);
+                }
+            }
+        }
+        char told = 0;
+        for (int saves = 0; saves <= round; ++saves)
+            QCOMPARE(read(ends[0], &told, 1), 1);
+        kill(child, SIGKILL);
+        int status = 0;
+        waitpid(child, &status, 0);
+        close(ends[0]);
+        close(ends[1]);
+        QVERIFY(WIFSIGNALED(status)); // it was saving until then
+        const std::string content = folder.Content().toStdString();
+        QVERIFY(content == first || content == second);
+    }
+}
+
+QTEST_GUILESS_MAIN(SettingsFileTest)
+#include "tst_settingsfile.moc"
