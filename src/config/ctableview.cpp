@@ -2,11 +2,11 @@
 
 #include "cdevicedatamodel.h"
 
-#include <QAbstractItemDelegate>
 #include <QHeaderView>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
+#include <QStyledItemDelegate>
 
 #include <utility>
 
@@ -28,7 +28,7 @@ protected:
     {
         QPainter painter(this);
         const QAbstractItemModel *model = m_view->model();
-        painter.setPen(palette().color(QPalette::Mid));
+        painter.setPen(GridColor());
         for (int column = 0; model != nullptr && column < model->columnCount(); ++column) {
             const int leftPx = m_view->columnViewportPosition(column);
             QStyleOptionViewItem option;
@@ -50,7 +50,38 @@ protected:
     }
 
 private:
+    /// The colour of the table's own grid lines, which only its style knows.
+    [[nodiscard]] QColor GridColor() const
+    {
+        QStyleOptionViewItem option;
+        option.initFrom(m_view);
+        const int color
+            = m_view->style()->styleHint(QStyle::SH_Table_GridLineColor, &option, m_view);
+        return QColor::fromRgba(static_cast<QRgb>(color));
+    }
+
     CTableView *m_view;
+};
+
+/// Paints the devices. The cell that has the keyboard gets a dotted edge: the usual focus frame is
+/// laid over the text and greys it in the selected row's colours.
+class DeviceRowDelegate : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    void paint(QPainter *painter, const QStyleOptionViewItem &option,
+        const QModelIndex &index) const override
+    {
+        QStyleOptionViewItem plain = option;
+        plain.state &= ~QStyle::State_HasFocus;
+        QStyledItemDelegate::paint(painter, plain, index);
+        if ((option.state & QStyle::State_HasFocus) == 0)
+            return;
+        painter->save();
+        painter->setPen(QPen(kSelectedTextColor, 1, Qt::DotLine));
+        painter->drawRect(option.rect.adjusted(0, 0, -1, -1));
+        painter->restore();
+    }
 };
 
 } // namespace
@@ -60,6 +91,7 @@ CTableView::CTableView(QWidget *parent)
     , m_filterStrip(new FilterStrip(this))
 {
     m_filterStrip->hide();
+    setItemDelegate(new DeviceRowDelegate(this));
 }
 
 void CTableView::setModel(QAbstractItemModel *newModel)
