@@ -1,9 +1,13 @@
 #pragma once
 
+#include "cellmap.h"
+#include "memtypes.h"
+
 #include <QByteArray>
 #include <QString>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -13,6 +17,29 @@ class QMimeData;
 /// MIME types that target memory travels under.
 inline constexpr const char *kMimeText = "text/plain";
 inline constexpr const char *kMimeBinary = "application/octet-stream";
+
+/// How the view that is copied from lays out its rows.
+struct RowLayout {
+    const ViewGeometry &geometry;
+    std::uint64_t pageBase; ///< rows start whole rows before or behind this address
+    bool bigEndian;
+};
+
+/// Reads bytes of one row, all within the address space. Status is NotLoaded beforehand.
+/// @return false to give the copy up
+using RowReader = std::function<bool(
+    std::uint64_t address, std::span<std::uint8_t> data, std::span<ByteStatus> status)>;
+
+/// The hexadecimal column of the rows that hold lower .. upper (both inclusive), as the view shows
+/// it, from the item of the first byte to the item of the last. Rows are separated by a line feed.
+/// @return nothing when the reader gave up; an empty text when the view shows no rows
+[[nodiscard]] std::optional<QString> CLIP_HexRows(
+    const RowLayout &layout, std::uint64_t lower, std::uint64_t upper, const RowReader &read);
+
+/// The text column of lower .. upper (both inclusive), one character a byte, without line breaks.
+/// @return as CLIP_HexRows
+[[nodiscard]] std::optional<QString> CLIP_TextRows(
+    const RowLayout &layout, std::uint64_t lower, std::uint64_t upper, const RowReader &read);
 
 /// Bytes as "0x"-prefixed hexadecimal items, least significant byte first in memory.
 ///

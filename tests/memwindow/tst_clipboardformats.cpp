@@ -7,17 +7,103 @@
 
 using Bytes = std::vector<std::uint8_t>;
 
-class ClipboardFormatsTest : public QObject
+namespace {
+
+/// A view that is wide enough for this many bytes a row, but not for twice as many.
+ViewGeometry WideView(int bytesPerRow, int bytesPerItem)
 {
+    ViewGeometry geometry;
+    geometry.SetCharacterSize(8, 16);
+    geometry.SetBytesPerItem(bytesPerItem);
+    geometry.SetViewSize((15 + bytesPerRow * 9 / 2) * 8, 320);
+    return geometry;
+}
+
+/// Memory whose bytes are the low byte of their address; reads that leave the space fail the copy.
+bool ReadPattern(std::uint64_t address, std::span<std::uint8_t> data, std::span<ByteStatus> status)
+{
+    for (std::size_t i = 0; i < data.size(); ++i) {
+        data[i] = static_cast<std::uint8_t>(address + i);
+        status[i] = address + i == 0x148 ? ByteStatus::ReadFailed : ByteStatus::Valid;
+    }
+    return address < kAddressSpaceEnd && address + data.size() <= kAddressSpaceEnd;
+}
+
+} // namespace
+
+class ClipboardFormatsTest : public QObject {
     Q_OBJECT
 
 private slots:
+    void rowsAreCutAtTheSelectionsEnds_data();
+    void rowsAreCutAtTheSelectionsEnds();
+    void aReaderThatGivesUpEndsTheCopy();
     void anInitializerListReadsAsGiven_data();
     void anInitializerListReadsAsGiven();
     void everyValueOfEverySizeComesBack_data();
     void everyValueOfEverySizeComesBack();
     void pastingTakesTheTextsBytesFirst();
 };
+
+void ClipboardFormatsTest::rowsAreCutAtTheSelectionsEnds_data()
+{
+    QTest::addColumn<int>("bytesPerRow");
+    QTest::addColumn<int>("bytesPerItem");
+    QTest::addColumn<bool>("bigEndian");
+    QTest::addColumn<quint64>("pageBase");
+    QTest::addColumn<quint64>("lower");
+    QTest::addColumn<quint64>("upper");
+    QTest::addColumn<QString>("hex");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("within one row, over the group gap")
+        << 16 << 1 << false << quint64{0} << quint64{0x146} << quint64{0x149} << "46 47  -- 49"
+        << "FG.I";
+    QTest::newRow("three rows") << 4 << 1 << false << quint64{0x100} << quint64{0x142}
+                                << quint64{0x14A} << "42 43\n44 45 46 47\n-- 49 4A"
+                                << "BCDEFG.IJ";
+    QTest::newRow("two-byte items")
+        << 8 << 2 << false << quint64{0} << quint64{0x142} << quint64{0x145} << "4342 4544"
+        << "BCDE";
+    QTest::newRow("two-byte items, big-endian")
+        << 8 << 2 << true << quint64{0} << quint64{0x142} << quint64{0x145} << "4243 4445"
+        << "BCDE";
+    QTest::newRow("rows that start at odd addresses, before the page")
+        << 4 << 1 << false << quint64{0x1001} << quint64{0x141} << quint64{0x145}
+        << "41 42 43 44\n45"
+        << "ABCDE";
+    QTest::newRow("a row that begins before the space")
+        << 4 << 1 << false << quint64{0x1002} << quint64{0} << quint64{2} << "00 01\n02"
+        << "...";
+    QTest::newRow("a row that ends behind the space")
+        << 4 << 1 << false << quint64{0xFFFFFFFE} << quint64{0xFFFFFFFE} << quint64{0xFFFFFFFF}
+        << "FE FF" << QString::fromLatin1("\xFE\xFF");
+}
+
+void ClipboardFormatsTest::rowsAreCutAtTheSelectionsEnds()
+{
+    QFETCH(int, bytesPerRow);
+    QFETCH(int, bytesPerItem);
+    QFETCH(bool, bigEndian);
+    QFETCH(quint64, pageBase);
+    QFETCH(quint64, lower);
+    QFETCH(quint64, upper);
+    const ViewGeometry geometry = WideView(bytesPerRow, bytesPerItem);
+    QCOMPARE(int(geometry.BytesPerRow()), bytesPerRow);
+    const RowLayout layout = {geometry, pageBase, bigEndian};
+    QTEST(CLIP_HexRows(layout, lower, upper, ReadPattern).value(), "hex");
+    QTEST(CLIP_TextRows(layout, lower, upper, ReadPattern).value(), "text");
+}
+
+void ClipboardFormatsTest::aReaderThatGivesUpEndsTheCopy()
+{
+    const ViewGeometry geometry = WideView(8, 1);
+    int rows = 0;
+    const RowReader giveUpAtThird = [&rows](auto, auto, auto) { return ++rows < 3; };
+    QVERIFY(!CLIP_HexRows({geometry, 0, false}, 0, 1000, giveUpAtThird));
+    QCOMPARE(rows, 3);
+    const ViewGeometry nothingShown;
+    QCOMPARE(CLIP_HexRows({nothingShown, 0, false}, 0, 1000, giveUpAtThird).value(), "");
+}
 
 void ClipboardFormatsTest::anInitializerListReadsAsGiven_data()
 {
