@@ -1,25 +1,41 @@
 #include "chexeditor.h"
+#include "addressbox.h"
+#include "ceditoverlay.h"
 
-#include <QEvent>
+#include <QAction>
+#include <QCloseEvent>
+#include <QContextMenuEvent>
+#include <QDragEnterEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QTimer>
 #include <QWheelEvent>
 
 CHexEditor::CHexEditor(QWidget *parent)
     : QMainWindow(parent)
+    , m_actions(this)
     , m_cache(m_slot.Data(), m_slot.Status())
 {
     BuildWidgets();
+    BuildToolBar();
     BuildRefreshControls();
     ConnectSignals();
+    SetFeatureFlags(0);
     SetViewFont(font());
+    UpdateBackAction();
+    LoadSettings();
     UpdateWindowTitle();
 }
 
-CHexEditor::~CHexEditor() = default;
+CHexEditor::~CHexEditor()
+{
+    FinishEdit();
+    WritePending(); // nothing typed is lost with the window
+    SaveSettings();
+}
 
 void CHexEditor::SetCallbacks(const MemoryCallbacks &callbacks)
 {
@@ -32,6 +48,8 @@ void CHexEditor::SetFeatureFlags(std::uint32_t flags)
 {
     m_featureFlags = flags;
     ShowRefreshControls((flags & kFeatureRefresh) != 0);
+    m_actions[MemAction::Load]->setVisible((flags & kFeatureLoad) != 0);
+    m_actions.ShowAccessWidths((flags & kFeatureAccessWidth) != 0);
     if ((flags & kFeatureAccessWidth) == 0)
         SetAccessWidth(0);
 }
@@ -47,11 +65,13 @@ void CHexEditor::SetBytesPerItem(int bytesPerItem)
     if (bytesPerItem == m_geometry.BytesPerItem())
         return;
     m_geometry.SetBytesPerItem(bytesPerItem);
+    m_actions.CheckBytesPerItem(static_cast<std::uint8_t>(bytesPerItem));
     OnItemFormatChanged();
 }
 
 void CHexEditor::OnItemFormatChanged()
 {
+    m_pOverlay->HideOverlay();
     UpdateGeometry();
     InvalidateView();
     RefreshPage(PageRead::Whole);
@@ -59,6 +79,7 @@ void CHexEditor::OnItemFormatChanged()
 
 void CHexEditor::SetAccessWidth(std::uint8_t bytes)
 {
+    m_actions.CheckAccessWidth(bytes);
     if (bytes == m_target.AccessWidth())
         return;
     m_target.SetAccessWidth(bytes);
@@ -118,6 +139,13 @@ bool CHexEditor::ViewportEvent(QEvent *event)
     case QEvent::Wheel:
         OnMouseWheelScrolled(static_cast<QWheelEvent *>(event));
         return true;
+    case QEvent::DragEnter:
+    case QEvent::DragMove:
+        OnDragEnter(static_cast<QDragEnterEvent *>(event));
+        return true;
+    case QEvent::Drop:
+        OnDragDrop(static_cast<QDropEvent *>(event));
+        return true;
     default:
         return false;
     }
@@ -136,6 +164,11 @@ bool CHexEditor::ViewEvent(QEvent *event)
         if (m_pageKeyHeld)
             OnKeyPageDownReleased();
         return false;
+    case QEvent::ContextMenu:
+        if (static_cast<QContextMenuEvent *>(event)->reason() != QContextMenuEvent::Keyboard)
+            return false;
+        OpenMenuAtCursor();
+        return true;
     case QEvent::ShortcutOverride: // the text widget must not claim Ctrl+C and its like
         event->ignore();
         return true;
@@ -144,6 +177,11 @@ bool CHexEditor::ViewEvent(QEvent *event)
         auto *keyEvent = static_cast<QKeyEvent *>(event);
         if (keyEvent->key() == Qt::Key_Tab || keyEvent->key() == Qt::Key_Backtab)
             return false; // on to the next control
+        if (keyEvent->key() == Qt::Key_F10 && keyEvent->modifiers() == Qt::ShiftModifier) {
+            if (event->type() == QEvent::KeyPress)
+                OpenMenuAtCursor();
+            return true;
+        }
         OnKeyEvent(keyEvent);
         return true;
     }
@@ -159,6 +197,14 @@ void CHexEditor::changeEvent(QEvent *event)
         SetViewFont(font());
 }
 
+void CHexEditor::closeEvent(QCloseEvent *event)
+{
+    const QPointer<CHexEditor> self = this;
+    SettleEdits();
+    if (self)
+        QMainWindow::closeEvent(event);
+}
+
 void CHexEditor::OnShow()
 {
     UpdateGeometry();
@@ -171,6 +217,8 @@ void CHexEditor::OnShow()
 
 void CHexEditor::OnSizeChanged(int, int)
 {
+    m_pOverlay->HideOverlay();
+    m_pAddressBox->UpdateMinimumWidth();
     UpdateGeometry();
     m_pResizeTimer->start(); // reads once, when the user has stopped
 }

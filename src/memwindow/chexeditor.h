@@ -1,8 +1,13 @@
 #pragma once
 
+#include "addresshistory.h"
 #include "changeages.h"
+#include "clipboardformats.h"
 #include "dirtyrows.h"
+#include "memactions.h"
+#include "memtransfer.h"
 #include "navigation.h"
+#include "pendingwrites.h"
 #include "rowcache.h"
 #include "rowpainter.h"
 #include "selection.h"
@@ -16,19 +21,29 @@
 #include <QRegion>
 
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <vector>
 
+class AddressBox;
 class AddressScrollBar;
+class CEditOverlay;
+class CMemDialog;
 class QAction;
 class QComboBox;
+class QDragEnterEvent;
+class QDropEvent;
 class QKeyEvent;
 class QMenu;
+class QMimeData;
 class QMouseEvent;
 class QPainter;
 class QPlainTextEdit;
 class QTimer;
 class QToolBar;
 class QWheelEvent;
+enum class MemDialogMode : int;
+struct ItemEdit;
 
 /// Which of the optional commands a memory window shows.
 inline constexpr std::uint32_t kFeatureRefresh = 1U << 0;     ///< the periodic refresh
@@ -107,30 +122,57 @@ public slots:
     void OnKeyPageDownPressed(QKeyEvent *event);
     void OnHomeKeyPressed(QKeyEvent *event);
     void OnEndKeyPressed(QKeyEvent *event);
+    void OnKeyPastePressed(QKeyEvent *event);
     void OnEscapeKeyPressed(QKeyEvent *event);
+    void OnKeyOtherPressed(QKeyEvent *event);
     void OnKeyPageUpReleased();
     void OnKeyPageDownReleased();
+    void OnAddrBoxEditingFinished();
     void OnRefreshRateChanged();
     void OnItemFormatChanged();
+    void OnItemEditingFinished();
     void OnSizeChanged(int widthPx, int heightPx);
     void OnScrollbarActionTriggered(int action);
+    void OnActionPasteTriggered();
+    void OnActionViewDataTriggered();
+    void OnActionViewFormatTriggered();
+    void OnActionAccessWidthTriggered();
+    void OnActionGotoTriggered();
+    void OnActionFillTriggered();
+    void OnActionLoadTriggered();
+    void OnActionSaveTriggered();
     void OnActionAutoRefreshTriggered();
+    void OnActionShowToolbarTriggered();
+    void OnActionCopyTriggered();
+    void OnActionCopyHexTriggered();
+    void OnActionCopyTextTriggered();
+    void OnActionCopyBinaryTriggered();
+    void OnActionCopyIntListTriggered();
+    void OnActionGoBackTriggered();
     void OnAutoUpdateTimerTimeout();
+    void OnEditUpdateTimerTimeout();
     void OnAutoScrollSelectionTimerTimeout();
     void OnResizeTimerTimeout();
     void OnScrollbarReleased();
+    void OnToolbarChevronClicked();
+    void OnContextMenuRequested(QPoint position);
     void OnMemZoneMenuActionTriggered(QAction *action);
+    void OnDragEnter(QDragEnterEvent *event);
+    void OnDragDrop(QDropEvent *event);
 
 protected:
     void changeEvent(QEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
 
 private:
     enum class PageRead { Whole, Missing };
 
     // Construction (chexeditor_setup.cpp)
     void BuildWidgets();
+    void BuildToolBar();
     void BuildRefreshControls();
     void ConnectSignals();
+    void ConnectActions();
     void ShowRefreshControls(bool visible);
     void SetViewFont(const QFont &applicationFont);
 
@@ -159,6 +201,43 @@ private:
     void ShowFirstPage();
     void ShowLastPage();
 
+    // Typing (chexeditor_editing.cpp)
+    void TypeText(const QString &typed, bool isBackspace);
+    void TypeDigit(const QString &typed, bool isBackspace);
+    void OpenOverlay(std::uint64_t item, const ItemEdit &edit);
+    void PlaceOverlay();
+    void RevealCursor();
+    [[nodiscard]] std::optional<std::uint64_t> EditedItemValue(std::uint64_t item) const;
+    [[nodiscard]] EditCursor CursorInItem(std::uint64_t item, int position) const;
+    void FinishEdit();
+    void WritePending();
+    void SettleEdits();
+
+    // Jumps and their history (chexeditor_goto.cpp)
+    void PushBack(std::uint64_t address);
+    void UpdateBackAction();
+    [[nodiscard]] QString AskForAddress();
+
+    // Clipboard, files and fill (chexeditor_transfer.cpp)
+    using ColumnCopier = std::optional<QString>(
+        const RowLayout &, std::uint64_t, std::uint64_t, const RowReader &);
+    void CopyColumn(ColumnCopier *copyRows, const QString &form);
+    void Copied(std::unique_ptr<QMimeData> contents, const QString &form);
+    [[nodiscard]] std::optional<QByteArray> ReadSelectionBytes();
+    [[nodiscard]] MemRange SelectedRange() const;
+    [[nodiscard]] MemRange CommandRange() const;
+    [[nodiscard]] CMemDialog *AskForRange(
+        MemDialogMode mode, MemRange range, const QString &fileName);
+    void LoadFile(const QString &fileName);
+    void ShowWritten(MemRange range);
+
+    // Menu, drops and settings (chexeditor_commands.cpp)
+    void OpenMenuAtCursor();
+    [[nodiscard]] bool AcceptsDrop(const QMimeData &contents) const;
+    void LoadSettings();
+    void SaveSettings() const;
+
+    MemActions m_actions;
     TargetAccess m_target;
     ViewGeometry m_geometry;
     WindowSlot m_slot; // before the cache, which lives in its memory
@@ -167,6 +246,9 @@ private:
     DirtyRows m_dirtyRows; // rows that the running refresh found changed
     Selection m_selection;
     EditCursor m_cursor;
+    PendingWrites m_pending;
+    AddressHistory m_history;
+    QString m_lastInputText; // of the "Go To" dialog
     WheelNotches m_wheel;
     RowPainter m_rowPainter;
     ComposedLine m_line;
@@ -178,6 +260,8 @@ private:
 
     std::uint64_t m_baseAddress = 0;      // of the top row
     std::uint64_t m_requestedAddress = 0; // what the last jump asked for
+    std::uint64_t m_editedItem = 0;       // under the edit box while it is open
+    qint64 m_menuClosedAtMs = 0;          // since the epoch
     std::uint32_t m_featureFlags = 0;
     QPoint m_pressPoint;
     QRegion m_paintRegion; // of the paint event under way
@@ -190,11 +274,14 @@ private:
 
     QPlainTextEdit *m_pView = nullptr; // painting surface; its viewport's events come here
     AddressScrollBar *m_pScrollBar = nullptr;
+    CEditOverlay *m_pOverlay = nullptr;
     QToolBar *m_pToolBar = nullptr;
+    AddressBox *m_pAddressBox = nullptr;
     QComboBox *m_pRefreshBox = nullptr;
     QAction *m_pRefreshLabelAction = nullptr; // the label and the box in the tool bar
     QAction *m_pRefreshBoxAction = nullptr;
     QTimer *m_pAutoUpdateTimer = nullptr;
+    QTimer *m_pEditUpdateTimer = nullptr;
     QTimer *m_pAutoScrollTimer = nullptr;
     QTimer *m_pResizeTimer = nullptr;
 };

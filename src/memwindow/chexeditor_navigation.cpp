@@ -84,9 +84,14 @@ void CHexEditor::OnKeyEvent(QKeyEvent *event)
     case Qt::Key_Shift: // starts a selection by keys
         m_selection.Start(m_cursor.address);
         return InvalidateView();
+    case Qt::Key_V:
+    case Qt::Key_C:
+        if (event->modifiers().testFlag(Qt::ControlModifier))
+            return event->key() == Qt::Key_V ? OnKeyPastePressed(event)
+                                             : OnActionCopyHexTriggered();
+        [[fallthrough]];
     default:
-        event->ignore();
-        return;
+        return OnKeyOtherPressed(event);
     }
 }
 
@@ -219,23 +224,4 @@ void CHexEditor::OnAutoScrollSelectionTimerTimeout()
     m_selection.ExtendTo(CursorAt(position).address, Cells());
     ScrollRows(position.y() < 0 ? 1 : -1);
     InvalidateView();
-}
-
-void CHexEditor::GoTo(std::uint64_t address, bool placeCursor, bool)
-{
-    m_requestedAddress = address;
-    m_jumpPending = BytesPerPage() == 0;
-    if (m_jumpPending)
-        return;
-    const std::uint64_t target = std::min(address, kLastAddress);
-    const std::uint64_t base = target - target % BytesPerRow();
-    if (placeCursor) {
-        // Near the end of the address space the cursor goes where a whole page would show it.
-        const std::uint64_t top = std::min(base, m_geometry.LastPageBase());
-        m_cursor.address = top + unsigned(BytesPerItem()) - 1;
-        m_cursor.digit = m_cursor.inTextColumn ? 1 : 0;
-    }
-    ClearCache();
-    ShowPageAt(base);
-    RefreshPage(PageRead::Whole);
 }

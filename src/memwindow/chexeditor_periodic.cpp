@@ -6,6 +6,7 @@
 #include <QComboBox>
 #include <QInputDialog>
 #include <QMenu>
+#include <QPlainTextEdit>
 #include <QPointer>
 #include <QTimer>
 
@@ -61,9 +62,7 @@ static QString AskForInterval(QWidget *parent, const QAction &action, const QCom
 
 void CHexEditor::OnActionAutoRefreshTriggered()
 {
-    const auto *action = findChild<QAction *>(QStringLiteral("pActionMemoryAutoRefresh"));
-    if (action == nullptr)
-        return;
+    const QAction *action = m_actions[MemAction::AutoRefresh];
     QString choice;
     if (action->data().typeId() == QMetaType::QStringList) {
         const QStringList choices = action->data().toStringList();
@@ -75,6 +74,7 @@ void CHexEditor::OnActionAutoRefreshTriggered()
         choice = AskForInterval(this, *action, *m_pRefreshBox);
         if (!self)
             return;
+        m_pView->setFocus();
     }
     SelectRefreshText(choice);
     UpdateWindowTitle();
@@ -93,6 +93,7 @@ void CHexEditor::UpdateWindowTitle()
 
 void CHexEditor::SetZone(const QString &name)
 {
+    SettleEdits(); // what was typed belongs to the zone it was typed in
     m_target.SetZone(name == QLatin1String("Default") ? QString() : name);
     m_ages.Clear();
     InvalidateView();

@@ -1,4 +1,5 @@
 #include "addressscrollbar.h"
+#include "ceditoverlay.h"
 #include "chexeditor.h"
 #include "linecomposer.h"
 #include "scrollmap.h"
@@ -97,6 +98,7 @@ void CHexEditor::RepaintRowOf(std::uint64_t address)
 
 void CHexEditor::ShowPageAt(std::uint64_t base)
 {
+    m_pOverlay->HideOverlay();
     m_baseAddress = base;
     MoveCacheToPage();
     InvalidateView();
@@ -110,6 +112,7 @@ void CHexEditor::ScrollRows(int rows)
     const std::uint64_t newBase = Keys().ScrolledBase(rows);
     if (newBase == oldBase)
         return;
+    m_pOverlay->HideOverlay();
     m_baseAddress = newBase;
     MoveCacheToPage();
     ScrollPixels(oldBase);
@@ -229,11 +232,15 @@ void CHexEditor::PaintRow(QPainter &painter, std::uint32_t row)
     const std::uint64_t address = m_cache.Range().base + std::uint64_t{row} * length;
     const PageRange page = m_cache.Range();
     const bool wholeRow = page.Contains(address) && page.End() - address >= length;
-    if (!wholeRow)
+    const bool isTypedOver = m_pending.Touches(address, length);
+    const bool copyRow = !wholeRow || isTypedOver;
+    if (copyRow)
         static_cast<void>(m_cache.ReadCached(address, m_rowData, m_rowStatus));
+    if (isTypedOver) // so that nobody types blindly until the change is written
+        m_pending.Overlay(address, m_rowData, m_rowStatus);
     LineComposer(BytesPerItem(), m_bigEndian)
-        .ComposeRow(address, length, wholeRow ? m_cache.DataAt(address) : m_rowData.data(),
-            wholeRow ? m_cache.StatusAt(address) : m_rowStatus.data(),
+        .ComposeRow(address, length, copyRow ? m_rowData.data() : m_cache.DataAt(address),
+            copyRow ? m_rowStatus.data() : m_cache.StatusAt(address),
             m_ages.AgesAt(address, length), m_line);
     const CellMap cells = Cells();
     RowPicture picture{m_line, m_selection.CellsOn(address, length, cells)};

@@ -1,21 +1,29 @@
+#include "addressbox.h"
 #include "addressscrollbar.h"
+#include "ceditoverlay.h"
 #include "chexeditor.h"
 #include "refreshrates.h"
 #include "viewfont.h"
 
+#include <QAbstractButton>
+#include <QAction>
 #include <QComboBox>
 #include <QFontMetrics>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QTextDocument>
 #include <QTimer>
 #include <QToolBar>
 
+#include <array>
+
 namespace {
 
 constexpr int kAutoScrollMs = 20;
 constexpr int kResizeMs = 500;
+constexpr int kEditUpdateMs = 500;
 
 QPlainTextEdit *CreateView(QWidget *parent, int leftMarginPx)
 {
@@ -66,6 +74,10 @@ void CHexEditor::BuildWidgets()
     m_pToolBar->setMovable(false);
     addToolBar(Qt::TopToolBarArea, m_pToolBar);
 
+    m_pOverlay = new CEditOverlay(m_pView);
+    m_pEditUpdateTimer = new QTimer(this);
+    m_pEditUpdateTimer->setInterval(kEditUpdateMs);
+    m_pEditUpdateTimer->setSingleShot(true);
     m_rowPainter.SetLeftMargin(m_geometry.LeftMargin());
     m_pAutoUpdateTimer = new QTimer(this);
     m_pAutoScrollTimer = new QTimer(this);
@@ -97,8 +109,7 @@ void CHexEditor::BuildRefreshControls()
 
 void CHexEditor::ShowRefreshControls(bool visible)
 {
-    if (auto *action = findChild<QAction *>(QStringLiteral("pActionMemoryAutoRefresh")))
-        action->setVisible(visible);
+    m_actions[MemAction::AutoRefresh]->setVisible(visible);
     m_pRefreshBoxAction->setVisible(visible);
     m_pRefreshLabelAction->setVisible(visible);
     if (!visible)
@@ -112,10 +123,59 @@ void CHexEditor::ConnectSignals()
     connect(
         m_pScrollBar, &QScrollBar::actionTriggered, this, &CHexEditor::OnScrollbarActionTriggered);
     connect(m_pScrollBar, &QScrollBar::sliderReleased, this, &CHexEditor::OnScrollbarReleased);
+    connect(m_pAddressBox->lineEdit(), &QLineEdit::returnPressed, this,
+        &CHexEditor::OnAddrBoxEditingFinished);
+    connect(m_pAddressBox, &QComboBox::currentIndexChanged, this,
+        &CHexEditor::OnAddrBoxEditingFinished);
+    connect(m_pAddressBox, &QComboBox::activated, this, [this] {
+        if (m_pAddressBox->TakeRepeatedChoice())
+            OnAddrBoxEditingFinished();
+    });
+    if (auto *button
+        = m_pToolBar->findChild<QAbstractButton *>(QStringLiteral("qt_toolbar_ext_button")))
+        connect(button, &QAbstractButton::clicked, this, &CHexEditor::OnToolbarChevronClicked);
+    connect(m_pOverlay, &CEditOverlay::Closed, this, &CHexEditor::OnItemEditingFinished);
     connect(m_pAutoUpdateTimer, &QTimer::timeout, this, &CHexEditor::OnAutoUpdateTimerTimeout);
+    connect(m_pEditUpdateTimer, &QTimer::timeout, this, &CHexEditor::OnEditUpdateTimerTimeout);
     connect(
         m_pAutoScrollTimer, &QTimer::timeout, this, &CHexEditor::OnAutoScrollSelectionTimerTimeout);
     connect(m_pResizeTimer, &QTimer::timeout, this, &CHexEditor::OnResizeTimerTimeout);
+    connect(this, &QWidget::customContextMenuRequested, this, &CHexEditor::OnContextMenuRequested);
+    ConnectActions();
+}
+
+void CHexEditor::ConnectActions()
+{
+    struct Row {
+        MemAction action;
+        void (CHexEditor::*slot)();
+    };
+    constexpr std::array kRows = {
+        Row{MemAction::View1ByteItems, &CHexEditor::OnActionViewFormatTriggered},
+        Row{MemAction::View2ByteItems, &CHexEditor::OnActionViewFormatTriggered},
+        Row{MemAction::View4ByteItems, &CHexEditor::OnActionViewFormatTriggered},
+        Row{MemAction::Goto, &CHexEditor::OnActionGotoTriggered},
+        Row{MemAction::Access1ByteItems, &CHexEditor::OnActionAccessWidthTriggered},
+        Row{MemAction::Access2ByteItems, &CHexEditor::OnActionAccessWidthTriggered},
+        Row{MemAction::Access4ByteItems, &CHexEditor::OnActionAccessWidthTriggered},
+        Row{MemAction::AccessAuto, &CHexEditor::OnActionAccessWidthTriggered},
+        Row{MemAction::Fill, &CHexEditor::OnActionFillTriggered},
+        Row{MemAction::Save, &CHexEditor::OnActionSaveTriggered},
+        Row{MemAction::Load, &CHexEditor::OnActionLoadTriggered},
+        Row{MemAction::AutoRefresh, &CHexEditor::OnActionAutoRefreshTriggered},
+        Row{MemAction::ShowToolbar, &CHexEditor::OnActionShowToolbarTriggered},
+        Row{MemAction::ViewData, &CHexEditor::OnActionViewDataTriggered},
+        Row{MemAction::Copy, &CHexEditor::OnActionCopyTriggered},
+        Row{MemAction::Paste, &CHexEditor::OnActionPasteTriggered},
+        Row{MemAction::CopyText, &CHexEditor::OnActionCopyTextTriggered},
+        Row{MemAction::CopyHex, &CHexEditor::OnActionCopyHexTriggered},
+        Row{MemAction::CopyBinary, &CHexEditor::OnActionCopyBinaryTriggered},
+        Row{MemAction::CopyIntList, &CHexEditor::OnActionCopyIntListTriggered},
+        Row{MemAction::GoBack, &CHexEditor::OnActionGoBackTriggered},
+    };
+    static_assert(kRows.size() == kMemActionCount);
+    for (const Row &row : kRows)
+        connect(m_actions[row.action], &QAction::triggered, this, row.slot);
 }
 
 void CHexEditor::SetViewFont(const QFont &applicationFont)
@@ -130,8 +190,11 @@ void CHexEditor::SetViewFont(const QFont &applicationFont)
     m_geometry.SetCharacterSize(widthPx, heightPx);
     m_rowPainter.SetFont(grid, widthPx, heightPx);
     m_pView->setFont(grid);
+    m_pOverlay->setFont(grid);
     m_pView->setMinimumWidth(ViewGeometry::kMinimumChars * widthPx);
     UpdateGeometry();
+    if (m_pOverlay->isVisible())
+        PlaceOverlay();
     InvalidateView();
     if (!m_cache.IsEmpty())
         m_pResizeTimer->start(); // the page holds another number of bytes now

@@ -10,8 +10,7 @@
 
 #include <span>
 
-namespace
-{
+namespace {
 
 enum class Check : std::uint8_t { None, Off, On };
 
@@ -159,7 +158,7 @@ void MemActions::ShowAccessWidths(bool visible)
         (*this)[width.action]->setVisible(visible);
 }
 
-void MemActions::FillContextMenu(QMenu &menu, QMenu *zoneMenu) const
+void MemActions::FillContextMenu(QMenu &menu, const std::function<void(QMenu *)> &addZoneMenu) const
 {
     const auto add = [&](MemAction action) { menu.addAction((*this)[action]); };
 
@@ -176,8 +175,7 @@ void MemActions::FillContextMenu(QMenu &menu, QMenu *zoneMenu) const
         add(size.action);
     for (const SizeAction &width : kAccessWidths)
         add(width.action);
-    if (zoneMenu != nullptr)
-        menu.addMenu(zoneMenu);
+    addZoneMenu(&menu);
     menu.addSeparator();
     add(MemAction::Fill);
     if ((*this)[MemAction::Load]->isVisible())

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 class QAction;
 class QMenu;
@@ -37,8 +38,7 @@ inline constexpr std::size_t kMemActionCount = 21;
 
 /// Makes the actions of one memory window and builds its menu and tool bar from them.
 /// The window owns the actions.
-class MemActions
-{
+class MemActions {
 public:
     explicit MemActions(QWidget *window);
 
@@ -57,9 +57,9 @@ public:
     /// Shows or hides the four access-width actions.
     void ShowAccessWidths(bool visible);
 
-    /// Fills an empty context menu. The zone menu stands behind the access widths when there is
-    /// one.
-    void FillContextMenu(QMenu &menu, QMenu *zoneMenu) const;
+    /// Fills an empty context menu.
+    /// @param addZoneMenu  called for what stands behind the access widths
+    void FillContextMenu(QMenu &menu, const std::function<void(QMenu *)> &addZoneMenu) const;
 
     /// Adds the buttons that stand between the address box and the refresh controls.
     void FillToolBar(QToolBar &toolBar) const;

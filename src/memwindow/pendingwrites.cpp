@@ -1,7 +1,5 @@
 #include "pendingwrites.h"
 
-#include "memtypes.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -14,19 +12,24 @@ void PendingWrites::Add(std::uint64_t address, std::span<const std::uint8_t> byt
     m_records.push_back({address, {kept.begin(), kept.end()}});
 }
 
-bool PendingWrites::Overlay(std::uint64_t address, std::span<std::uint8_t> data) const
+void PendingWrites::Overlay(
+    std::uint64_t address, std::span<std::uint8_t> data, std::span<ByteStatus> status) const
 {
     const std::uint64_t end = address + data.size();
-    bool replaced = false;
     for (const Record &record : m_records) {
-        const std::uint64_t from = std::max(address, record.address);
         const std::uint64_t to = std::min(end, record.End());
-        for (std::uint64_t at = from; at < to; ++at) {
+        for (std::uint64_t at = std::max(address, record.address); at < to; ++at) {
             data[at - address] = record.data[at - record.address];
-            replaced = true;
+            status[at - address] = ByteStatus::Valid;
         }
     }
-    return replaced;
+}
+
+bool PendingWrites::Touches(std::uint64_t address, std::uint64_t length) const
+{
+    return std::any_of(m_records.begin(), m_records.end(), [&](const Record &record) {
+        return record.address < address + length && address < record.End();
+    });
 }
 
 std::vector<WriteRun> PendingWrites::TakeRuns()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "memtypes.h"
+
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -15,16 +17,17 @@ struct WriteRun {
 /// Owned by one CHexEditor, used on the GUI thread only. Every change is kept as a record of its
 /// own; TakeRuns() turns the records into as few writes as cover them. Where records overlap, the
 /// one added last wins, byte by byte. Bytes at and past the end of the 32-bit space are dropped.
-class PendingWrites
-{
+class PendingWrites {
 public:
     void Add(std::uint64_t address, std::span<const std::uint8_t> bytes);
 
     [[nodiscard]] bool IsEmpty() const { return m_records.empty(); }
 
-    /// Replaces those of the given bytes that have a pending change. Bytes without one stay.
-    /// @return whether a byte was replaced
-    bool Overlay(std::uint64_t address, std::span<std::uint8_t> data) const;
+    /// Puts pending changes over bytes and their status (of equal size). Bytes without one stay.
+    void Overlay(
+        std::uint64_t address, std::span<std::uint8_t> data, std::span<ByteStatus> status) const;
+    /// Whether a byte of the range has a pending change.
+    [[nodiscard]] bool Touches(std::uint64_t address, std::uint64_t length) const;
 
     /// Hands out the merged runs in address order and forgets all records. Runs that touch are one.
     [[nodiscard]] std::vector<WriteRun> TakeRuns();

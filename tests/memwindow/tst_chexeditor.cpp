@@ -6,6 +6,7 @@
 #include <QMenu>
 #include <QPlainTextEdit>
 #include <QScrollBar>
+#include <QSettings>
 #include <QtTest>
 
 class CHexEditorTest : public QObject {
@@ -60,6 +61,9 @@ struct Shown {
         QApplication::sendEvent(view->viewport(), &event);
     }
 
+    struct FirstStart {
+        FirstStart() { QSettings().clear(); }
+    } firstStart; // each window as if no other had left its settings behind
     FakeTarget target;
     CHexEditor window;
     QPlainTextEdit *view = window.findChild<QPlainTextEdit *>("pTextEditor");

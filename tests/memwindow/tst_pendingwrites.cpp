@@ -9,8 +9,7 @@
 #include <optional>
 #include <string_view>
 
-namespace
-{
+namespace {
 
 void Type(PendingWrites &pending, std::uint64_t address, std::string_view text)
 {
@@ -31,8 +30,7 @@ QString Written(PendingWrites &pending)
 
 } // namespace
 
-class PendingWritesTest : public QObject
-{
+class PendingWritesTest : public QObject {
     Q_OBJECT
 
 private slots:
@@ -89,7 +87,11 @@ void PendingWritesTest::randomTypingMatchesANaiveModel()
         }
 
         std::vector<std::uint8_t> shown(64, 0xEE);
-        QVERIFY(pending.Overlay(0x1000, shown));
+        std::vector<ByteStatus> status(shown.size(), ByteStatus::ReadFailed);
+        pending.Overlay(0x1000, shown, status);
+        std::vector<bool> touched;
+        for (std::size_t i = 0; i < shown.size(); ++i)
+            touched.push_back(pending.Touches(0x1000 + i, 1));
         std::map<std::uint64_t, std::uint8_t> written;
         std::optional<std::uint64_t> lastEnd;
         for (const WriteRun &run : pending.TakeRuns()) {
@@ -101,7 +103,10 @@ void PendingWritesTest::randomTypingMatchesANaiveModel()
         QVERIFY2(written == model, qPrintable(QString::number(seed)));
         for (std::size_t i = 0; i < shown.size(); ++i) {
             const auto typed = model.find(0x1000 + i);
-            QCOMPARE(shown[i], typed == model.end() ? std::uint8_t{0xEE} : typed->second);
+            const bool isTyped = typed != model.end();
+            QCOMPARE(shown[i], isTyped ? typed->second : std::uint8_t{0xEE});
+            QCOMPARE(status[i] == ByteStatus::Valid, isTyped);
+            QCOMPARE(touched[i], isTyped);
         }
     }
 }

@@ -48,6 +48,7 @@ public:
 
     std::set<std::uint64_t> unreadable; ///< a read that touches one of these fails as a whole
     bool failAll = false;
+    bool failWrites = false;
     std::vector<Call> reads;
     std::vector<Call> writes;
     QStringList messages;
@@ -77,7 +78,7 @@ private:
         FakeTarget &target = *s_current;
         target.writes.push_back({address, length, accessWidth, zoneName,
             QByteArray(reinterpret_cast<const char *>(data), qsizetype(length))});
-        if (target.failAll)
+        if (target.failAll || target.failWrites)
             return -1;
         for (std::uint64_t i = 0; i < length; ++i)
             target.Set(address + i, data[i]);

@@ -1,0 +1,90 @@
+#include "addressbox.h"
+
+#include "addresshistory.h"
+
+#include <QAbstractItemView>
+#include <QCompleter>
+#include <QEvent>
+#include <QIcon>
+#include <QLineEdit>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr int kMinimumContentsChars = 7;
+constexpr int kMinimumWidthChars = 24;
+
+} // namespace
+
+AddressBox::AddressBox(QWidget *parent)
+    : QComboBox(parent)
+{
+    setObjectName(QStringLiteral("pEditBoxAddr"));
+    setEditable(true);
+    setInsertPolicy(QComboBox::NoInsert);
+    // With duplicates forbidden, Return would first make an equal text of the list current and
+    // then report the key: two jumps for one.
+    setDuplicatesEnabled(true);
+    setMinimumContentsLength(kMinimumContentsChars);
+    completer()->setCaseSensitivity(Qt::CaseSensitive);
+    // Addresses begin alike: completed in the line, 2000 and Return would go to 20000A00.
+    completer()->setCompletionMode(QCompleter::PopupCompletion);
+    connect(this, &QComboBox::currentIndexChanged, this, [this] { m_hasChanged = true; });
+    setToolTip(QStringLiteral("Hexadecimal address"));
+    setAccessibleName(QStringLiteral("Go To"));
+    lineEdit()->setAccessibleName(QStringLiteral("Go To"));
+    UpdateMinimumWidth();
+}
+
+void AddressBox::AddText(QString text)
+{
+    NormaliseAddressText(text);
+    setEditText(text);
+    SetItems(WithAddressBoxText(Items(), text));
+}
+
+void AddressBox::SetItems(const QStringList &items)
+{
+    m_isRefilling = true;
+    clear();
+    for (QString text : items) {
+        NormaliseAddressText(text);
+        addItem(QIcon(), text);
+    }
+    m_isRefilling = false;
+}
+
+bool AddressBox::IsListOpen() const
+{
+    // The list is made when it is first opened; asking for it would make it.
+    const auto views = findChildren<QAbstractItemView *>();
+    return std::any_of(views.begin(), views.end(),
+        [](const QAbstractItemView *view) { return view->isVisible(); });
+}
+
+bool AddressBox::TakeRepeatedChoice()
+{
+    return !std::exchange(m_hasChanged, false);
+}
+
+QStringList AddressBox::Items() const
+{
+    QStringList items;
+    for (int i = 0; i < count(); ++i)
+        items << itemText(i);
+    return items;
+}
+
+void AddressBox::UpdateMinimumWidth()
+{
+    setMinimumWidth(kMinimumWidthChars * fontMetrics().horizontalAdvance(u'0'));
+}
+
+void AddressBox::changeEvent(QEvent *event)
+{
+    QComboBox::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        UpdateMinimumWidth();
+}
