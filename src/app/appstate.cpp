@@ -1,0 +1,7 @@
+#include "appstate.h"
+
+AppState &APP_State()
+{
+    static auto *const state = new AppState{};
+    return *state;
+}

@@ -1,0 +1,337 @@
+#include "mainwindow.h"
+
+#include "aboutdialog.h"
+#include "appidentity.h"
+#include "boxplacement.h"
+#include "custmdiarea.h"
+#include "logoimage.h"
+#include "probesession.h"
+#include "windowreports.h"
+#include "workeractions.h"
+
+#include "chexeditor.h"
+#include "configdialog.h"
+#include "connectionsettings.h"
+#include "ranvoapi.h"
+#include "sysevent.h"
+#include "syslock.h"
+#include "systhread.h"
+#include "systime.h"
+#include "utilformat.h"
+#include "utiltext.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QLabel>
+#include <QMdiSubWindow>
+#include <QMessageBox>
+#include <QScreen>
+
+namespace {
+
+/// Scan-chain handling on; the miscellaneous and the command-line group stay hidden.
+constexpr int kConfigDialogOptions = 4;
+/// Periodic refresh only: no load command, automatic access width.
+constexpr std::uint32_t kMemoryWindowFeatures = 1;
+/// How long a closing window waits for the worker, looking once a millisecond.
+constexpr int kExitRounds = 10;
+/// How long the process waits for the library to let go of the probe; the window is gone by then.
+constexpr std::uint32_t kCloseLimitMs = 2000;
+
+/// Called by the settings, on the GUI thread, after they have taken a changed record.
+void ReconnectAfterChange()
+{
+    // First of all: typed changes that still wait to be written need the old connection.
+    APP_State().mainWindow->RemoveMemoryWindow();
+    WORKER_PostDisconnect();
+    APP_DropMemoryWindow();
+    WORKER_PostConnect();
+}
+
+/// The worker-to-window state of a new window; the locks are made once for the whole process.
+void ResetSharedState(MainWindow *window)
+{
+    AppState &state = APP_State();
+    if (state.stateMutex == nullptr) {
+        state.stateMutex = SYS_CreateUnnamedMutex();
+        state.windowMutex = SYS_CreateUnnamedMutex();
+    }
+    state.closing.store(false, std::memory_order_relaxed);
+    state.workerExited.store(0, std::memory_order_relaxed);
+    {
+        const SysLock lock(state.stateMutex);
+        state.window = {};
+        UTIL_CopyText(state.window.statusTexts[kStatusMessage], "Ready");
+        UTIL_CopyText(state.window.statusTexts[kStatusConnection], "Not connected");
+    }
+    const SysLock lock(state.windowMutex);
+    state.mainWindow = window;
+}
+
+void SetLabel(QLabel *label, const char *text)
+{
+    const QString wanted = QString::fromUtf8(text);
+    if (label->text() == wanted)
+        return;
+    label->setText(wanted);
+    label->setToolTip(wanted); // a narrow window cuts the field
+}
+
+/// Closes the probe from a thread of its own: a library that never comes back must not keep the
+/// process alive.
+void CloseProbe()
+{
+    // One for the whole process and never closed: the thread may come back at any later time.
+    static const SYS_EVENT_HANDLE closed = SYS_CreateEvent(nullptr, 0, 0);
+    SYS_CreateThread(
+        [](void *) -> void * {
+            PROBE_CloseSession();
+            SYS_SetEvent(closed);
+            return nullptr;
+        },
+        nullptr, nullptr);
+    SYS_WaitForEvent(closed, kCloseLimitMs);
+}
+
+} // namespace
+
+MainWindow::MainWindow()
+{
+    ResetSharedState(this);
+    m_area = new CustMDIArea(APP_LogoImage(), this);
+    BuildMenus();
+    BuildStatusBar();
+    ConnectSignals();
+    setCentralWidget(m_area);
+    setWindowTitle(QString::fromUtf8(APP_WindowTitle()));
+    PlaceOnScreen();
+    UpdateGui();
+    SETTINGS_SetHost({APP_ShowError, ReconnectAfterChange});
+    ConnectionRecord record{};
+    SETTINGS_Load(&record);
+    WORKER_SetUpStaticJobs(this);
+    show();
+    _OnActionGeneral();
+}
+
+MainWindow::~MainWindow()
+{
+    AppState &state = APP_State();
+    const SysLock lock(state.windowMutex);
+    state.mainWindow = nullptr; // a worker that is still busy finds no window from here on
+}
+
+void MainWindow::_Slot_OnGUIUpdate()
+{
+    UpdateGui();
+}
+
+void MainWindow::_Slot_OnMemWindowUpdate()
+{
+    if (m_hexEditor != nullptr)
+        m_hexEditor->UpdateFromTarget();
+    AppState &state = APP_State();
+    const SysLock lock(state.stateMutex);
+    state.window.memoryRefreshPending = 0;
+}
+
+void MainWindow::_Slot_OnShowError()
+{
+    ShowReports();
+}
+
+void MainWindow::_Slot_OnShowWarning()
+{
+    ShowReports();
+}
+
+void MainWindow::_OnActionAbout()
+{
+    const QPointer<MainWindow> alive(this);
+    const QPointer<AboutDialog> dialog(new AboutDialog(APP_WindowTitle()));
+    dialog->exec();
+    delete dialog;
+    if (alive != nullptr)
+        UpdateGui();
+}
+
+void MainWindow::_OnActionGeneral()
+{
+    const QPointer<MainWindow> alive(this);
+    RunConfiguration();
+    if (alive != nullptr)
+        UpdateGui();
+}
+
+void MainWindow::_OnActionExit()
+{
+    close();
+}
+
+void MainWindow::_OnActionConnect()
+{
+    WORKER_PostConnect();
+    UpdateGui();
+}
+
+void MainWindow::_OnActionDisconnect()
+{
+    {
+        AppState &state = APP_State();
+        const SysLock lock(state.stateMutex);
+        state.window.memoryWindowWanted = 0;
+    }
+    RemoveMemoryWindow(); // writes what was typed while the probe is still open
+    WORKER_PostDisconnect();
+    UpdateGui();
+}
+
+void MainWindow::_OnHoverAction()
+{
+    // The slot's signature is fixed: only the sender says which entry is meant.
+    const auto *const action = qobject_cast<QAction *>(sender());
+    if (action != nullptr)
+        APP_SetStatusField(action->statusTip().toUtf8().constData(), kStatusMessage);
+}
+
+bool MainWindow::event(QEvent *event)
+{
+    // The status bar has no place for passing messages: the tips stand in its first field.
+    if (event->type() == QEvent::StatusTip)
+        return true;
+    return QMainWindow::event(event);
+}
+
+void MainWindow::UpdateGui()
+{
+    // A message box inside an update runs an event loop of its own, and with it further updates.
+    static bool updating = false;
+    if (updating)
+        return;
+    updating = true;
+    AppState &state = APP_State();
+    WindowState &shared = state.window;
+    bool connected = false;
+    bool memoryWindowWanted = false;
+    decltype(shared.statusTexts) texts;
+    {
+        const SysLock lock(state.stateMutex);
+        connected = shared.connected != 0;
+        memoryWindowWanted = shared.memoryWindowWanted != 0;
+        if (!connected) {
+            UTIL_CopyText(shared.statusTexts[kStatusConnection], "Not connected");
+            UTIL_CopyText(shared.statusTexts[kStatusCore], "");
+            UTIL_CopyText(shared.statusTexts[kStatusSpeed], "");
+        }
+        texts = shared.statusTexts;
+    }
+    // The lock is free again: creating the window reads the target, posting may wait for a slot,
+    // and the worker needs the lock to finish what either of them waits for.
+    for (unsigned i = 0; i < kStatusFields; ++i)
+        SetLabel(m_labels[i], texts[i].data());
+    if (memoryWindowWanted)
+        CreateMemoryWindow();
+    else
+        RemoveMemoryWindow();
+    m_actionDisconnect->setEnabled(connected);
+    m_actionConnect->setEnabled(!connected);
+    if (!state.closing.load(std::memory_order_relaxed))
+        WORKER_PostConnectionCheck();
+    updating = false;
+}
+
+void MainWindow::CreateMemoryWindow()
+{
+    if (m_hexEditor != nullptr || m_area == nullptr)
+        return;
+    m_hexEditor = new CHexEditor(this);
+    m_hexEditor->setAttribute(Qt::WA_DeleteOnClose);
+    m_hexEditor->SetCallbacks(PROBE_MemoryCallbacks());
+    m_hexEditor->SetFeatureFlags(kMemoryWindowFeatures);
+    m_subWindow = new QMdiSubWindow;
+    m_subWindow->setAttribute(Qt::WA_DeleteOnClose);
+    m_subWindow->setWindowFlag(Qt::FramelessWindowHint);
+    m_subWindow->setWidget(m_hexEditor);
+    m_area->addSubWindow(m_subWindow, Qt::FramelessWindowHint);
+    m_subWindow->showMaximized();
+    m_hexEditor->setFocus();
+}
+
+void MainWindow::RemoveMemoryWindow()
+{
+    if (m_subWindow == nullptr)
+        return;
+    const QPointer<QMdiSubWindow> subWindow = m_subWindow;
+    const QPointer<CHexEditor> hexEditor = m_hexEditor;
+    m_subWindow = nullptr;
+    m_hexEditor = nullptr;
+    m_area->removeSubWindow(subWindow);
+    if (hexEditor != nullptr)
+        hexEditor->close();
+    if (subWindow != nullptr)
+        subWindow->close();
+}
+
+void MainWindow::RunConfiguration()
+{
+    ConnectionRecord record = SETTINGS_Snapshot();
+    auto *const dialog = new ConfigDialog(this, APP_WindowTitle(), &record);
+    dialog->SetOptions(kConfigDialogOptions);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setModal(true);
+    if (dialog->exec() == QDialog::Accepted) {
+        SETTINGS_Apply(&record);
+        // Also for an unchanged record: accepting the dialog always leaves the program connecting.
+        WORKER_PostConnect();
+        APP_SetStatusField("Configuration applied", kStatusMessage);
+    } else {
+        APP_SetStatusField("Configuration discarded", kStatusMessage);
+    }
+}
+
+void MainWindow::ShowReports()
+{
+    // A report that arrives while a box is open waits for its turn: no box under another one.
+    if (m_showingReports)
+        return;
+    const QPointer<MainWindow> alive(this);
+    m_showingReports = true;
+    Report report;
+    while (alive != nullptr && !APP_State().closing.load() && APP_TakeReport(&report))
+        ShowReport(report);
+    if (alive != nullptr)
+        m_showingReports = false;
+}
+
+void MainWindow::ShowReport(const Report &report)
+{
+    std::array<char, 256> title{};
+    UTIL_Format(title, report.isError ? "%s - Error" : "%s - Warning", APP_WindowTitle());
+    const QPointer<QMessageBox> box(
+        new QMessageBox(report.isError ? QMessageBox::Critical : QMessageBox::Warning,
+            QString::fromUtf8(title.data()), QString(), QMessageBox::Ok, this));
+    box->setTextFormat(Qt::PlainText); // the library's texts are not to be taken for markup
+    box->setText(QString::fromUtf8(report.text.data()));
+    box->move(APP_PlaceBox(geometry(), box->sizeHint(), screen()->size()));
+    m_box = box;
+    box->exec();
+    delete box;
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    AppState &state = APP_State();
+    if (!state.closing.exchange(true)) {
+        RemoveMemoryWindow(); // first of all: it writes what was typed last
+        const bool exiting = WORKER_PostExit();
+        for (int round = 0; exiting && round < kExitRounds && state.workerExited.load() == 0;
+             ++round)
+            SYS_Sleep(1);
+        if (m_box != nullptr)
+            m_box->reject();
+        hide(); // gone for the user, however long the library takes to let go of the probe
+        CloseProbe();
+        SETTINGS_Release();
+    }
+    event->accept();
+}

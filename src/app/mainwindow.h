@@ -1,0 +1,73 @@
+#pragma once
+
+#include "appstate.h"
+
+#include <QMainWindow>
+#include <QPointer>
+
+#include <array>
+
+class CHexEditor;
+class CustMDIArea;
+class QAction;
+class QLabel;
+class QMdiSubWindow;
+class QMessageBox;
+
+/// The one main window: menus, status bar, message boxes and the area that holds the memory window.
+///
+/// It never talks to the probe itself: it posts jobs to the worker, which writes its results into
+/// the shared state and emits one of the four signals, delivered queued on the GUI thread.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    /// Shows itself and runs the first configuration dialog before it returns.
+    MainWindow();
+    ~MainWindow() override;
+
+    /// Closes the memory window, if there is one, after it has written what was typed last.
+    void RemoveMemoryWindow();
+
+signals:
+    void Signal_UpdateGUI();
+    void Signal_UpdateMemWindow();
+    void Signal_UpdateShowError();
+    void Signal_UpdateShowWarning();
+
+public slots:
+    void _Slot_OnGUIUpdate();
+    void _Slot_OnMemWindowUpdate();
+    void _Slot_OnShowError();
+    void _Slot_OnShowWarning();
+    void _OnActionAbout();
+    void _OnActionGeneral();
+    void _OnActionExit();
+    void _OnActionConnect();
+    void _OnActionDisconnect();
+    void _OnHoverAction();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    bool event(QEvent *event) override;
+
+private:
+    void BuildMenus();
+    void BuildStatusBar();
+    void ConnectSignals();
+    void PlaceOnScreen();
+    void UpdateGui();
+    void CreateMemoryWindow();
+    void RunConfiguration();
+    void ShowReports();
+    void ShowReport(const Report &report);
+
+    CustMDIArea *m_area = nullptr;
+    QPointer<QMdiSubWindow> m_subWindow;
+    QPointer<CHexEditor> m_hexEditor;
+    QAction *m_actionConnect = nullptr;
+    QAction *m_actionDisconnect = nullptr;
+    std::array<QLabel *, kStatusFields> m_labels{};
+    QPointer<QMessageBox> m_box; ///< the message box that is open now
+    bool m_showingReports = false;
+};

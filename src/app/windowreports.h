@@ -1,0 +1,26 @@
+#pragma once
+
+struct Report;
+
+/// What the worker, the settings and the main window itself tell the main window. Any thread.
+///
+/// Each takes the state mutex, writes, releases it and then emits the signal that makes the GUI
+/// thread look. Without a main window nothing is emitted.
+
+/// Sets a status bar field; index below kStatusFields, else nothing is written. Cut to 127
+/// characters.
+void APP_SetStatusField(const char *text, unsigned index);
+/// Queues an error or a warning for a message box. Cut to 255 characters. Nothing without a window.
+void APP_ShowError(const char *text);
+void APP_ShowWarning(const char *text);
+/// Takes the oldest report that no box has shown yet. @return false when there is none
+bool APP_TakeReport(Report *report);
+/// Asks for the memory window, or for its removal.
+void APP_RequestMemoryWindow();
+void APP_DropMemoryWindow();
+/// Whether the memory window is wanted.
+bool APP_QueryMemoryWindow();
+/// Makes an existing memory window re-read its page.
+void APP_RefreshMemoryWindow();
+/// Makes the GUI thread run one GUI update.
+void APP_UpdateGui();

@@ -1,0 +1,148 @@
+#include "appharness.h"
+
+#include "appstate.h"
+#include "mainwindow.h"
+
+#include "chexeditor.h"
+#include "configdialog.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QMenu>
+#include <QMessageBox>
+#include <QStatusBar>
+#include <QTest>
+
+namespace {
+
+std::mutex g_callsMutex;
+QStringList g_calls;
+
+void NoteCall(const char *function)
+{
+    const QString name = QString::fromLatin1(function).remove(QStringLiteral("RANVOARM_"));
+    static const QStringList polling = {QStringLiteral("IsConnected"), QStringLiteral("ReadMemEx"),
+        QStringLiteral("DEVICE_GetInfo"), QStringLiteral("GetIdData"), QStringLiteral("GetSpeed")};
+    const std::lock_guard lock(g_callsMutex);
+    if (!polling.contains(name))
+        g_calls.append(name);
+}
+
+void ClearHooks(FaultHooks &hooks)
+{
+    // The record is nothing but atomic pointers.
+    auto *const pointers = reinterpret_cast<std::atomic<void *> *>(&hooks);
+    for (std::size_t i = 0; i < sizeof(FaultHooks) / sizeof(std::atomic<void *>); ++i)
+        pointers[i].store(nullptr);
+    hooks.onCall = NoteCall;
+}
+
+void WriteSettings(const QStringList &lines)
+{
+    const QString folder = QDir::homePath() + QStringLiteral("/.config");
+    QDir().mkpath(folder);
+    // Other programs' folders aside, the tests' home holds nothing else that starts like this.
+    for (const QString &old : QDir(folder).entryList({QStringLiteral("TOLVEN\\*")}, QDir::Files))
+        QFile::remove(folder + QLatin1Char('/') + old);
+    if (lines.isEmpty())
+        return;
+    const QString program = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
+    QFile file(folder + QStringLiteral("/TOLVEN\\") + program + QStringLiteral("Settings.ini"));
+    if (file.open(QIODevice::WriteOnly))
+        file.write(lines.join(QStringLiteral("\r\n")).toUtf8() + "\r\n");
+}
+
+} // namespace
+
+AppHarness::AppHarness(const QStringList &settings, FirstDialog answer)
+    : m_firstDialog(answer)
+{
+    ClearHooks(Hooks());
+    WriteSettings(settings);
+    TakeCalls();
+    QObject::connect(&m_answerTimer, &QTimer::timeout, &m_answerTimer, [this] { Answer(); });
+    m_answerTimer.start(1);
+}
+
+AppHarness::~AppHarness()
+{
+    DestroyWindow();
+    ClearHooks(Hooks());
+    if (!QTest::qWaitFor([] { return APP_State().workerExited.load() != 0; }, 20'000))
+        qFatal("the worker did not end");
+}
+
+void AppHarness::Start()
+{
+    m_window = std::make_unique<MainWindow>();
+}
+
+void AppHarness::DestroyWindow()
+{
+    if (m_window == nullptr)
+        return;
+    m_window->close();
+    m_window.reset();
+}
+
+CHexEditor *AppHarness::MemoryWindow() const
+{
+    return m_window->findChild<CHexEditor *>();
+}
+
+QString AppHarness::StatusText(unsigned field) const
+{
+    const auto labels
+        = m_window->statusBar()->findChildren<QLabel *>(QString(), Qt::FindDirectChildrenOnly);
+    return labels.at(static_cast<int>(field))->text();
+}
+
+QAction *AppHarness::Action(const QString &text) const
+{
+    for (QAction *action : m_window->findChildren<QAction *>()) {
+        if (action->text() == text)
+            return action;
+    }
+    return nullptr;
+}
+
+QStringList AppHarness::BoxTexts() const
+{
+    QStringList texts;
+    for (const QString &box : m_boxes)
+        texts.append(box.section(QLatin1Char('|'), 1));
+    return texts;
+}
+
+int AppHarness::VisibleBoxes()
+{
+    int count = 0;
+    for (const QWidget *widget : QApplication::topLevelWidgets())
+        count
+            += qobject_cast<const QMessageBox *>(widget) != nullptr && widget->isVisible() ? 1 : 0;
+    return count;
+}
+
+QStringList AppHarness::TakeCalls()
+{
+    const std::lock_guard lock(g_callsMutex);
+    return std::exchange(g_calls, {});
+}
+
+void AppHarness::Answer()
+{
+    QWidget *const modal = QApplication::activeModalWidget();
+    if (auto *const dialog = qobject_cast<ConfigDialog *>(modal)) {
+        if (m_firstDialog == FirstDialog::Accept)
+            dialog->_OnPBtnOK();
+        else
+            dialog->_OnPBtnCancel();
+    } else if (auto *const box = qobject_cast<QMessageBox *>(modal);
+               box != nullptr && m_answerBoxes) {
+        m_boxes.append(box->windowTitle() + QLatin1Char('|') + box->text());
+        box->accept();
+    }
+}

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "faulthooks.h"
+
+#include <QString>
+#include <QStringList>
+#include <QTimer>
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+class CHexEditor;
+class QAction;
+class MainWindow;
+
+/// The real main window over the fault probe: answers its dialogs and boxes, records what it shows.
+///
+/// One at a time. The settings file and the hooks are fresh for each.
+class AppHarness {
+public:
+    enum class FirstDialog { Accept, Reject };
+
+    /// @param settings  the settings file's lines, each without its line end
+    explicit AppHarness(const QStringList &settings = {}, FirstDialog answer = FirstDialog::Accept);
+    /// Closes the window, lets blocked calls go and waits for the worker's end.
+    ~AppHarness();
+
+    /// Constructs the window, which answers its first dialog. Set hooks before.
+    void Start();
+    MainWindow &Window() { return *m_window; }
+    /// Null while there is no memory window.
+    CHexEditor *MemoryWindow() const;
+    QString StatusText(unsigned field) const;
+    QAction *Action(const QString &text) const;
+    /// Destroys the window early, as the end of main() does.
+    void DestroyWindow();
+
+    /// Boxes as "title|text", in the order they were shown.
+    const QStringList &Boxes() const { return m_boxes; }
+    /// The texts alone.
+    QStringList BoxTexts() const;
+    /// While false, boxes stay open until it is set again.
+    void AnswerBoxes(bool answer) { m_answerBoxes = answer; }
+    /// How many message boxes are visible at this moment.
+    static int VisibleBoxes();
+
+    FaultHooks &Hooks() { return *FAULT_Hooks(); }
+    /// Names of the library calls since the last look, without the prefix, polling calls left out.
+    QStringList TakeCalls();
+
+private:
+    void Answer();
+
+    FirstDialog m_firstDialog;
+    std::unique_ptr<MainWindow> m_window;
+    QTimer m_answerTimer;
+    QStringList m_boxes;
+    bool m_answerBoxes = true;
+};

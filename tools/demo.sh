@@ -1,0 +1,114 @@
+# The demonstration behind ./run: a target to look at, a home directory of its own where the
+# user's connection settings must stay untouched, and the walk through the start-up without a display.
+
+demo_dir=$PWD/build/demo
+demo_pids=()
+
+demo_stop() {
+    local pid
+    for pid in "${demo_pids[@]}"; do
+        kill "$pid" 2>/dev/null || true
+    done
+    [ ${#demo_pids[@]} -eq 0 ] || wait "${demo_pids[@]}" 2>/dev/null || true
+}
+trap demo_stop EXIT
+
+# demo_use_settings LINE...: starts the program in a home directory whose settings file says so.
+demo_use_settings() {
+    local real_home=$HOME
+    export XDG_CONFIG_HOME=${XDG_CONFIG_HOME:-$real_home/.config}
+    export XAUTHORITY=${XAUTHORITY:-$real_home/.Xauthority}
+    export HOME=$demo_dir/home
+    rm -rf "$HOME"
+    mkdir -p "$HOME/.config"
+    # The backslash is part of the file's name.
+    printf '%s\r\n' "$@" >"$HOME/.config/TOLVEN\\pelimoSettings.ini"
+}
+
+# A TCP port that nobody uses at this moment.
+demo_free_port() {
+    local port
+    for port in $(seq 31234 31299); do
+        (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null || {
+            echo "$port"
+            return
+        }
+    done
+    return 1
+}
+
+demo_wait_for_port() {
+    local port=$1 try
+    for try in $(seq 100); do
+        ! grep -q "^ *[0-9]*: 0100007F:$(printf '%04X' "$port") .* 0A " /proc/net/tcp || return 0
+        sleep 0.1
+    done
+    echo "The emulator does not listen on port $port." >&2
+    return 1
+}
+
+# demo_start_target MODE: sim needs nothing, qemu starts the emulator with the demo firmware.
+demo_start_target() {
+    mkdir -p "$demo_dir"
+    [ "$1" = qemu ] || return 0
+    local port
+    port=$(demo_free_port)
+    qemu-system-arm -M netduinoplus2 -kernel openprobe/firmware/demo.elf -nographic \
+        -serial null -monitor none -gdb "tcp:127.0.0.1:$port" </dev/null >"$demo_dir/qemu.log" 2>&1 &
+    demo_pids+=($!)
+    demo_wait_for_port "$port"
+    demo_use_settings '[GENERAL]' 'ConnectMode = 2' "HostName=\"gdb:127.0.0.1:$port\""
+}
+
+demo_run_visible() {
+    build/bin/pelimo "$@"
+}
+
+# demo_run_headless MODE [ARGUMENT...]: a virtual screen, the first dialog accepted, pictures of
+# the way there and of the memory that changes.
+demo_run_headless() {
+    local mode=$1 dialog
+    shift
+    demo_start_screen
+    [ "$mode" != sim ] || demo_use_settings
+    build/bin/pelimo "$@" >"$demo_dir/pelimo.log" 2>&1 &
+    demo_pids+=($!)
+    dialog=$(timeout 20 xdotool search --sync --onlyvisible --name ' - Config$' | head -n 1)
+    demo_shot "$mode-1-connection"
+    xdotool windowfocus --sync "$dialog" key --window "$dialog" Return
+    demo_wait_for_memory
+    demo_shot "$mode-2-memory"
+    # Ctrl+R asks for the refresh interval, Home and Return take the first one: 100 ms.
+    xdotool search --onlyvisible --name '^TOLVEN Pelimo' windowfocus --sync key ctrl+r
+    timeout 5 xdotool search --sync --onlyvisible --name '^Periodic Refresh$' \
+        windowfocus --sync key Home Return
+    sleep 1
+    demo_shot "$mode-3-live"
+}
+
+demo_start_screen() {
+    local try
+    Xvfb -displayfd 3 -screen 0 1280x900x24 3>"$demo_dir/display" >"$demo_dir/xvfb.log" 2>&1 &
+    demo_pids+=($!)
+    for try in $(seq 100); do
+        [ ! -s "$demo_dir/display" ] || break
+        sleep 0.1
+    done
+    DISPLAY=:$(cat "$demo_dir/display")
+    export DISPLAY
+}
+
+demo_shot() {
+    import -window root "$demo_dir/$1.png"
+    echo "build/demo/$1.png"
+}
+
+# The dialog is gone and the main window has had time to connect and to paint.
+demo_wait_for_memory() {
+    local try
+    for try in $(seq 50); do
+        xdotool search --onlyvisible --name ' - Config$' >/dev/null 2>&1 || break
+        sleep 0.1
+    done
+    sleep 1
+}
