@@ -83,6 +83,7 @@ void CloseProbe()
 {
     // One for the whole process and never closed: the thread may come back at any later time.
     static const SYS_EVENT_HANDLE closed = SYS_CreateEvent(nullptr, 0, 0);
+    SYS_WaitForEvent(closed, 0); // takes away the signal of one that came back too late
     SYS_CreateThread(
         [](void *) -> void * {
             PROBE_CloseSession();

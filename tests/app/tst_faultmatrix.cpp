@@ -121,7 +121,7 @@ QStringList SettingsFor(const QString &function)
     if (function.endsWith(QStringLiteral("SelectByUSBSN")))
         return jtag
             + QStringList{
-                QStringLiteral("UseSerialNo = 1"), QStringLiteral("USBSerialNo = 0x1ACC8A1")};
+                QStringLiteral("UseSerialNo = 1"), QStringLiteral("USBSerialNo = 0x1ACC5A1")};
     if (function.endsWith(QStringLiteral("SelectUSB")))
         return jtag
             + QStringList{QStringLiteral("UseSerialNo = 1"), QStringLiteral("USBSerialNo = 0x00")};
@@ -143,6 +143,27 @@ QStringList ExpectedBoxes(const QString &function, Fault fault)
         || ((zero || failing) && function.endsWith(QStringLiteral("_Connect"))))
         return {QStringLiteral("Could not connect to target for unknown reason")};
     return {};
+}
+
+/// Handles events until the condition holds. @return whether it came to hold
+template <typename Condition> bool Soon(Condition condition)
+{
+    QElapsedTimer timer;
+    for (timer.start(); !condition(); QCoreApplication::processEvents(QEventLoop::AllEvents, 1)) {
+        if (timer.hasExpired(20'000))
+            return false;
+    }
+    return true;
+}
+
+/// Whatever the worker is caught in, the window's event loop goes round.
+bool WindowAnswers()
+{
+    int answers = 0;
+    QTimer heart;
+    QObject::connect(&heart, &QTimer::timeout, &heart, [&answers] { ++answers; });
+    heart.start(1);
+    return Soon([&answers] { return answers > 10; });
 }
 
 } // namespace
@@ -177,22 +198,18 @@ void FaultMatrixTest::theWindowSurvives()
     cell.set(app.Hooks(), cell.name, static_cast<Fault>(fault));
     app.Start();
 
-    // Whatever the worker is caught in, the window goes on answering.
-    int answers = 0;
-    QTimer heart;
-    connect(&heart, &QTimer::timeout, &heart, [&] { ++answers; });
-    heart.start(1);
-    QTRY_VERIFY(answers > 10);
+    QVERIFY(WindowAnswers());
     // Nonsense may look like anything; a call that hangs shows nothing at all.
     if (fault != static_cast<int>(Fault::Nonsense)
         && fault != static_cast<int>(Fault::NeverReturning)) {
         const QStringList expected
             = ExpectedBoxes(QString::fromLatin1(cell.name), static_cast<Fault>(fault));
-        QTRY_COMPARE(app.BoxTexts(), expected);
+        QVERIFY2(Soon([&] { return app.BoxTexts() == expected; }),
+            qPrintable(app.BoxTexts().join(QLatin1Char('|'))));
         // A wrong serial number alone still connects: the default probe is used.
         const bool connects
             = expected.isEmpty() || expected.first().startsWith(QStringLiteral("No emulator"));
-        QTRY_COMPARE(app.MemoryWindow() != nullptr, connects);
+        QVERIFY(Soon([&] { return (app.MemoryWindow() != nullptr) == connects; }));
     }
     if (CHexEditor *const memory = app.MemoryWindow()) {
         memory->UpdateFromTarget();
@@ -200,12 +217,10 @@ void FaultMatrixTest::theWindowSurvives()
             memory->focusProxy() != nullptr ? memory->focusProxy() : memory, Qt::Key_PageDown);
         QTest::keyClick(memory->focusProxy() != nullptr ? memory->focusProxy() : memory, Qt::Key_A);
     }
-    answers = 0;
-    QTRY_VERIFY(answers > 10);
+    QVERIFY(WindowAnswers());
     app.Action(QStringLiteral("&Disconnect"))->trigger();
     app.Action(QStringLiteral("&Connect"))->trigger();
-    answers = 0;
-    QTRY_VERIFY(answers > 10);
+    QVERIFY(WindowAnswers());
     app.Window().close();
     QVERIFY(!app.Window().isVisible());
     g_trap.Set(false);
