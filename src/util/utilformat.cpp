@@ -1,5 +1,6 @@
 #include "utilformat.h"
 
+#include <bit>
 #include <limits>
 
 namespace {
@@ -8,23 +9,26 @@ constexpr std::uint32_t kPointerWidth = 8;
 constexpr char kLowerDigits[] = "0123456789abcdef";
 constexpr char kUpperDigits[] = "0123456789ABCDEF";
 
-/// Where the next character goes; `last` is the place kept for the terminator.
+/// Where the next character goes, and the place kept for the terminator. Handed on by value: behind
+/// a reference, every character written would make the compiler load both again.
 struct Output {
     char *next;
     char *last;
-
-    void Put(char c)
-    {
-        if (next < last)
-            *next++ = c;
-    }
-
-    void Fill(char c, std::uint32_t count)
-    {
-        for (; count > 0 && next < last; --count)
-            *next++ = c;
-    }
 };
+
+[[nodiscard]] Output Put(Output out, char c)
+{
+    if (out.next < out.last)
+        *out.next++ = c;
+    return out;
+}
+
+[[nodiscard]] Output Fill(Output out, char c, std::uint32_t count)
+{
+    for (; count > 0 && out.next < out.last; --count)
+        *out.next++ = c;
+    return out;
+}
 
 /// What stands between "%" and the conversion letter.
 struct Specification {
@@ -34,23 +38,21 @@ struct Specification {
     bool muted = false; // a star: the conversion is swallowed
 };
 
-bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 std::uint32_t ReadCount(const char *&format, bool &muted)
 {
     constexpr std::uint32_t kMax = std::numeric_limits<std::uint32_t>::max();
+    const char *next = format;
     std::uint32_t count = 0;
-    for (; IsDigit(*format) || *format == '*'; ++format) {
-        if (*format == '*') {
+    for (;; ++next) {
+        const std::uint32_t digit = static_cast<std::uint32_t>(*next) - '0';
+        if (digit < 10)
+            count = count < kMax / 10 ? count * 10 + digit : kMax;
+        else if (*next == '*')
             muted = true;
-            continue;
-        }
-        const auto digit = static_cast<std::uint32_t>(*format - '0');
-        count = count > (kMax - digit) / 10 ? kMax : count * 10 + digit;
+        else
+            break;
     }
+    format = next;
     return count;
 }
 
@@ -67,33 +69,32 @@ Specification ReadSpecification(const char *&format)
     return spec;
 }
 
-void PutDigits(
-    Output &out, const char *digits, const char *end, std::uint32_t width, std::uint32_t precision)
+/// Writes what stands in front of a number of `count` digits: blanks up to the width and zeros up
+/// to the precision.
+[[nodiscard]] inline Output PutPadding(Output out, std::uint32_t count, const Specification &spec)
 {
-    const auto count = static_cast<std::uint32_t>(end - digits);
-    const std::uint32_t shown = precision > count ? precision : count;
-    if (width > shown)
-        out.Fill(' ', width - shown);
+    const std::uint32_t shown = spec.precision > count ? spec.precision : count;
+    if (spec.width > shown)
+        out = Fill(out, ' ', spec.width - shown);
     if (shown > count)
-        out.Fill('0', shown - count);
-    while (digits < end && out.next < out.last)
-        *out.next++ = *digits++;
+        out = Fill(out, '0', shown - count);
+    return out;
 }
 
-void PutHex(Output &out, std::uint64_t value, const char *table, std::uint32_t width,
-    std::uint32_t precision)
+[[nodiscard]] inline Output PutHex(
+    Output out, std::uint64_t value, const char *table, const Specification &spec)
 {
-    std::array<char, 16> digits;
-    char *const end = digits.data() + digits.size();
-    char *first = end;
-    do {
-        *--first = table[value & 0xF];
-        value >>= 4;
-    } while (value != 0);
-    PutDigits(out, first, end, width, precision);
+    const auto bits = static_cast<std::uint32_t>(std::bit_width(value | 1));
+    const std::uint32_t count = (bits + 3) / 4;
+    out = PutPadding(out, count, spec);
+    for (std::uint32_t shift = count * 4; shift > 0 && out.next < out.last;) {
+        shift -= 4;
+        *out.next++ = table[(value >> shift) & 0xF];
+    }
+    return out;
 }
 
-void PutDecimal(Output &out, std::uint64_t value, const Specification &spec)
+[[nodiscard]] Output PutDecimal(Output out, std::uint64_t value, const Specification &spec)
 {
     std::array<char, 20> digits;
     char *const end = digits.data() + digits.size();
@@ -102,26 +103,30 @@ void PutDecimal(Output &out, std::uint64_t value, const Specification &spec)
         *--first = static_cast<char>('0' + value % 10);
         value /= 10;
     } while (value != 0);
-    PutDigits(out, first, end, spec.width, spec.precision);
+    out = PutPadding(out, static_cast<std::uint32_t>(end - first), spec);
+    while (first < end && out.next < out.last)
+        *out.next++ = *first++;
+    return out;
 }
 
-void PutSigned(Output &out, std::int64_t value, const Specification &spec)
+[[nodiscard]] Output PutSigned(Output out, std::int64_t value, const Specification &spec)
 {
     auto magnitude = static_cast<std::uint64_t>(value);
     if (value < 0) {
         // Deliberate: the sign comes before the blanks of the width and is not counted in it.
-        out.Put('-');
+        out = Put(out, '-');
         magnitude = 0 - magnitude;
     }
-    PutDecimal(out, magnitude, spec);
+    return PutDecimal(out, magnitude, spec);
 }
 
-void PutText(Output &out, const char *text)
+[[nodiscard]] Output PutText(Output out, const char *text)
 {
     if (!text)
-        return;
+        return out;
     while (*text != '\0' && out.next < out.last)
         *out.next++ = *text++;
+    return out;
 }
 
 } // namespace
@@ -133,14 +138,14 @@ char *UTIL_FormatV(char *destination, std::uint32_t size, const char *format, st
     Output out{destination, destination + (size - 1)};
     for (const char *next = format ? format : ""; *next != '\0'; ++next) {
         if (*next != '%') {
-            out.Put(*next);
+            out = Put(out, *next);
             continue;
         }
         if (*++next == '%') {
-            out.Put('%');
+            out = Put(out, '%');
             continue;
         }
-        const Specification spec = ReadSpecification(next);
+        Specification spec = ReadSpecification(next);
         if (*next == '\0')
             break;
         if (spec.muted)
@@ -148,27 +153,28 @@ char *UTIL_FormatV(char *destination, std::uint32_t size, const char *format, st
         switch (*next) {
         case 'd':
         case 'i':
-            PutSigned(
+            out = PutSigned(
                 out, spec.wide ? va_arg(args, std::int64_t) : va_arg(args, std::int32_t), spec);
             break;
         case 'u':
-            PutDecimal(
+            out = PutDecimal(
                 out, spec.wide ? va_arg(args, std::uint64_t) : va_arg(args, std::uint32_t), spec);
             break;
         case 'x':
         case 'X':
-            PutHex(out, spec.wide ? va_arg(args, std::uint64_t) : va_arg(args, std::uint32_t),
-                *next == 'x' ? kLowerDigits : kUpperDigits, spec.width, spec.precision);
+            out = PutHex(out, spec.wide ? va_arg(args, std::uint64_t) : va_arg(args, std::uint32_t),
+                *next == 'x' ? kLowerDigits : kUpperDigits, spec);
             break;
         case 'c':
-            out.Put(static_cast<char>(va_arg(args, int)));
+            out = Put(out, static_cast<char>(va_arg(args, int)));
             break;
         case 's':
-            PutText(out, va_arg(args, const char *));
+            out = PutText(out, va_arg(args, const char *));
             break;
         case 'p':
-            PutHex(out, reinterpret_cast<std::uintptr_t>(va_arg(args, void *)), kLowerDigits,
-                kPointerWidth, spec.precision);
+            spec.width = kPointerWidth;
+            out = PutHex(
+                out, reinterpret_cast<std::uintptr_t>(va_arg(args, void *)), kLowerDigits, spec);
             break;
         default: // writes nothing and takes no argument
             break;
