@@ -26,6 +26,7 @@ std::vector<DeviceRow> MakeDevices()
 {
     static const std::array<const char *, 4> families{"STM32F", "LPC", "R7FA", "ATSAM"};
     std::vector<QByteArray> names;
+    names.reserve(kDevices);
     for (int device = 0; device < kDevices; ++device)
         names.push_back(families[static_cast<std::size_t>(device) % families.size()]
             + QByteArray::number(100 + device * 37 % 9000) + "IG");

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 #include <string_view>
 
 namespace {
@@ -82,10 +83,12 @@ std::vector<DeviceRow> MakeDeviceRows(const RanvoDeviceInfo *records, int count)
     TextPool cores([](std::uint32_t id) { return QString::fromLatin1(CoreName(id)); });
     TextPool counts([](std::uint32_t value) { return QString::number(value); });
     TextPool sizes([](std::uint32_t bytes) { return SizeText(bytes); });
-    std::vector<DeviceRow> rows(
-        records != nullptr ? static_cast<std::size_t>(std::max(count, 0)) : 0);
-    for (DeviceRow &row : rows) {
-        const RanvoDeviceInfo &record = *records++;
+    std::vector<DeviceRow> rows;
+    if (records == nullptr || count <= 0)
+        return rows;
+    rows.reserve(static_cast<std::size_t>(count));
+    for (const RanvoDeviceInfo &record : std::span(records, static_cast<std::size_t>(count))) {
+        DeviceRow &row = rows.emplace_back();
         PutName(row, kManufacturerColumn, record.manufacturer);
         PutName(row, kDeviceColumn, record.name);
         cores.Put(row, kCoreColumn, record.coreId);

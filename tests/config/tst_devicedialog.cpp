@@ -25,9 +25,11 @@ private slots:
     void itOpensOnTheCurrentDevice()
     {
         std::vector<QByteArray> names;
+        names.reserve(2000);
         for (int row = 0; row < 2000; ++row)
             names.push_back("Chip" + QByteArray::number(row));
         std::vector<RanvoDeviceInfo> records;
+        records.reserve(names.size());
         for (const QByteArray &name : names)
             records.push_back(MakeRecord("Maker", name.constData(), 0, 1, 0, 0));
         Open(records, QStringLiteral("Chip1500"));

@@ -169,8 +169,10 @@ private:
     static QStringList NamesInRecordOrder()
     {
         QStringList names;
-        for (const RanvoDeviceInfo &record : MakeDeviceRecords())
-            names.append(QString::fromLatin1(record.name));
+        for (const RanvoDeviceInfo &record : MakeDeviceRecords()) {
+            const char *name = record.name; // a copy: the record's pointer is not aligned
+            names.append(QString::fromLatin1(name));
+        }
         return names;
     }
 
