@@ -1,49 +1,39 @@
 #include "glyphcells.h"
 
-#include <QColor>
-#include <QFontMetricsF>
-#include <QImage>
 #include <QPainter>
-
-#include <algorithm>
-#include <cmath>
 
 namespace {
 
-/// Relative luminance of an sRGB colour, 0 to 1.
-double Luminance(QRgb colour)
+/// Past this many pixels the cells are forgotten; those in use come back at once.
+constexpr std::size_t kMaxPixels = 1U << 19;
+constexpr int kMiddle = 2; // column of the middle cell; blank columns catch ink around the three
+
+std::uint8_t AgeOf(CellStyle style)
 {
-    constexpr auto linear = [](int channel) {
-        const double value = channel / 255.0;
-        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * linear(qRed(colour)) + 0.7152 * linear(qGreen(colour))
-        + 0.0722 * linear(qBlue(colour));
+    return std::uint8_t(style / kCellFirstAge % (kCellCursor / kCellFirstAge));
 }
 
 } // namespace
 
-bool NeedsUnderline(QRgb text, QRgb background)
+std::uint64_t GlyphCells::Neighbours::Key() const
 {
-    constexpr double kReadableContrast = 3.0;
-    const auto [darker, lighter] = std::minmax({Luminance(text), Luminance(background)});
-    return (lighter + 0.05) / (darker + 0.05) < kReadableContrast;
+    std::uint64_t key = 0;
+    for (std::size_t i = 0; i < text.size(); ++i)
+        key = key << 16 | std::uint64_t{styles[i]} << 8 | static_cast<unsigned char>(text[i]);
+    return key;
 }
 
-void GlyphCells::SetFont(const QFont &font, int widthPx, int heightPx, int ascentPx)
+void GlyphCells::SetFont(const QFont &font, int widthPx, int heightPx)
 {
-    m_font = font;
-    m_widthPx = widthPx;
-    m_heightPx = heightPx;
-    m_ascentPx = ascentPx;
+    m_painter.SetFont(font, widthPx, heightPx);
     Forget();
 }
 
 void GlyphCells::SetColours(const RowColours &colours)
 {
-    if (colours == m_colours)
+    if (colours == m_painter.Colours())
         return;
-    m_colours = colours;
+    m_painter.SetColours(colours);
     Forget();
 }
 
@@ -57,83 +47,120 @@ void GlyphCells::SetScale(qreal scale)
 
 void GlyphCells::Forget()
 {
+    m_overhangs.fill(kOverhangUnknown);
     m_places.fill(kNotRendered);
+    m_placesBeside.clear();
     m_pixels.clear();
-    m_deviceWidth = qRound(m_widthPx * m_scale);
-    m_deviceHeight = qRound(m_heightPx * m_scale);
+    m_deviceWidth = qRound(m_painter.CharacterWidth() * m_scale);
+    m_deviceHeight = qRound(m_painter.LineHeight() * m_scale);
 }
 
-bool GlyphCells::HasRunBackground(CellStyle style) const
+/// Five columns, the outer ones blank, drawn as a row of the view.
+QImage GlyphCells::Draw(const Neighbours &cells)
 {
-    return style != kCellCursor && style >= kCellFirstAge
-        && m_colours.runBackground != m_colours.base;
-}
-
-QRgb GlyphCells::BackgroundOf(CellStyle style) const
-{
-    if (style == kCellCursor)
-        return m_colours.highlight;
-    if (HasRunBackground(style))
-        return m_colours.runBackground;
-    return style % kCellFirstAge == 0 ? m_colours.base : m_colours.selection;
-}
-
-void GlyphCells::Paint(QPainter &painter, CellStyle style, char character) const
-{
-    painter.fillRect(QRect(0, 0, m_widthPx, m_heightPx), QColor(BackgroundOf(style)));
-    const auto drawInk = [&](QRgb colour) {
-        painter.setPen(QColor(colour));
-        painter.drawText(QPointF(0, m_ascentPx), QString(QLatin1Char{character}));
-    };
-    if (style == kCellCursor) {
-        drawInk(m_colours.highlightedText);
-        return;
+    constexpr int kColumns = 5;
+    ComposedLine line;
+    line.length = kColumns;
+    std::fill_n(line.text.begin(), kColumns, ' ');
+    RowPicture picture{.line = line, .selection = {}};
+    for (int i = 0; i < 3; ++i) {
+        const CellStyle style = cells.styles[std::size_t(i)];
+        const int column = kMiddle - 1 + i;
+        line.text[std::size_t(column)] = cells.text[std::size_t(i)];
+        if ((style & kCellCursor) != 0)
+            (picture.cursorHexColumn < 0 ? picture.cursorHexColumn : picture.cursorTextColumn)
+                = column;
+        if ((style & kCellSelected) != 0)
+            picture.selection.Add(column, 1);
+        if (const std::uint8_t age = AgeOf(style))
+            line.runs[std::size_t(line.runCount++)] = {column, 1, age};
     }
-    // A run is drawn over the line's own text, and the smooth edges of both glyphs add up.
-    if (!HasRunBackground(style))
-        drawInk(m_colours.text);
-    if (style < kCellFirstAge)
-        return;
-    const QRgb colour = kAgeColours[std::size_t(style / kCellFirstAge - 1)];
-    drawInk(colour);
-    if (NeedsUnderline(colour, m_colours.base))
-        painter.fillRect(UnderlineOf(QRect(0, 0, m_widthPx, m_heightPx)), QColor(colour));
-}
-
-QRect GlyphCells::UnderlineOf(const QRect &run) const
-{
-    return {run.left(), run.top() + std::min(m_ascentPx + 1, m_heightPx - 1), run.width(), 1};
-}
-
-const QRgb *GlyphCells::Render(CellStyle style, char character)
-{
-    std::int32_t &place = m_places[Index(style, character)];
-    place = kDoesNotFit;
-    const QString text(QLatin1Char{character});
-    if (QFontMetricsF(m_font).horizontalAdvance(text) != m_widthPx)
-        return nullptr;
-    // Room of a cell on every side shows whether ink leaves it.
-    QImage image(3 * m_deviceWidth, 3 * m_deviceHeight, QImage::Format_RGB32);
-    const QRgb background = BackgroundOf(style);
-    image.fill(background);
+    QImage image(kColumns * m_deviceWidth, m_deviceHeight, QImage::Format_RGB32);
     QPainter painter(&image);
-    painter.setFont(m_font);
-    painter.translate(m_deviceWidth, m_deviceHeight);
+    painter.setFont(m_painter.Font());
     painter.scale(m_scale, m_scale);
-    Paint(painter, style, character);
-    painter.end();
-    const QRect cell(m_deviceWidth, m_deviceHeight, m_deviceWidth, m_deviceHeight);
+    m_painter.Draw(painter, 0, kColumns * m_painter.CharacterWidth(), picture);
+    return image;
+}
+
+/// Draws a character alone and looks where its ink ends. What leaves the row is cut off anyway.
+std::uint8_t GlyphCells::Measure(char character)
+{
+    std::uint8_t &overhang = m_overhangs[static_cast<unsigned char>(character)];
+    overhang = kOverhangNone;
+    if (m_painter.LeavesGrid(character)) {
+        overhang = kOverhangTooWide | kOverhangLeft | kOverhangRight;
+        return overhang;
+    }
+    Neighbours cells;
+    cells.text[1] = character;
+    const QImage image = Draw(cells);
+    const QRgb background = m_painter.Colours().base;
     for (int y = 0; y < image.height(); ++y) {
         const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
         for (int x = 0; x < image.width(); ++x) {
-            if (line[x] != background && !cell.contains(x, y))
-                return nullptr;
+            if (line[x] == background)
+                continue;
+            const int column = x / m_deviceWidth;
+            if (column < kMiddle)
+                overhang |= kOverhangLeft;
+            if (column > kMiddle)
+                overhang |= kOverhangRight;
+            if (column < kMiddle - 1 || column > kMiddle + 1)
+                overhang |= kOverhangTooWide;
         }
     }
-    place = std::int32_t(m_pixels.size());
-    for (int y = cell.top(); y <= cell.bottom(); ++y) {
-        const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y)) + cell.left();
-        m_pixels.insert(m_pixels.end(), line, line + m_deviceWidth);
+    return overhang;
+}
+
+std::int32_t GlyphCells::StoreMiddle(const QImage &image)
+{
+    if (m_pixels.size() > kMaxPixels)
+        Forget();
+    const auto place = std::int32_t(m_pixels.size());
+    for (int y = 0; y < m_deviceHeight; ++y) {
+        const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+        const QRgb *cell = line + kMiddle * m_deviceWidth;
+        m_pixels.insert(m_pixels.end(), cell, cell + m_deviceWidth);
     }
+    return place;
+}
+
+const QRgb *GlyphCells::LoneCell(CellStyle style, char character)
+{
+    if ((OverhangOf(character) & kOverhangTooWide) != 0)
+        return nullptr;
+    Neighbours cells;
+    cells.text[1] = character;
+    cells.styles[1] = style;
+    const std::int32_t place = StoreMiddle(Draw(cells));
+    m_places[Index(style, character)] = place;
+    return m_pixels.data() + place;
+}
+
+const QRgb *GlyphCells::CellBesideOverhang(
+    std::span<const char> text, std::span<const CellStyle> styles, std::size_t column)
+{
+    Neighbours cells;
+    std::uint8_t overhangs = 0;
+    bool anyAge = false;
+    for (std::size_t i = 0; i < 3; ++i) {
+        if (column + i < 1 || column + i > text.size())
+            continue;
+        cells.text[i] = text[column + i - 1];
+        cells.styles[i] = styles[column + i - 1];
+        overhangs |= OverhangOf(cells.text[i]);
+        anyAge = anyAge || AgeOf(cells.styles[i]) != 0;
+    }
+    // A background of its own is painted over ink at the edge of a run, but not inside the run;
+    // three cells do not tell the one from the other.
+    const RowColours &colours = m_painter.Colours();
+    if ((overhangs & kOverhangTooWide) != 0 || (anyAge && colours.runBackground != colours.base))
+        return nullptr;
+    const auto found = m_placesBeside.find(cells.Key());
+    if (found != m_placesBeside.end())
+        return m_pixels.data() + found->second;
+    const std::int32_t place = StoreMiddle(Draw(cells));
+    m_placesBeside[cells.Key()] = place;
     return m_pixels.data() + place;
 }

@@ -122,6 +122,7 @@ void LineComposer::ComposeRow(std::uint64_t address, std::uint32_t length, const
     if (end > buffer && end[-1] == '\n')
         --end;
     line.length = int(end - buffer);
+    line.text[std::size_t(line.length)] = ' ';
     line.runCount = 0;
     if (ages != nullptr && status != nullptr
         && std::any_of(ages, ages + length, [](std::uint8_t age) { return age != 0; }))

@@ -19,7 +19,7 @@ struct ColourRun {
 
 /// One row as text and colour runs.
 struct ComposedLine {
-    std::array<char, kLineChars> text; ///< Latin-1; column c of the row is text[c]
+    std::array<char, kLineChars> text; ///< Latin-1; column c is text[c]; a blank follows
     int length = 0;                    ///< characters, without the line feed
     std::array<ColourRun, kMaxColourRuns> runs;
     int runCount = 0;

@@ -1,0 +1,134 @@
+#include "plainrowpainter.h"
+
+#include <QColor>
+#include <QFontMetricsF>
+#include <QPaintEngine>
+#include <QPainter>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+/// Relative luminance of an sRGB colour, 0 to 1.
+double Luminance(QRgb colour)
+{
+    constexpr auto linear = [](int channel) {
+        const double value = channel / 255.0;
+        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(qRed(colour)) + 0.7152 * linear(qGreen(colour))
+        + 0.0722 * linear(qBlue(colour));
+}
+
+QString TextOf(const ComposedLine &line, int first, int count)
+{
+    return QString::fromLatin1(line.text.data() + first, count);
+}
+
+} // namespace
+
+bool NeedsUnderline(QRgb text, QRgb background)
+{
+    constexpr double kReadableContrast = 3.0;
+    const auto [darker, lighter] = std::minmax({Luminance(text), Luminance(background)});
+    return (lighter + 0.05) / (darker + 0.05) < kReadableContrast;
+}
+
+void PlainRowPainter::SetFont(const QFont &font, int characterWidthPx, int lineHeightPx)
+{
+    m_font = font;
+    m_widthPx = characterWidthPx;
+    m_heightPx = lineHeightPx;
+    m_ascentPx = QFontMetrics(font).ascent();
+    m_advanceKnown.reset();
+}
+
+void PlainRowPainter::SetColours(const RowColours &colours)
+{
+    m_colours = colours;
+    for (std::size_t age = 0; age < kAgeColours.size(); ++age)
+        m_underlined[age] = NeedsUnderline(kAgeColours[age], colours.base);
+}
+
+void PlainRowPainter::Draw(QPainter &painter, int topPx, int widthPx, const RowPicture &picture)
+{
+    const bool clips = painter.paintEngine()->type() == QPaintEngine::Raster;
+    if (clips) { // ink that leaves its row would outlive the row's next paint
+        painter.save();
+        painter.setClipRect(0, topPx, widthPx, m_heightPx, Qt::IntersectClip);
+    }
+    painter.fillRect(0, topPx, widthPx, m_heightPx, QColor(m_colours.base));
+    for (const CellRange &range : picture.selection.Ranges()) {
+        painter.fillRect(ColumnX(range.first), topPx, range.count * m_widthPx, m_heightPx,
+            QColor(m_colours.selection));
+    }
+    DrawLine(painter, topPx + m_ascentPx, picture.line);
+    for (const ColourRun &run : picture.line.Runs())
+        DrawRun(painter, topPx, run, picture.line);
+    DrawCursorCell(painter, topPx, picture.cursorHexColumn, picture.line);
+    DrawCursorCell(painter, topPx, picture.cursorTextColumn, picture.line);
+    if (clips)
+        painter.restore();
+}
+
+/// The line as one string. Only where a substitute font's character would push the rest off the
+/// grid is it drawn in pieces.
+void PlainRowPainter::DrawLine(QPainter &painter, int baselinePx, const ComposedLine &line)
+{
+    painter.setPen(QColor(m_colours.text));
+    const auto drawPart = [&](int first, int end) {
+        if (first < end)
+            painter.drawText(QPointF(ColumnX(first), baselinePx), TextOf(line, first, end - first));
+    };
+    int first = 0;
+    for (int column = 0; column < line.length; ++column) {
+        if (LeavesGrid(line.text[std::size_t(column)])) {
+            drawPart(first, column + 1);
+            first = column + 1;
+        }
+    }
+    drawPart(first, line.length);
+}
+
+void PlainRowPainter::DrawRun(
+    QPainter &painter, int topPx, const ColourRun &run, const ComposedLine &line) const
+{
+    const std::size_t age = run.age - 1U;
+    const QRect box(ColumnX(run.start), topPx, run.length * m_widthPx, m_heightPx);
+    if (m_colours.runBackground != m_colours.base)
+        painter.fillRect(box, QColor(m_colours.runBackground));
+    if (run.start + run.length > line.length)
+        return;
+    const QColor colour(kAgeColours[age]);
+    painter.setPen(colour);
+    painter.drawText(QPointF(box.left(), topPx + m_ascentPx), TextOf(line, run.start, run.length));
+    if (m_underlined[age]) {
+        const int underline = std::min(m_ascentPx + 1, m_heightPx - 1);
+        painter.fillRect(box.left(), topPx + underline, box.width(), 1, colour);
+    }
+}
+
+void PlainRowPainter::DrawCursorCell(
+    QPainter &painter, int topPx, int column, const ComposedLine &line) const
+{
+    if (column < 0)
+        return;
+    painter.fillRect(ColumnX(column), topPx, m_widthPx, m_heightPx, QColor(m_colours.highlight));
+    if (column >= line.length)
+        return;
+    painter.setPen(QColor(m_colours.highlightedText));
+    painter.drawText(QPointF(ColumnX(column), topPx + m_ascentPx), TextOf(line, column, 1));
+}
+
+/// Looked up once for each character, since measuring is slow.
+bool PlainRowPainter::LeavesGrid(char character)
+{
+    const auto index = static_cast<unsigned char>(character);
+    if (!m_advanceKnown[index]) {
+        const QString text(QLatin1Char{character});
+        m_leavesGrid[index] = QFontMetricsF(m_font).horizontalAdvance(text) != m_widthPx;
+        m_advanceKnown[index] = true;
+    }
+    return m_leavesGrid[index];
+}

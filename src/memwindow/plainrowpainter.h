@@ -1,0 +1,75 @@
+#pragma once
+
+#include "linecomposer.h"
+#include "selection.h"
+
+#include <QFont>
+#include <QRgb>
+
+#include <array>
+#include <bitset>
+
+class QPainter;
+
+/// The colours of the view.
+struct RowColours {
+    QRgb base = 0; ///< background of a row
+    QRgb text = 0;
+    QRgb selection = 0;     ///< background of selected cells
+    QRgb runBackground = 0; ///< background of changed bytes, drawn where it is not the base
+    QRgb highlight = 0;     ///< background of the cursor's cells
+    QRgb highlightedText = 0;
+    bool operator==(const RowColours &) const = default;
+};
+
+/// Colour of changed bytes of age 1, 2 and 3.
+inline constexpr std::array<QRgb, 3> kAgeColours = {0xFFFF0000, 0xFFAA0000, 0xFF770000};
+
+/// Whether text of this colour is hard to see on the background, so that it is underlined too.
+[[nodiscard]] bool NeedsUnderline(QRgb text, QRgb background);
+
+/// All that one row shows.
+struct RowPicture {
+    const ComposedLine &line;
+    SelectedCells selection;
+    int cursorHexColumn = -1; ///< the cursor's two cells; -1 when it is on another row
+    int cursorTextColumn = -1;
+};
+
+/// Draws rows through the text engine: background, selection, the line as one string, then each
+/// colour run and each cursor cell over it. This is what a row looks like.
+class PlainRowPainter {
+public:
+    /// @param font  advances by exactly characterWidthPx
+    void SetFont(const QFont &font, int characterWidthPx, int lineHeightPx);
+    void SetColours(const RowColours &colours);
+    void SetLeftMargin(int leftMarginPx) { m_leftMarginPx = leftMarginPx; }
+
+    [[nodiscard]] const QFont &Font() const { return m_font; }
+    [[nodiscard]] int CharacterWidth() const { return m_widthPx; }
+    [[nodiscard]] int LineHeight() const { return m_heightPx; }
+    [[nodiscard]] int LeftMargin() const { return m_leftMarginPx; }
+    [[nodiscard]] const RowColours &Colours() const { return m_colours; }
+    [[nodiscard]] int ColumnX(int column) const { return m_leftMarginPx + column * m_widthPx; }
+
+    /// @param topPx, widthPx  where the row stands and how far its background reaches
+    void Draw(QPainter &painter, int topPx, int widthPx, const RowPicture &picture);
+    /// Whether the character, taken from a substitute font, is not as wide as the others.
+    [[nodiscard]] bool LeavesGrid(char character);
+
+private:
+    void DrawLine(QPainter &painter, int baselinePx, const ComposedLine &line);
+    void DrawRun(
+        QPainter &painter, int topPx, const ColourRun &run, const ComposedLine &line) const;
+    void DrawCursorCell(QPainter &painter, int topPx, int column, const ComposedLine &line) const;
+
+    QFont m_font;
+    int m_widthPx = 1;
+    int m_heightPx = 1;
+    int m_ascentPx = 1;
+    int m_leftMarginPx = 0;
+    RowColours m_colours;
+    std::array<bool, kAgeColours.size()> m_underlined{};
+    std::bitset<256> m_advanceKnown;
+    std::bitset<256> m_leavesGrid;
+};

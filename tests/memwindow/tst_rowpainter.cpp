@@ -1,0 +1,215 @@
+#include "randomseed.h"
+#include "rowpainter.h"
+#include "viewfont.h"
+
+#include <QFontMetrics>
+#include <QPainter>
+#include <QtTest>
+
+class RowPainterTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void copiedCellsEqualDrawnText_data();
+    void copiedCellsEqualDrawnText();
+    void everyGlyphStandsOnItsColumn_data() { copiedCellsEqualDrawnText_data(); }
+    void everyGlyphStandsOnItsColumn();
+    void aChangeColourThatIsHardToSeeIsUnderlined();
+};
+
+namespace {
+
+constexpr RowColours kLight{.base = 0xFFFFFFFF,
+    .text = 0xFF000000,
+    .selection = 0xFFE6E6E6,
+    .runBackground = 0xFFFFFFFF,
+    .highlight = 0xFF308CC6,
+    .highlightedText = 0xFFFFFFFF};
+constexpr RowColours kDark{.base = 0xFF1E1E1E,
+    .text = 0xFFF0F0F0,
+    .selection = 0xFF3A3A3A,
+    .runBackground = 0xFF1E1E1E,
+    .highlight = 0xFF2A82DA,
+    .highlightedText = 0xFF000000};
+constexpr RowColours kMixed{.base = 0xFFFFFFE0,
+    .text = 0xFF202020,
+    .selection = 0xFFE0E0C0,
+    .runBackground = 0xFFD0FFD0,
+    .highlight = 0xFF308CC6,
+    .highlightedText = 0xFFFFFFFF};
+
+struct Setting {
+    QFont font;
+    int width;
+    int height;
+};
+
+Setting MakeSetting(const QString &family, int pixelSize)
+{
+    QFont font(family);
+    font.setPixelSize(pixelSize);
+    font.setStyleHint(QFont::TypeWriter);
+    const QFont grid = GridFont(font);
+    return {grid, CharacterWidth(font), QFontMetrics(font).height()};
+}
+
+/// A row as the view may compose it, with runs where bytes would be.
+void FillRow(std::mt19937_64 &generator, ComposedLine &line)
+{
+    line.length = 76;
+    for (int column = 0; column < line.length; ++column) {
+        int character = Pick(generator, 32, 255);
+        if ((character >= 127 && character <= 160) || character == 173)
+            character = '.';
+        line.text[std::size_t(column)] = char(character);
+    }
+    line.text[76] = ' ';
+    line.runCount = 0;
+    for (int column = 10; column < 58; column += 3) {
+        if (Pick(generator, 0, 2) == 0)
+            line.runs[std::size_t(line.runCount++)]
+                = {column, 2, std::uint8_t(Pick(generator, 1, 3))};
+    }
+    for (int column = 60; column < 76; ++column) {
+        if (Pick(generator, 0, 2) == 0)
+            line.runs[std::size_t(line.runCount++)]
+                = {column, 1, std::uint8_t(Pick(generator, 1, 3))};
+    }
+}
+
+QString FirstDifference(const QImage &a, const QImage &b)
+{
+    for (int y = 0; y < a.height(); ++y) {
+        for (int x = 0; x < a.width(); ++x) {
+            if (a.pixel(x, y) != b.pixel(x, y))
+                return QStringLiteral("(%1, %2): %3 and %4")
+                    .arg(x)
+                    .arg(y)
+                    .arg(a.pixel(x, y), 0, 16)
+                    .arg(b.pixel(x, y), 0, 16);
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+void RowPainterTest::copiedCellsEqualDrawnText_data()
+{
+    QTest::addColumn<QString>("family");
+    QTest::addColumn<int>("pixelSize");
+    QTest::addColumn<qreal>("scale");
+    for (const char *family : {"DejaVu Sans Mono", "Liberation Mono", "Nimbus Mono PS"}) {
+        for (const int pixelSize : {12, 13}) {
+            for (const qreal scale : {1.0, 1.25, 1.5, 1.75, 2.0})
+                QTest::addRow("%s %d at %g", family, pixelSize, scale)
+                    << QString(family) << pixelSize << scale;
+        }
+    }
+}
+
+void RowPainterTest::copiedCellsEqualDrawnText()
+{
+    QFETCH(QString, family);
+    QFETCH(int, pixelSize);
+    QFETCH(qreal, scale);
+    auto generator = SeededGenerator();
+    const Setting setting = MakeSetting(family, pixelSize);
+    RowPainter rows;
+    rows.SetFont(setting.font, setting.width, setting.height);
+    rows.SetLeftMargin(2);
+    PlainRowPainter plain;
+    plain.SetFont(setting.font, setting.width, setting.height);
+    plain.SetLeftMargin(2);
+    const QSize size(80 * setting.width, 4 * setting.height);
+    for (const RowColours &colours : {kLight, kDark, kMixed}) {
+        rows.SetColours(colours);
+        plain.SetColours(colours);
+        for (const auto format : {QImage::Format_RGB32, QImage::Format_ARGB32_Premultiplied}) {
+            QImage copied(size * scale, format);
+            copied.fill(Qt::magenta);
+            QImage drawn = copied;
+            QPainter copier(&copied);
+            QPainter drawer(&drawn);
+            for (QPainter *painter : {&copier, &drawer}) {
+                painter->scale(scale, scale);
+                painter->setFont(setting.font);
+            }
+            for (int row = 0; row < 4; ++row) {
+                ComposedLine line;
+                FillRow(generator, line);
+                RowPicture picture{.line = line, .selection = {}};
+                picture.selection.Add(Pick(generator, 10, 30), Pick(generator, 1, 20));
+                picture.selection.Add(60, 8);
+                picture.cursorHexColumn = row % 2 == 0 ? Pick(generator, 10, 57) : -1;
+                picture.cursorTextColumn = row % 2 == 0 ? Pick(generator, 60, 75) : -1;
+                rows.Begin(copier, size.width());
+                rows.Draw(copier, row, picture);
+                plain.Draw(drawer, row * setting.height, size.width(), picture);
+            }
+            QCOMPARE(FirstDifference(copied, drawn), QString());
+        }
+    }
+}
+
+void RowPainterTest::everyGlyphStandsOnItsColumn()
+{
+    QFETCH(QString, family);
+    QFETCH(int, pixelSize);
+    QFETCH(qreal, scale);
+    auto generator = SeededGenerator();
+    const Setting setting = MakeSetting(family, pixelSize);
+    const QSize size(220 * setting.width, setting.height);
+    QString text;
+    for (int column = 0; column < 210; ++column)
+        text += QLatin1Char("0123456789ABCDEF -.~Wgij"[Pick(generator, 0, 23)]);
+    QImage whole(size * scale, QImage::Format_RGB32);
+    whole.fill(Qt::white);
+    QImage single = whole;
+    const int ascent = QFontMetrics(setting.font).ascent();
+    QPainter wholePainter(&whole);
+    wholePainter.scale(scale, scale);
+    wholePainter.setFont(setting.font);
+    wholePainter.drawText(QPointF(2, ascent), text);
+    QPainter singlePainter(&single);
+    singlePainter.scale(scale, scale);
+    singlePainter.setFont(setting.font);
+    for (int column = 0; column < text.size(); ++column)
+        singlePainter.drawText(QPointF(2 + column * setting.width, ascent), text.mid(column, 1));
+    QCOMPARE(FirstDifference(whole, single), QString());
+}
+
+void RowPainterTest::aChangeColourThatIsHardToSeeIsUnderlined()
+{
+    for (const QRgb colour : kAgeColours)
+        QVERIFY(!NeedsUnderline(colour, 0xFFFFFFFF));
+    QVERIFY(!NeedsUnderline(0xFFFF0000, 0xFF1E1E1E));
+    QVERIFY(NeedsUnderline(0xFFAA0000, 0xFF1E1E1E));
+    QVERIFY(NeedsUnderline(0xFF770000, 0xFF1E1E1E));
+
+    const Setting setting = MakeSetting("DejaVu Sans Mono", 13);
+    RowPainter rows;
+    rows.SetFont(setting.font, setting.width, setting.height);
+    for (const RowColours &colours : {kLight, kDark}) {
+        rows.SetColours(colours);
+        QImage image(10 * setting.width, setting.height, QImage::Format_RGB32);
+        QPainter painter(&image);
+        painter.setFont(setting.font);
+        ComposedLine line;
+        line.length = 4;
+        std::fill_n(line.text.begin(), 5, ' ');
+        line.runs[0] = {1, 2, 3};
+        line.runCount = 1;
+        rows.Begin(painter, image.width());
+        rows.Draw(painter, 0, {.line = line, .selection = {}});
+        int coloured = 0;
+        for (int x = 0; x < image.width(); ++x) {
+            for (int y = 0; y < image.height(); ++y)
+                coloured += image.pixel(x, y) == kAgeColours[2];
+        }
+        QCOMPARE(coloured, colours == kDark ? 2 * setting.width : 0);
+    }
+}
+
+QTEST_MAIN(RowPainterTest)
+#include "tst_rowpainter.moc"
