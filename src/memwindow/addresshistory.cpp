@@ -2,8 +2,7 @@
 
 #include <limits>
 
-namespace
-{
+namespace {
 
 constexpr qsizetype kHexDigits64 = 16;
 constexpr qsizetype kMaxTextChars = 256; // of a text that a hand-edited settings file may hold

@@ -33,8 +33,7 @@ inline constexpr qsizetype kMaxAddressBoxItems = 10;
 [[nodiscard]] QStringList SoundAddressBoxItems(const QStringList &items);
 
 /// The addresses that were on show before each jump, the latest last. GUI thread only.
-class AddressHistory
-{
+class AddressHistory {
 public:
     /// Remembers an address, unless it is the one remembered last.
     void PushBack(std::uint64_t address);

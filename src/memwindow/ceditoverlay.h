@@ -10,8 +10,7 @@
 /// It shows hexadecimal digits in the cells of the rows below it. Typing overwrites; Backspace and
 /// Delete put a 0. A digit typed behind the last one ends the edit and is handed on as Rest().
 /// Return, the keys that leave the row and a lost focus end the edit as well; Escape drops it.
-class CEditOverlay : public QLineEdit
-{
+class CEditOverlay : public QLineEdit {
     Q_OBJECT
 
 public:

@@ -17,8 +17,7 @@
 #include <array>
 #include <limits>
 
-namespace
-{
+namespace {
 
 struct ModeTexts {
     const char *title;

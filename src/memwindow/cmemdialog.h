@@ -19,8 +19,7 @@ enum class MemDialogMode : int { Load = 0, Save = 1, Fill = 2 };
 /// The three numbers are hexadecimal; a text that is no such number counts as 0. Typing into one of
 /// them brings the others in line. OK is offered only for a range that is not empty and ends within
 /// the 32-bit space, with a file name or value that makes sense for the mode.
-class CMemDialog : public QDialog
-{
+class CMemDialog : public QDialog {
     Q_OBJECT
 
 public:

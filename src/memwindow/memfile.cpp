@@ -7,8 +7,7 @@
 #include <algorithm>
 #include <new>
 
-namespace
-{
+namespace {
 
 constexpr qint64 kReadChunkBytes = 1024 * 1024;
 

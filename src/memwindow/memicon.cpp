@@ -8,8 +8,7 @@
 #include <QPixmapCache>
 #include <QSvgRenderer>
 
-namespace
-{
+namespace {
 
 /// The palette's colour for text on a button, or on a selected menu entry.
 QColor InkOf(QIcon::Mode mode)
@@ -25,8 +24,7 @@ QColor InkOf(QIcon::Mode mode)
     }
 }
 
-class InkIconEngine : public QIconEngine
-{
+class InkIconEngine : public QIconEngine {
 public:
     explicit InkIconEngine(const QString &fileName)
         : m_fileName(fileName)

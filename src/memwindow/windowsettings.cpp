@@ -9,8 +9,7 @@
 #include <algorithm>
 #include <array>
 
-namespace
-{
+namespace {
 
 constexpr const char *kGroup = "AppData";
 constexpr const char *kDialogGroup = "HexEditorMemDialog";
@@ -26,8 +25,7 @@ constexpr std::array<std::uint8_t, 3> kItemSizes = {1, 2, 4};
 constexpr std::array<std::uint8_t, 4> kAccessWidths = {0, 1, 2, 4};
 
 /// One group of the store, open while the object lives.
-class Group
-{
+class Group {
 public:
     explicit Group(const QString &name)
     {

@@ -2,8 +2,7 @@
 
 #include <QTest>
 
-class AddressHistoryTest : public QObject
-{
+class AddressHistoryTest : public QObject {
     Q_OBJECT
 
 private slots:

@@ -4,8 +4,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
-class EditOverlayTest : public QObject
-{
+class EditOverlayTest : public QObject {
     Q_OBJECT
 
 private slots:

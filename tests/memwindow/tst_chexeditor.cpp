@@ -1,13 +1,8 @@
-#include "chexeditor.h"
-#include "faketarget.h"
 #include "paintrecorder.h"
+#include "shownwindow.h"
 
-#include <QComboBox>
+#include <QInputDialog>
 #include <QMenu>
-#include <QPlainTextEdit>
-#include <QScrollBar>
-#include <QSettings>
-#include <QtTest>
 
 class CHexEditorTest : public QObject {
     Q_OBJECT
@@ -24,52 +19,14 @@ private slots:
     void wheelRemaindersAddUp();
     void theRefreshBoxDrivesTimerAndTitle();
     void zonesAreOfferedAndUsed();
+    void theMouseSelectsAfterASmallMove();
+    void theKeyboardSelects();
+    void theViewScrollsUnderASelectionBelowIt();
+    void jumpsNearTheEndKeepTheCursorInTheSpace();
+    void theIntervalCanBeChosenByAction();
 };
 
 namespace {
-
-/// A window of 16 bytes a row that shows a fake target.
-struct Shown {
-    Shown()
-    {
-        window.SetCallbacks(target.Callbacks());
-        window.SetFeatureFlags(kFeatureRefresh);
-        window.resize(900, 400);
-        window.show();
-        window.activateWindow();
-        view->setFocus();
-        QApplication::processEvents();
-    }
-    void GoTo(std::uint64_t address)
-    {
-        window.GoTo(address, true, false);
-        QApplication::processEvents();
-        target.reads.clear();
-    }
-    [[nodiscard]] PageRange LastRead() const
-    {
-        return {target.reads.back().address, target.reads.back().length};
-    }
-    void Key(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
-    {
-        QTest::keyClick(view, key, modifiers);
-    }
-    void Wheel(int units)
-    {
-        QWheelEvent event(QPointF(50, 50), view->viewport()->mapToGlobal(QPointF(50, 50)), {},
-            {0, units}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(view->viewport(), &event);
-    }
-
-    struct FirstStart {
-        FirstStart() { QSettings().clear(); }
-    } firstStart; // each window as if no other had left its settings behind
-    FakeTarget target;
-    CHexEditor window;
-    QPlainTextEdit *view = window.findChild<QPlainTextEdit *>("pTextEditor");
-    QScrollBar *scrollBar = window.findChild<QScrollBar *>("pScrollBar");
-    QComboBox *rates = window.findChild<QComboBox *>("pRefreshBox");
-};
 
 /// Counts the paint events of a widget.
 class PaintCounter : public QObject {
@@ -87,7 +44,7 @@ public:
 
 void CHexEditorTest::showingReadsThePageOnce()
 {
-    Shown s;
+    ShownWindow s;
     QCOMPARE(s.window.BytesPerRow(), 16U);
     QCOMPARE(s.target.reads.size(), std::size_t(1));
     QCOMPARE(s.LastRead(), (PageRange{0, s.window.BytesPerPage()}));
@@ -95,7 +52,7 @@ void CHexEditorTest::showingReadsThePageOnce()
 
 void CHexEditorTest::aTickReadsThePageOnceAndUnchangedMemoryPaintsNothing()
 {
-    Shown s;
+    ShownWindow s;
     s.GoTo(0x2000'0000);
     PaintCounter paints(s.view->viewport());
     s.window.OnAutoUpdateTimerTimeout();
@@ -126,7 +83,7 @@ void CHexEditorTest::aTickReadsThePageOnceAndUnchangedMemoryPaintsNothing()
 
 void CHexEditorTest::aDragResizeReadsOnce()
 {
-    Shown s;
+    ShownWindow s;
     s.target.reads.clear();
     for (int width = 900; width > 600; width -= 50) {
         s.window.resize(width, 300);
@@ -144,7 +101,7 @@ void CHexEditorTest::aDragResizeReadsOnce()
 
 void CHexEditorTest::scrollingReadsTheExposedRowsOnly()
 {
-    Shown s;
+    ShownWindow s;
     s.GoTo(0x1000);
     const std::uint64_t page = s.window.BytesPerPage();
     s.window.ScrollRows(-3);
@@ -172,7 +129,7 @@ void CHexEditorTest::scrollingReadsTheExposedRowsOnly()
 
 void CHexEditorTest::aHeldPageKeyReadsOnceAtTheRelease()
 {
-    Shown s;
+    ShownWindow s;
     s.GoTo(0x1000);
     const std::uint64_t step = s.window.BytesPerPage() - 16;
     QTest::keyPress(s.view, Qt::Key_PageDown);
@@ -196,7 +153,7 @@ void CHexEditorTest::aHeldPageKeyReadsOnceAtTheRelease()
 
 void CHexEditorTest::aScrollBarDragReadsOnceAtTheRelease()
 {
-    Shown s;
+    ShownWindow s;
     s.target.reads.clear();
     s.scrollBar->setSliderDown(true);
     for (const int position : {-2000000000, 0, 1, 1000})
@@ -210,7 +167,7 @@ void CHexEditorTest::aScrollBarDragReadsOnceAtTheRelease()
 
 void CHexEditorTest::rowsArePaintedAsTextElsewhere()
 {
-    Shown s;
+    ShownWindow s;
     for (std::uint64_t i = 0; i < 32; ++i)
         s.target.Set(0x2000'0000 + i, std::uint8_t(0x41 + i));
     s.target.unreadable = {0x2000'0003};
@@ -258,7 +215,7 @@ void CHexEditorTest::theSixthWindowStaysEmptyUntilAnotherIsGone()
 
 void CHexEditorTest::wheelRemaindersAddUp()
 {
-    Shown s;
+    ShownWindow s;
     s.GoTo(0x1000);
     s.Wheel(120);
     QCOMPARE(s.window.BaseAddress(), 0x1000ULL - 48);
@@ -276,7 +233,7 @@ void CHexEditorTest::wheelRemaindersAddUp()
 
 void CHexEditorTest::theRefreshBoxDrivesTimerAndTitle()
 {
-    Shown s;
+    ShownWindow s;
     s.GoTo(0x2000'0000);
     QCOMPARE(s.window.windowTitle(), "Memory @ 20000000");
     QCOMPARE(s.rates->currentText(), " off");
@@ -302,7 +259,7 @@ void CHexEditorTest::theRefreshBoxDrivesTimerAndTitle()
 
 void CHexEditorTest::zonesAreOfferedAndUsed()
 {
-    Shown s;
+    ShownWindow s;
     QMenu menu;
     s.window.AddZoneMenu(&menu);
     QVERIFY(menu.isEmpty());
@@ -320,6 +277,119 @@ void CHexEditorTest::zonesAreOfferedAndUsed()
     s.window.OnMemZoneMenuActionTriggered(zones.at(0));
     QCOMPARE(s.target.reads.back().zone, "");
     QCOMPARE(s.window.windowTitle(), "Memory @ 00000100");
+}
+
+/// The cells that are painted on the selection's background or under the cursor, "row:column".
+static QStringList CellsOfColour(ShownWindow &s, QPalette::ColorRole role, int darkness = 100)
+{
+    const QRgb colour = s.view->palette().color(role).darker(darkness).rgb();
+    const QImage image = s.view->viewport()->grab().toImage();
+    QStringList cells;
+    for (int row = 0; row < 8; ++row) {
+        for (int column = 10; column < 76; ++column) {
+            const QPoint centre = s.CellCentre(row, column);
+            const QPoint corner(centre.x() - 2, row * QFontMetrics(s.view->font()).height());
+            if (image.pixel(corner) == colour)
+                cells += QStringLiteral("%1:%2").arg(row).arg(column);
+        }
+    }
+    return cells;
+}
+
+static QStringList SelectedCellsOf(ShownWindow &s)
+{
+    return CellsOfColour(s, QPalette::AlternateBase, 105);
+}
+
+void CHexEditorTest::theMouseSelectsAfterASmallMove()
+{
+    ShownWindow s;
+    s.GoTo(0x1000);
+    const QPoint press = s.CellCentre(1, 16); // first digit of byte 0x1012
+    s.Mouse(QEvent::MouseButtonPress, press);
+    QCOMPARE(CellsOfColour(s, QPalette::Highlight), QStringList({"1:16", "1:62"}));
+    s.Mouse(QEvent::MouseMove, press + QPoint(5, 0));
+    QVERIFY(SelectedCellsOf(s).isEmpty());
+    s.Mouse(QEvent::MouseMove, s.CellCentre(1, 20));
+    // The cursor's cells lie on top of the selection.
+    QCOMPARE(SelectedCellsOf(s), QStringList({"1:16", "1:17", "1:18", "1:19", "1:62"}));
+    s.Mouse(QEvent::MouseButtonRelease, s.CellCentre(1, 20));
+    s.Mouse(QEvent::MouseButtonPress, s.CellCentre(3, 16), Qt::ShiftModifier);
+    QCOMPARE(SelectedCellsOf(s).count("2:40"), 1);
+    s.Key(Qt::Key_Escape);
+    QVERIFY(SelectedCellsOf(s).isEmpty());
+    QCOMPARE(CellsOfColour(s, QPalette::Highlight), QStringList({"3:16", "3:62"}));
+}
+
+void CHexEditorTest::theKeyboardSelects()
+{
+    ShownWindow s;
+    s.window.SetBytesPerItem(2);
+    s.GoTo(0x1000);
+    // Held over both moves; a pressed Shift starts anew.
+    for (const Qt::Key key : {Qt::Key_Shift, Qt::Key_Down, Qt::Key_Up}) {
+        QKeyEvent press(QEvent::KeyPress, key, Qt::ShiftModifier);
+        QApplication::sendEvent(s.view, &press);
+    }
+    QCOMPARE(SelectedCellsOf(s).count("0:12"), 1); // the item of the cursor, both bytes
+    QCOMPARE(SelectedCellsOf(s).count("0:14"), 0);
+    s.Key(Qt::Key_Home, Qt::ControlModifier);
+    QCOMPARE(s.window.BaseAddress(), 0ULL);
+    s.Key(Qt::Key_End, Qt::ControlModifier);
+    QCOMPARE(s.LastRead().End(), kAddressSpaceEnd);
+}
+
+void CHexEditorTest::theViewScrollsUnderASelectionBelowIt()
+{
+    ShownWindow s;
+    s.GoTo(0x1000);
+    s.Mouse(QEvent::MouseButtonPress, s.CellCentre(1, 16));
+    s.Mouse(QEvent::MouseMove, s.CellCentre(2, 20));
+    QCursor::setPos(s.view->viewport()->mapToGlobal(QPoint(100, s.view->height() + 30)));
+    s.window.OnAutoScrollSelectionTimerTimeout();
+    QCOMPARE(s.window.BaseAddress(), 0x1010ULL);
+    QCursor::setPos(s.view->viewport()->mapToGlobal(QPoint(100, -30)));
+    s.window.OnAutoScrollSelectionTimerTimeout();
+    s.window.OnAutoScrollSelectionTimerTimeout();
+    QCOMPARE(s.window.BaseAddress(), 0x0FF0ULL);
+    s.Mouse(QEvent::MouseButtonRelease, s.CellCentre(2, 20));
+}
+
+void CHexEditorTest::jumpsNearTheEndKeepTheCursorInTheSpace()
+{
+    ShownWindow s;
+    s.window.GoTo(0xFFFF'FFF8, true, false);
+    QCOMPARE(s.window.BaseAddress(), 0xFFFF'FFF0ULL);
+    QCOMPARE(s.LastRead(), (PageRange{0xFFFF'FFF0, 16}));
+    s.Key(Qt::Key_Up); // from the cursor, which stands a page before the end
+    s.window.GoTo(0x1234'5678'9ABC, true, false);
+    QCOMPARE(s.window.BaseAddress(), 0xFFFF'FFF0ULL);
+    s.GoTo(0x2000'0A05);
+    QCOMPARE(s.window.BaseAddress(), 0x2000'0A00ULL);
+    QCOMPARE(CellsOfColour(s, QPalette::Highlight), QStringList({"0:10", "0:60"}));
+}
+
+void CHexEditorTest::theIntervalCanBeChosenByAction()
+{
+    ShownWindow s;
+    auto *action = s.window.findChild<QAction *>("pActionMemoryAutoRefresh");
+    action->setData(QStringList{" 2 s"});
+    s.window.OnActionAutoRefreshTriggered();
+    QCOMPARE(s.rates->currentText(), " 2 s");
+    action->setData(QStringList{" 1 s", " 5 s"});
+    s.window.OnActionAutoRefreshTriggered();
+    QCOMPARE(s.rates->currentText(), " 2 s");
+    // Asked for, and answered by cancelling: nothing changes.
+    action->setData({});
+    QString title;
+    QTimer::singleShot(0, &s.window, [&] {
+        auto *dialog = s.window.findChild<QDialog *>();
+        title = dialog->windowTitle();
+        dialog->reject();
+    });
+    s.window.OnActionAutoRefreshTriggered();
+    QCOMPARE(title, "Periodic Refresh");
+    QCOMPARE(s.rates->currentText(), " 2 s");
 }
 
 QTEST_MAIN(CHexEditorTest)

@@ -8,8 +8,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-namespace
-{
+namespace {
 
 /// One dialog and its fields as a user sees them.
 struct Fields {
@@ -41,8 +40,7 @@ struct Fields {
 
 } // namespace
 
-class MemDialogTest : public QObject
-{
+class MemDialogTest : public QObject {
     Q_OBJECT
 
 private slots:

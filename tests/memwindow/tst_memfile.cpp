@@ -12,13 +12,11 @@
 #include <unistd.h>
 #include <vector>
 
-namespace
-{
+namespace {
 
 /// Lets this process write files of at most this many bytes; what goes beyond fails like a write
 /// to a full disk.
-class FileSizeLimit
-{
+class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t bytes)
     {
@@ -56,8 +54,7 @@ bool Write(const QString &fileName, const QByteArray &bytes)
 
 } // namespace
 
-class MemFileTest : public QObject
-{
+class MemFileTest : public QObject {
     Q_OBJECT
 
 private slots:

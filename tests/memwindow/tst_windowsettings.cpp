@@ -6,8 +6,7 @@
 #include <QSettings>
 #include <QTest>
 
-namespace
-{
+namespace {
 
 const QString kWindow = QStringLiteral("HexEditor");
 
@@ -39,8 +38,7 @@ void CheckFirstStart(const WindowSettings &settings)
 
 } // namespace
 
-class WindowSettingsTest : public QObject
-{
+class WindowSettingsTest : public QObject {
     Q_OBJECT
 
 private slots:
