@@ -3,6 +3,7 @@
 
 demo_dir=$PWD/build/demo
 demo_pids=()
+demo_base=0x00000000 # where the memory window starts
 
 demo_stop() {
     local pid
@@ -13,14 +14,16 @@ demo_stop() {
 }
 trap demo_stop EXIT
 
-# demo_use_settings LINE...: starts the program in a home directory whose settings file says so.
+# demo_use_settings LINE...: starts the program in a home directory whose settings file says so,
+# and whose memory window stands where RAM begins on most microcontrollers.
 demo_use_settings() {
-    local real_home=$HOME
-    export XDG_CONFIG_HOME=${XDG_CONFIG_HOME:-$real_home/.config}
-    export XAUTHORITY=${XAUTHORITY:-$real_home/.Xauthority}
+    export XAUTHORITY=${XAUTHORITY:-$HOME/.Xauthority}
     export HOME=$demo_dir/home
+    unset XDG_CONFIG_HOME
     rm -rf "$HOME"
-    mkdir -p "$HOME/.config"
+    mkdir -p "$HOME/.config/Unknown Organization"
+    printf '%s\n' '[AppData]' "HexEditor\\Base%20Address=$((demo_base))" \
+        >"$HOME/.config/Unknown Organization/pelimo.conf"
     # The backslash is part of the file's name.
     printf '%s\r\n' "$@" >"$HOME/.config/TOLVEN\\pelimoSettings.ini"
 }
@@ -57,6 +60,7 @@ demo_start_target() {
         -serial null -monitor none -gdb "tcp:127.0.0.1:$port" </dev/null >"$demo_dir/qemu.log" 2>&1 &
     demo_pids+=($!)
     demo_wait_for_port "$port"
+    demo_base=0x20000000
     demo_use_settings '[GENERAL]' 'ConnectMode = 2' "HostName=\"gdb:127.0.0.1:$port\""
 }
 
@@ -75,19 +79,20 @@ demo_run_headless() {
     demo_pids+=($!)
     dialog=$(timeout 20 xdotool search --sync --onlyvisible --name ' - Config$' | head -n 1)
     demo_shot "$mode-1-connection"
-    xdotool windowfocus --sync "$dialog" key --window "$dialog" Return
+    demo_type "$dialog" Return
     demo_wait_for_memory
     demo_shot "$mode-2-memory"
     # Ctrl+R asks for the refresh interval, Home and Return take the first one: 100 ms.
-    xdotool search --onlyvisible --name '^TOLVEN Pelimo' windowfocus --sync key ctrl+r
-    timeout 5 xdotool search --sync --onlyvisible --name '^Periodic Refresh$' \
-        windowfocus --sync key Home Return
+    demo_type "$(xdotool search --onlyvisible --name '^TOLVEN Pelimo' | head -n 1)" ctrl+r
+    dialog=$(timeout 10 xdotool search --sync --onlyvisible --name '^Periodic Refresh$' | head -n 1)
+    demo_type "$dialog" Home Return
     sleep 1
     demo_shot "$mode-3-live"
 }
 
 demo_start_screen() {
     local try
+    rm -f "$demo_dir/display"
     Xvfb -displayfd 3 -screen 0 1280x900x24 3>"$demo_dir/display" >"$demo_dir/xvfb.log" 2>&1 &
     demo_pids+=($!)
     for try in $(seq 100); do
@@ -96,6 +101,13 @@ demo_start_screen() {
     done
     DISPLAY=:$(cat "$demo_dir/display")
     export DISPLAY
+}
+
+# demo_type WINDOW KEY...: as a keyboard does it, to whatever has the focus then.
+demo_type() {
+    xdotool windowfocus --sync "$1"
+    shift
+    xdotool key "$@"
 }
 
 demo_shot() {

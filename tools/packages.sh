@@ -1,7 +1,7 @@
 # Installs Debian packages that are missing. To be sourced by the scripts at the top of the tree.
 
 # What building the program takes, and what running it without a display takes on top.
-build_packages="cmake ninja-build g++ qt6-base-dev libqt6svg6-dev libgl-dev libpugixml-dev"
+build_packages="cmake ninja-build g++ qt6-base-dev qt6-svg-dev libgl-dev libpugixml-dev"
 runtime_packages="libqt6svg6 fonts-dejavu-core"
 headless_packages="xvfb xdotool imagemagick x11-utils"
 test_packages="xvfb xclip gdbserver procps"
