@@ -17,10 +17,10 @@ using namespace std::chrono_literals;
 constexpr auto kConnectLimit = 2000ms;
 constexpr auto kHandshakeLimit = 1500ms;
 constexpr auto kTransferLimit = 1500ms; // for each kTransferBytes
-constexpr std::size_t kTransferBytes = 64 * 1024;
+constexpr std::size_t kTransferBytes = 0x10000;
 constexpr auto kFarewellLimit = 50ms;
 constexpr auto kLateReply = 50ms;
-constexpr std::size_t kSliceBytes = 16 * 1024;    // then a halted target runs for a moment
+constexpr std::size_t kSliceBytes = 0x4000;       // then a halted target runs for a moment
 constexpr std::size_t kBytesPerRequest = 32;      // what a small request counts for a slice
 constexpr std::uint32_t kMaxRequestBytes = 2048;  // an emulator refuses more than that
 constexpr std::uint32_t kDefaultPacketSize = 256; // small stubs tell none and overrun above that
@@ -39,8 +39,9 @@ std::string MemoryRequest(char kind, std::uint32_t address, std::size_t count)
     return kind + HexNumber(address) + ',' + HexNumber(count);
 }
 
-/// How the target of the last handshake that came to an end stood when it was last seen. Only ever
-/// used by the one back end that is open; leaked, as all that outlives it.
+/// Whether the target of the last handshake that came to an end ran when it was last seen and may
+/// be told to run on. Only ever used by the one back end that is open; leaked, as all that outlives
+/// it.
 struct LastSeen {
     std::string where;
     bool ran = false;
@@ -75,70 +76,82 @@ std::string GdbBackend::Open(const CancelSignal &cancel)
             "Start the target, e.g. qemu-system-arm ... -gdb tcp::"
                 + std::to_string(m_selection.port) + ".");
     m_deadline = Deadline::After(kHandshakeLimit);
-    std::string error = Handshake();
+    if (!NegotiateModes() || !FindRunState()) {
+        const std::string where = HostAndPort(m_selection);
+        if (m_ended)
+            return "The target at " + where + " has ended.";
+        return where
+            + " accepted the connection but does not answer as a debug stub"
+              " (another debugger may hold it).";
+    }
     m_session.BeginTransfers();
-    return error;
+    return {};
+}
+
+bool GdbBackend::NegotiateModes()
+{
+    std::string reply;
+    if (!m_session.SendRaw("+", m_deadline) || !m_session.Ask("qSupported", reply, m_deadline))
+        return false;
+    const RspFeatures features = ParseFeatures(reply);
+    m_maxRead = PacketBytes(features.packetSize, 0);
+    if (features.packetSize == 0)
+        m_maxRead = PacketBytes(kDefaultPacketSize, 0);
+    m_maxWrite = PacketBytes(
+        features.packetSize != 0 ? features.packetSize : kDefaultPacketSize, kWriteOverhead);
+    m_isDebugServer = features.knowsMemoryMap;
+    if (features.noAckMode) {
+        if (!m_session.Ask("QStartNoAckMode", reply, m_deadline) || !m_session.Flush(m_deadline))
+            return false;
+        if (reply == "OK")
+            m_session.LeaveAckMode();
+    }
+    if (features.nonStop) {
+        if (!m_session.Ask("QNonStop:1", reply, m_deadline))
+            return false;
+        m_nonStop = reply == "OK";
+    }
+    return true;
 }
 
 // Connecting stops an emulator that ran; it says so with a stop that nobody asked for, before its
 // first reply.
-std::string GdbBackend::Handshake()
+bool GdbBackend::FindRunState()
 {
-    const std::string where = HostAndPort(m_selection);
-    const std::string noStub = where
-        + " accepted the connection but does not answer as a debug stub"
-          " (another debugger may hold it).";
-    std::string reply;
-    if (!m_session.SendRaw("+", m_deadline) || !m_session.Ask("qSupported", reply, m_deadline))
-        return noStub;
-    const RspFeatures features = ParseFeatures(reply);
-    if (features.packetSize != 0) {
-        m_maxRead = PacketBytes(features.packetSize, 0);
-        m_maxWrite = PacketBytes(features.packetSize, kWriteOverhead);
-    } else {
-        m_maxWrite = PacketBytes(kDefaultPacketSize, kWriteOverhead);
-    }
-    if (features.noAckMode) {
-        if (!m_session.Ask("QStartNoAckMode", reply, m_deadline))
-            return noStub;
-        if (reply == "OK" && m_session.Flush(m_deadline))
-            m_session.LeaveAckMode();
-    }
-    if (features.nonStop && (!m_session.Ask("QNonStop:1", reply, m_deadline)))
-        return noStub;
-    m_nonStop = features.nonStop && reply == "OK";
+    constexpr int kSigInt = 2;
     if (const auto stop = m_session.TakeStop()) {
         m_interruptSignal = stop->signal;
         m_state = RunState::HaltedByUs;
     }
+    std::string reply;
     if (!m_session.Ask("?", reply, m_deadline))
-        return noStub;
+        return false;
     const auto stop = ParseStop(reply);
-    if (!stop && !(m_nonStop && reply == "OK"))
-        return noStub;
-    if (stop && stop->ended)
-        return "The target at " + where + " has ended.";
+    m_ended = stop && stop->ended;
+    if (m_ended || (!stop && !(m_nonStop && reply == "OK")))
+        return false;
     m_decided = true;
-    if (m_nonStop)
-        return EnterNonStop() ? std::string() : noStub;
-    constexpr int kSigInt = 2;
-    if (m_state == RunState::Halted && stop->signal == 0) {
+    if (m_nonStop && !EnterNonStop())
+        return false;
+    if (!m_nonStop && m_state == RunState::Halted && stop->signal == 0) {
         m_state = RunState::AnswersInRun; // "stopped by no signal" is how a debug server says: runs
-    } else if (m_state == RunState::Halted && features.memoryMap && stop->signal == kSigInt) {
+    } else if (!m_nonStop && m_state == RunState::Halted && m_isDebugServer
+        && stop->signal == kSigInt) {
         // A debug server that halts the core for each new client, and answers while it runs.
         if (!m_session.Tell("c", m_deadline))
-            return noStub;
+            return false;
         m_state = RunState::AnswersInRun;
     }
     NoteState();
     FindCoreId();
     EndAccess();
-    return m_lost ? noStub : std::string();
+    return !m_lost;
 }
 
 void GdbBackend::NoteState() const
 {
-    LastTarget() = {HostAndPort(m_selection), m_state != RunState::Halted};
+    // "c" means nothing good to a server in non-stop mode.
+    LastTarget() = {HostAndPort(m_selection), m_state != RunState::Halted && !m_nonStop};
 }
 
 // Every thread that is stopped is told of before it may be continued.
@@ -368,16 +381,21 @@ int GdbBackend::Write(
     return written && !m_lost ? static_cast<int>(data.size()) : kTransferFailed;
 }
 
-// Connecting alone stops an emulator. One that says so now gets its "continue"; for a silent one,
-// which will see the connection only later, what is known from before has to do. A target that may
-// have been halted already is never set running.
+// Connecting alone stops an emulator, or a process behind its server. A stub that answers is asked
+// how its target stood, so that one which ran runs on; for a silent one, which will see the
+// connection only later, what is known from before has to do. A target that may have been halted
+// already is never set running.
 void GdbBackend::SettleAbandonedHandshake()
 {
     std::string packet;
-    const bool spoke = m_session.Await(packet, Deadline::After(kFarewellLimit));
-    const bool stopped = m_session.TakeStop() || (spoke && ParseStop(packet));
-    const LastSeen &last = LastTarget();
-    if (stopped || (!spoke && last.ran && last.where == HostAndPort(m_selection)))
+    m_deadline = Deadline::After(kFarewellLimit);
+    const bool spoke = m_session.Await(packet, m_deadline); // the answer on its way, or a stop
+    if (m_session.TakeStop() || (spoke && ParseStop(packet)))
+        m_state = RunState::HaltedByUs;
+    else if (spoke && m_cancel->IsRaised())
+        (void)(NegotiateModes() && FindRunState());
+    else if (const LastSeen &last = LastTarget();
+             !spoke && last.ran && last.where == HostAndPort(m_selection))
         m_state = RunState::HaltedByUs;
 }
 

@@ -40,7 +40,8 @@ private:
         AnswersInRun, // can be asked while it runs
     };
 
-    [[nodiscard]] std::string Handshake();
+    [[nodiscard]] bool NegotiateModes();
+    [[nodiscard]] bool FindRunState();
     [[nodiscard]] bool EnterNonStop();
     [[nodiscard]] bool CollectStops();
     void FindCoreId();
@@ -68,7 +69,9 @@ private:
     RunState m_state = RunState::Halted;
     int m_interruptSignal = -1; // what the stub answers to our interrupt; -1: not seen yet
     bool m_decided = false;     // whether the handshake got as far as knowing how the target stood
+    bool m_ended = false;
     bool m_nonStop = false;
+    bool m_isDebugServer = false; // in front of a core with a flash, not of a program
     std::uint32_t m_maxRead = 128;
     std::uint32_t m_maxWrite = 64;
     std::uint32_t m_coreId = 0;

@@ -2,7 +2,9 @@
 
 #include "devicetable.h"
 #include "gdbbackend.h"
+#include "pidbackend.h"
 #include "simbackend.h"
+#include "tclbackend.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -28,8 +30,16 @@ std::string_view WithoutBlanks(std::string_view text)
 
 std::unique_ptr<Backend> MakeBackend(const Selection &selection)
 {
-    if (selection.kind == TargetKind::Gdb)
+    switch (selection.kind) {
+    case TargetKind::Gdb:
         return std::make_unique<GdbBackend>(selection);
+    case TargetKind::Tcl:
+        return std::make_unique<TclBackend>(selection);
+    case TargetKind::Pid:
+        return std::make_unique<PidBackend>(selection.process);
+    case TargetKind::Sim:
+        break;
+    }
     return std::make_unique<SimBackend>(selection.simIndex);
 }
 

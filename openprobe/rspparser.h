@@ -10,8 +10,8 @@ namespace OpenProbe {
 /// memory than one packet of kMaxPayload bytes.
 class RspParser {
 public:
-    static constexpr std::size_t kMaxPayload = 32 * 1024; // raw, and again after expansion
-    static constexpr std::size_t kMaxStray = 1024;        // bytes outside any packet
+    static constexpr std::size_t kMaxPayload = 0x8000; // raw, and again after expansion
+    static constexpr std::size_t kMaxStray = 1024;     // bytes outside any packet
 
     enum class Event {
         None,         // more bytes are needed

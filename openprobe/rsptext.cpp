@@ -87,8 +87,8 @@ RspFeatures ParseFeatures(std::string_view reply)
             features.noAckMode = true;
         else if (feature == "QNonStop+")
             features.nonStop = true;
-        else if (feature == "qXfer:memory-map:read+")
-            features.memoryMap = true;
+        else if (feature.starts_with("qXfer:memory-map:read"))
+            features.knowsMemoryMap = true;
         else if (feature.starts_with(kPacketSize)) {
             const std::string_view digits = feature.substr(kPacketSize.size());
             std::uint32_t size = 0;
@@ -124,7 +124,7 @@ std::optional<RspStop> ParseStop(std::string_view payload)
 
 bool IsConsoleOutput(std::string_view payload)
 {
-    return payload.size() > 2 && payload[0] == 'O' && HexDigit(payload[1]) >= 0;
+    return payload == "O" || (payload.size() > 2 && payload[0] == 'O' && HexDigit(payload[1]) >= 0);
 }
 
 } // namespace OpenProbe

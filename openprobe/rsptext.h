@@ -32,7 +32,7 @@ struct RspFeatures {
     std::uint32_t packetSize = 0; // 0: not told
     bool noAckMode = false;
     bool nonStop = false;
-    bool memoryMap = false;
+    bool knowsMemoryMap = false; // has the request, whether or not it has a map
 };
 [[nodiscard]] RspFeatures ParseFeatures(std::string_view reply);
 
@@ -44,7 +44,7 @@ struct RspStop {
 };
 [[nodiscard]] std::optional<RspStop> ParseStop(std::string_view payload);
 
-/// Whether it is text that the target prints: "O" and hex digits, but not "OK".
+/// Whether it is text that the target prints: "O" and hex digits, also none, but not "OK".
 [[nodiscard]] bool IsConsoleOutput(std::string_view payload);
 
 } // namespace OpenProbe

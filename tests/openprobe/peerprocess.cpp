@@ -57,7 +57,8 @@ bool PeerProcess::Start(const QString &program, const QStringList &arguments)
 {
     Kill();
     m_process = std::make_unique<QProcess>();
-    m_process->setProcessChannelMode(QProcess::MergedChannels);
+    m_process->setStandardOutputFile(QProcess::nullDevice()); // nobody would empty a pipe
+    m_process->setStandardErrorFile(QProcess::nullDevice());
     m_process->setChildProcessModifier([] {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         setsid();

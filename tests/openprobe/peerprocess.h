@@ -23,8 +23,6 @@ public:
     void Thaw();
     qint64 Id() const { return m_process ? m_process->processId() : 0; }
     bool Runs() const { return m_process && m_process->state() == QProcess::Running; }
-    /// Standard output and error so far, for messages.
-    QByteArray Output() const { return m_process ? m_process->readAll() : QByteArray(); }
 
 private:
     std::unique_ptr<QProcess> m_process;

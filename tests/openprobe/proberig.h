@@ -28,6 +28,10 @@ public:
     virtual bool Freeze() { return false; }
     virtual void Thaw() { }
 
+    /// Whether a client that leaves a frozen peer during the handshake leaves the target stopped
+    /// until the next one comes. True only where the peer itself does so, whatever it was sent.
+    virtual bool StopsWhenAbandoned() const { return false; }
+
     /// Selects the target for the next Open.
     virtual void Select() = 0;
     /// Whether the target's program runs, asked past the library.

@@ -20,6 +20,7 @@ private slots:
     void writesAskFirstWhereNothingIsKnown();
     void badPeersGetAText_data();
     void badPeersGetAText();
+    void aPlaceWithoutPeersGetsAText();
     void aPeerThatTurnsBadIsGivenUp_data();
     void aPeerThatTurnsBadIsGivenUp();
 
@@ -251,6 +252,10 @@ void GdbBackendTest::badPeersGetAText()
                 " (another debugger may hold it).")
             .arg(peer.Port()));
     backend.Close();
+}
+
+void GdbBackendTest::aPlaceWithoutPeersGetsAText()
+{
     const quint16 unused = PeerProcess::FreePort();
     GdbBackend nobody(At(unused));
     QCOMPARE(QString::fromStdString(nobody.Open(m_cancel)),

@@ -283,6 +283,8 @@ void ProbeSuite::closeEndsAnOpen()
     }
     m_rig->Thaw();
     QCOMPARE(error, "Operation canceled");
+    if (m_rig->StopsWhenAbandoned())
+        QTRY_COMPARE(OpenError(), "");
 }
 
 static int Entries(const char *directory)

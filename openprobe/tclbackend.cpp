@@ -1,0 +1,193 @@
+#include "tclbackend.h"
+
+#include "openerrors.h"
+#include "tclprotocol.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+namespace OpenProbe {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kConnectLimit = 2000ms;
+constexpr auto kHandshakeLimit = 1500ms;
+constexpr auto kProgressLimit = 500ms;
+constexpr auto kTransferLimit = 1500ms;             // for each kTransferBytes
+constexpr std::size_t kTransferBytes = 0x4000;      // a slow adapter needs its time
+constexpr std::size_t kBytesPerCommand = 32;        // what a small command counts for the limit
+constexpr std::uint32_t kMaxRequestBytes = 4096;    // one answer stays far below the progress limit
+constexpr std::uint32_t kCpuIdAddress = 0xE000ED00; // of every M core
+constexpr std::size_t kMaxReply = 0x10000;          // eleven characters for each word, and room
+
+struct Items {
+    std::uint32_t width;
+    std::uint32_t count;
+    [[nodiscard]] std::uint32_t Bytes() const { return width * count; }
+};
+
+// What the next command takes: items of the wanted width, "any" being words, and narrower ones at
+// an unaligned start and a short rest.
+Items NextItems(std::uint32_t address, std::size_t remaining, std::uint32_t wanted)
+{
+    const auto most
+        = static_cast<std::uint32_t>(std::min<std::size_t>(remaining, kMaxRequestBytes));
+    const std::uint32_t widest = wanted == 0 ? 4 : wanted;
+    std::uint32_t width = widest;
+    while (address % width != 0 || width > most)
+        width /= 2;
+    return {width, width == widest ? most / width : 1};
+}
+
+} // namespace
+
+std::string TclBackend::Open(const CancelSignal &cancel)
+{
+    const auto failure = m_link.Connect(
+        m_selection.host, m_selection.port, Deadline::After(kConnectLimit), cancel);
+    if (failure != TcpLink::Failure::None)
+        return ConnectError(m_selection, failure, m_link,
+            "Start OpenOCD for your board, e.g. openocd -f board.cfg; its Tcl server is at port "
+            "6666.");
+    const std::string where = HostAndPort(m_selection);
+    m_deadline = Deadline::After(kHandshakeLimit);
+    std::string reply;
+    if (!Ask("version", reply) || !reply.starts_with("Open On-Chip Debugger"))
+        return where + " accepted the connection but does not answer as OpenOCD's Tcl server.";
+    std::string names;
+    if (!Ask("target names", names) || names.empty())
+        return "OpenOCD at " + where + " has no target.";
+    if (!TargetAnswers())
+        return "OpenOCD at " + where + " does not reach its target (" + names
+            + "). Is the board powered and connected?";
+    m_bigEndian = Ask("[target current] cget -endian", reply) && reply == "big";
+    m_progressLimit = kProgressLimit;
+    std::array<std::uint8_t, 4> id{};
+    if (ReadPiece(kCpuIdAddress, id, 4) == PieceResult::Read) {
+        for (std::uint32_t i = 0; i < id.size(); ++i)
+            m_coreId |= std::uint32_t{id[i]} << 8 * (m_bigEndian ? 3 - i : i);
+        if ((m_coreId & 0xFF0C0000) != 0x410C0000)
+            m_coreId = 0; // no M core's identification word
+    }
+    return m_lost ? where + " closed the connection." : std::string();
+}
+
+// One time-out is the end: a late reply would be taken for the answer to the next command.
+bool TclBackend::Ask(std::string_view command, std::string &reply)
+{
+    const auto soon = [this] { return m_deadline.OrEarlier(Deadline::After(m_progressLimit)); };
+    reply.clear();
+    if (m_lost || !m_link.Send(std::string(command) + kTclEnd, soon())) {
+        m_lost = true;
+        return false;
+    }
+    std::array<char, 4096> block{};
+    while (reply.size() < kMaxReply && !m_deadline.Passed()) {
+        const std::size_t got = m_link.Receive(block, soon());
+        const std::string_view bytes(block.data(), got);
+        const std::size_t end = bytes.find(kTclEnd);
+        reply += bytes.substr(0, end);
+        if (end != std::string_view::npos && end + 1 == got)
+            return true;
+        if (got == 0 || end != std::string_view::npos)
+            break; // silent, gone, or more than one reply to one command
+    }
+    m_lost = true;
+    return false;
+}
+
+// A core that has lost power fails every read like a hole; OpenOCD's view of it tells the two
+// apart. It has none yet just after its start, so the core is asked itself then.
+bool TclBackend::TargetAnswers()
+{
+    static constexpr std::array<std::string_view, 4> kAnswering
+        = {"running", "halted", "reset", "debug-running"};
+    std::string state;
+    if (!Ask("[target current] curstate", state))
+        return false;
+    std::array<std::uint8_t, 4> id{};
+    return std::ranges::find(kAnswering, state) != kAnswering.end()
+        || ReadPiece(kCpuIdAddress, id, 4) == PieceResult::Read;
+}
+
+PieceResult TclBackend::ReadPiece(
+    std::uint32_t address, std::span<std::uint8_t> data, std::uint32_t width)
+{
+    const std::uint32_t first = address;
+    const std::size_t all = data.size();
+    std::string reply;
+    while (!data.empty()) {
+        const Items items = NextItems(address, data.size(), width);
+        if (!Ask(TclReadCommand(address, items.width, items.count), reply))
+            return PieceResult::LinkLost;
+        if (!ParseTclNumbers(reply, items.width, data.first(items.Bytes()), m_bigEndian))
+            return PieceResult::Unreadable;
+        data = data.subspan(items.Bytes());
+        address += items.Bytes();
+    }
+    m_known.Add(first, static_cast<std::uint32_t>(first + all - 1));
+    return PieceResult::Read;
+}
+
+int TclBackend::Read(std::uint32_t address, std::span<std::uint8_t> data, std::uint32_t width)
+{
+    std::size_t asked = 0;
+    m_deadline = Deadline::After(kTransferLimit);
+    const auto reader = [&](std::uint32_t at, std::span<std::uint8_t> piece) {
+        asked += std::max(piece.size(), kBytesPerCommand);
+        if (asked > kTransferBytes) {
+            m_deadline = Deadline::After(kTransferLimit);
+            asked = 0;
+        }
+        return ReadPiece(at, piece, width);
+    };
+    const int result = ReadRange(address, data, kMaxRequestBytes, reader);
+    if (result == 0 && !data.empty() && !TargetAnswers())
+        m_lost = true;
+    return m_lost ? kTransferFailed : result;
+}
+
+bool TclBackend::WritePieces(
+    std::uint32_t address, std::span<const std::uint8_t> data, std::uint32_t width)
+{
+    std::string reply;
+    while (!data.empty()) {
+        const Items items = NextItems(address, data.size(), width);
+        if (!Ask(TclWriteCommand(address, items.width, data.first(items.Bytes()), m_bigEndian),
+                reply)
+            || !reply.empty())
+            return false;
+        data = data.subspan(items.Bytes());
+        address += items.Bytes();
+    }
+    return true;
+}
+
+int TclBackend::Write(
+    std::uint32_t address, std::span<const std::uint8_t> data, std::uint32_t width)
+{
+    if (data.empty())
+        return 0;
+    m_deadline = Deadline::After(kTransferLimit * (1 + data.size() / kTransferBytes));
+    // One access fails wholly; a longer range is tried by a read, so that no part of it is written
+    // when its end does not exist. Where it was read before, that is known.
+    const auto last = static_cast<std::uint32_t>(address + data.size() - 1);
+    if (data.size() > 4 && !m_known.Contain(address, last)) {
+        std::vector<std::uint8_t> there(data.size());
+        if (ReadPiece(address, there, width) != PieceResult::Read)
+            return kTransferFailed;
+    }
+    return WritePieces(address, data, width) ? static_cast<int>(data.size()) : kTransferFailed;
+}
+
+// OpenOCD's configuration owns the adapter's speed, as it knows the board; it is only told here.
+std::uint32_t TclBackend::SetSpeed(std::uint32_t)
+{
+    m_deadline = Deadline::After(kTransferLimit);
+    std::string reply;
+    return Ask("adapter speed", reply) ? FirstNumber(reply).value_or(0) : 0;
+}
+
+} // namespace OpenProbe
