@@ -40,6 +40,13 @@ void ClearHooks(FaultHooks &hooks)
     hooks.onCall = NoteCall;
 }
 
+QString SettingsPath()
+{
+    const QString program = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
+    return QDir::homePath() + QStringLiteral("/.config/TOLVEN\\") + program
+        + QStringLiteral("Settings.ini");
+}
+
 void WriteSettings(const QStringList &lines)
 {
     const QString folder = QDir::homePath() + QStringLiteral("/.config");
@@ -49,8 +56,7 @@ void WriteSettings(const QStringList &lines)
         QFile::remove(folder + QLatin1Char('/') + old);
     if (lines.isEmpty())
         return;
-    const QString program = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
-    QFile file(folder + QStringLiteral("/TOLVEN\\") + program + QStringLiteral("Settings.ini"));
+    QFile file(SettingsPath());
     if (file.open(QIODevice::WriteOnly))
         file.write(lines.join(QStringLiteral("\r\n")).toUtf8() + "\r\n");
 }
@@ -73,6 +79,12 @@ AppHarness::~AppHarness()
     ClearHooks(Hooks());
     if (!QTest::qWaitFor([] { return APP_State().workerExited.load() != 0; }, 20'000))
         qFatal("the worker did not end");
+}
+
+QByteArray AppHarness::SettingsFile()
+{
+    QFile file(SettingsPath());
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 void AppHarness::Start()
@@ -136,6 +148,8 @@ void AppHarness::Answer()
 {
     QWidget *const modal = QApplication::activeModalWidget();
     if (auto *const dialog = qobject_cast<ConfigDialog *>(modal)) {
+        if (const auto edit = std::exchange(m_edit, {}))
+            edit(*dialog);
         if (m_firstDialog == FirstDialog::Accept)
             dialog->_OnPBtnOK();
         else

@@ -6,12 +6,14 @@
 #include <QStringList>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
 class CHexEditor;
+class ConfigDialog;
 class QAction;
 class MainWindow;
 
@@ -26,6 +28,13 @@ public:
     explicit AppHarness(const QStringList &settings = {}, FirstDialog answer = FirstDialog::Accept);
     /// Closes the window, lets blocked calls go and waits for the worker's end.
     ~AppHarness();
+
+    /// How the connection dialogs from now on are answered.
+    void AnswerDialogs(FirstDialog answer) { m_firstDialog = answer; }
+    /// Done in the next connection dialog before it is answered; once.
+    void EditDialog(std::function<void(ConfigDialog &)> edit) { m_edit = std::move(edit); }
+    /// The bytes of the settings file; empty when there is none.
+    static QByteArray SettingsFile();
 
     /// Constructs the window, which answers its first dialog. Set hooks before.
     void Start();
@@ -54,6 +63,7 @@ private:
     void Answer();
 
     FirstDialog m_firstDialog;
+    std::function<void(ConfigDialog &)> m_edit;
     std::unique_ptr<MainWindow> m_window;
     QTimer m_answerTimer;
     QStringList m_boxes;
