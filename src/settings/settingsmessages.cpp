@@ -4,7 +4,7 @@
 
 namespace {
 
-using Result = SettingsFileResult;
+using Result = SysFileResult;
 
 const char *LoadFormat(Result result)
 {
@@ -61,14 +61,14 @@ const char *SaveFormat(Result result)
 
 } // namespace
 
-SettingsMessage SETTINGS_LoadMessage(SettingsFileResult result, const char *path)
+SettingsMessage SETTINGS_LoadMessage(SysFileResult result, const char *path)
 {
     SettingsMessage message;
     UTIL_Format(message, LoadFormat(result), path);
     return message;
 }
 
-SettingsMessage SETTINGS_SaveMessage(SettingsFileResult result, const char *path)
+SettingsMessage SETTINGS_SaveMessage(SysFileResult result, const char *path)
 {
     SettingsMessage message;
     UTIL_Format(message, SaveFormat(result), path);

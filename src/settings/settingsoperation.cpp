@@ -20,12 +20,22 @@ void GetBaseName(std::array<char, SYS_MAX_PATH> &name)
         *dot = '\0';
 }
 
+/// The image is empty after a failure. A file larger than the image is one.
+SysFileResult ReadImage(const char *path, SettingsImage &image)
+{
+    std::array<char, SettingsImage::kCapacity> buffer;
+    std::size_t length = 0;
+    const SysFileResult result = SYS_ReadFile(path, buffer, length);
+    const bool fits = image.Assign({buffer.data(), length});
+    return fits ? result : SysFileResult::TransferFailed;
+}
+
 void Load(SettingsStore &store)
 {
     if (store.path[0] == '\0')
         SETTINGS_ComposeDefaultPath(store.path);
-    store.loadResult = SETTINGS_ReadFile(store.path.data(), store.image);
-    if (store.loadResult != SettingsFileResult::Ok)
+    store.loadResult = ReadImage(store.path.data(), store.image);
+    if (store.loadResult != SysFileResult::Ok)
         SETTINGS_ReportQuietly(SETTINGS_LoadMessage(store.loadResult, store.path.data()).data());
     store.state = kSettingsLoaded;
 }
@@ -34,9 +44,8 @@ void Load(SettingsStore &store)
 /// larger than the image), writing the image would throw away what it holds.
 bool KnowsFile(const SettingsStore &store)
 {
-    return store.loadResult == SettingsFileResult::Ok
-        || store.loadResult == SettingsFileResult::FileNotFound
-        || store.loadResult == SettingsFileResult::PathNotFound;
+    return store.loadResult == SysFileResult::Ok || store.loadResult == SysFileResult::FileNotFound
+        || store.loadResult == SysFileResult::PathNotFound;
 }
 
 } // namespace
@@ -44,7 +53,7 @@ bool KnowsFile(const SettingsStore &store)
 SettingsStore &SETTINGS_TheStore()
 {
     static constinit SettingsStore store{
-        {}, {}, kSettingsNotLoaded, SettingsFileResult::Ok, nullptr, 0, false, {}, nullptr};
+        {}, {}, kSettingsNotLoaded, SysFileResult::Ok, nullptr, 0, false, {}, nullptr};
     return store;
 }
 
@@ -109,7 +118,7 @@ bool SettingsOperation::PrepareChange()
     return KnowsFile(store);
 }
 
-void SettingsOperation::Fail(SettingsFileResult result)
+void SettingsOperation::Fail(SysFileResult result)
 {
     SettingsStore &store = SETTINGS_TheStore();
     m_result = SETTINGS_ERROR;
@@ -125,9 +134,8 @@ int SettingsOperation::End()
     SettingsMessage message{};
     if (store.depth == 1) {
         if (store.changed) {
-            const SettingsFileResult result
-                = SETTINGS_WriteFile(store.path.data(), store.image.Text());
-            if (result != SettingsFileResult::Ok)
+            const SysFileResult result = SYS_ReplaceFile(store.path.data(), store.image.Text());
+            if (result != SysFileResult::Ok)
                 Fail(result);
         }
         store.changed = false;

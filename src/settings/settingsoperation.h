@@ -14,7 +14,7 @@ struct SettingsStore {
     std::array<char, SETTINGS_MAX_PATH> path;
     SettingsImage image;
     int state;
-    SettingsFileResult loadResult;
+    SysFileResult loadResult;
     SYS_MUTEX_HANDLE mutex;
     int depth;               // operations under way, one inside the other
     bool changed;            // the image waits for the outermost operation's end to be saved
@@ -51,7 +51,7 @@ public:
     /// @return whether the image may be changed; else the user will be told
     bool PrepareChange();
     void SetChanged();
-    void Fail(SettingsFileResult result);
+    void Fail(SysFileResult result);
     /// @return SETTINGS_OK, or SETTINGS_ERROR when a problem was met
     int End();
 

@@ -20,7 +20,7 @@ int WriteLine(const char *section, const char *key, SettingsKeyForm form, const 
         if (line.Fits() && operation.Image().ReplaceKey(section, key, form, line.Text()))
             operation.SetChanged();
         else
-            operation.Fail(SettingsFileResult::TransferFailed);
+            operation.Fail(SysFileResult::TransferFailed);
     }
     return operation.End();
 }

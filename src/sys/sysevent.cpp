@@ -16,8 +16,7 @@ struct SysEvent {
     pthread_cond_t condition;
 };
 
-namespace
-{
+namespace {
 
 constinit std::array<SysEvent, SYS_MAX_EVENTS> eventTable{};
 

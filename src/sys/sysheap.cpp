@@ -6,8 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace
-{
+namespace {
 
 constexpr char kVerifyTitle[] = " Debug Error"; // the leading blank belongs to it
 

@@ -8,8 +8,7 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-namespace
-{
+namespace {
 
 constexpr char kFileName[] = "libedit.so.0";
 

@@ -9,8 +9,7 @@
 
 #include <unistd.h>
 
-namespace
-{
+namespace {
 
 constexpr std::size_t kWorkSize = 2048;
 constexpr int kMaxLinks = 40; // as many as the system itself follows

@@ -4,8 +4,7 @@
 
 /// Holds a mutex for the length of a block. A mutex that cannot be locked (null, closed) is not
 /// released either.
-class [[nodiscard]] SysLock
-{
+class [[nodiscard]] SysLock {
 public:
     explicit SysLock(SYS_MUTEX_HANDLE mutex)
         : m_mutex(SYS_WaitForMutexForever(mutex) == SYS_WAIT_OK ? mutex : nullptr)

@@ -16,8 +16,7 @@ struct SysMutex {
     pthread_mutexattr_t attributes;
 };
 
-namespace
-{
+namespace {
 
 constinit std::array<SysMutex, SYS_MAX_MUTEXES> mutexTable{};
 

@@ -14,8 +14,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace
-{
+namespace {
 
 /// Null when HOME is not set or empty: an empty one would lead to the root directory.
 const char *HomeDirectory()
@@ -27,8 +26,7 @@ const char *HomeDirectory()
 /// Creates one directory for the user alone, if it is missing.
 bool EnsureDirectory(const char *path)
 {
-    struct stat info {
-    };
+    struct stat info { };
     if (mkdir(path, S_IRWXU) == 0)
         return true;
     return stat(path, &info) == 0 && S_ISDIR(info.st_mode);

@@ -5,8 +5,7 @@
 
 static_assert(sizeof(pthread_t) == sizeof(SYS_THREAD_ID));
 
-namespace
-{
+namespace {
 
 void *RunTask(void *argument)
 {

@@ -6,8 +6,7 @@
 
 #include <unistd.h>
 
-namespace
-{
+namespace {
 
 /// Since an unknown moment of the past; never 0.
 std::uint64_t MonotonicUs()

@@ -9,8 +9,7 @@
 
 #include <syslog.h>
 
-namespace
-{
+namespace {
 
 void WriteNothing(const char * /*text*/) { }
 

@@ -10,8 +10,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-namespace
-{
+namespace {
 
 /// What standard output receives while `action` runs.
 template <typename Action> QByteArray Printed(Action action)
@@ -43,8 +42,7 @@ std::vector<std::uint8_t> GuardedBlock(std::uint32_t userBytes)
 
 } // namespace
 
-class SysHeapTest : public QObject
-{
+class SysHeapTest : public QObject {
     Q_OBJECT
 
 private slots:

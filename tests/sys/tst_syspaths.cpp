@@ -11,8 +11,7 @@
 
 #include <array>
 
-namespace
-{
+namespace {
 
 using Path = std::array<char, SYS_MAX_PATH>;
 
@@ -38,8 +37,7 @@ bool ReadFakeLink(const char *path, char *target, std::uint32_t size)
 
 } // namespace
 
-class SysPathsTest : public QObject
-{
+class SysPathsTest : public QObject {
     Q_OBJECT
 
 private slots:

@@ -17,8 +17,7 @@
 #include <thread>
 #include <vector>
 
-namespace
-{
+namespace {
 
 std::mutex traceMutex;
 std::vector<QByteArray> traceTexts;
@@ -62,8 +61,7 @@ constexpr std::chrono::milliseconds kPatience{kPatienceMs};
 
 } // namespace
 
-class SysSyncTest : public QObject
-{
+class SysSyncTest : public QObject {
     Q_OBJECT
 
 private slots:

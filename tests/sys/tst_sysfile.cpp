@@ -1,10 +1,11 @@
-#include "settingsfile.h"
+#include "sysfile.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <array>
 #include <csignal>
 #include <optional>
 
@@ -84,11 +85,11 @@ private:
     bool m_root;
 };
 
-using Result = SettingsFileResult;
+using Result = SysFileResult;
 
 } // namespace
 
-class SettingsFileTest : public QObject {
+class SysFileTest : public QObject {
     Q_OBJECT
 
 private slots:
@@ -103,27 +104,30 @@ private slots:
     void aKilledSaveLeavesAWholeFile();
 };
 
-void SettingsFileTest::filesOfEveryLengthAreReadWhole()
+void SysFileTest::filesOfEveryLengthAreReadWhole()
 {
     Folder folder;
-    SettingsImage image;
+    std::array<char, 30'000> buffer{};
+    std::size_t length = 0;
     for (const int size : {0, 1, 29'999, 30'000}) {
         const QByteArray content = QByteArray(size, '\0').replace(size / 2, 1, "x").left(size);
         folder.Put(content, 0600);
-        QCOMPARE(SETTINGS_ReadFile(folder.Path(), image), Result::Ok);
-        QVERIFY(image.Text() == std::string_view(content.constData(), static_cast<size_t>(size)));
+        QCOMPARE(SYS_ReadFile(folder.Path(), buffer, length), Result::Ok);
+        QVERIFY(content == QByteArrayView(buffer.data(), static_cast<qsizetype>(length)));
     }
     folder.Put(QByteArray(30'001, 'x'), 0600);
-    QCOMPARE(SETTINGS_ReadFile(folder.Path(), image), Result::TransferFailed);
-    QVERIFY(image.Text().empty());
+    QCOMPARE(SYS_ReadFile(folder.Path(), buffer, length), Result::TransferFailed);
+    QCOMPARE(length, 0U);
 }
 
-void SettingsFileTest::whatCannotBeReadSaysWhy()
+void SysFileTest::whatCannotBeReadSaysWhy()
 {
     const Folder folder("[A]\r\n", 0000);
-    SettingsImage image;
-    const auto read
-        = [&](const QString &path) { return SETTINGS_ReadFile(path.toUtf8().constData(), image); };
+    std::array<char, 100> buffer{};
+    std::size_t length = 0;
+    const auto read = [&](const QString &path) {
+        return SYS_ReadFile(path.toUtf8().constData(), buffer, length);
+    };
     QCOMPARE(read(folder.File("none")), Result::FileNotFound);
     QCOMPARE(read(folder.File("none/none")), Result::PathNotFound);
     QCOMPARE(read(folder.File("settings.ini/x")), Result::PathNotFound);
@@ -134,14 +138,14 @@ void SettingsFileTest::whatCannotBeReadSaysWhy()
     QCOMPARE(mkfifo(pipe.constData(), 0600), 0);
     QCOMPARE(read(folder.File("pipe")), Result::InvalidFile); // at once, without a writer
     const AsUser user;
-    QCOMPARE(SETTINGS_ReadFile(folder.Path(), image), Result::AccessDenied);
+    QCOMPARE(SYS_ReadFile(folder.Path(), buffer, length), Result::AccessDenied);
 }
 
-void SettingsFileTest::savingReplacesTheFileAndKeepsItsMode()
+void SysFileTest::savingReplacesTheFileAndKeepsItsMode()
 {
     const Folder folder("old, and much longer than the new one", 0604);
     for (const std::string_view content : {"new", "", "longer again"}) {
-        QCOMPARE(SETTINGS_WriteFile(folder.Path(), content), Result::Ok);
+        QCOMPARE(SYS_ReplaceFile(folder.Path(), content), Result::Ok);
         QCOMPARE(folder.Content().toStdString(), content);
         QCOMPARE(folder.Mode(), 0604U);
         QCOMPARE(folder.Names(), QStringList("settings.ini"));
@@ -151,66 +155,66 @@ void SettingsFileTest::savingReplacesTheFileAndKeepsItsMode()
     QCOMPARE(info.st_uid, geteuid() == 0 ? kNobody : geteuid());
 }
 
-void SettingsFileTest::aNewFileIsForTheUserAlone()
+void SysFileTest::aNewFileIsForTheUserAlone()
 {
     const Folder folder;
     QFile::remove(folder.Path());
-    QCOMPARE(SETTINGS_WriteFile(folder.Path(), "new"), Result::Ok);
+    QCOMPARE(SYS_ReplaceFile(folder.Path(), "new"), Result::Ok);
     QCOMPARE(folder.Content(), "new");
     QCOMPARE(folder.Mode(), 0600U);
     const QByteArray deep = folder.File("none/settings.ini").toUtf8();
-    QCOMPARE(SETTINGS_WriteFile(deep.constData(), "new"), Result::PathNotFound);
-    QCOMPARE(SETTINGS_WriteFile("", "new"), Result::PathNotFound);
+    QCOMPARE(SYS_ReplaceFile(deep.constData(), "new"), Result::PathNotFound);
+    QCOMPARE(SYS_ReplaceFile("", "new"), Result::PathNotFound);
 }
 
-void SettingsFileTest::linksAreFollowed()
+void SysFileTest::linksAreFollowed()
 {
     const Folder target("old");
     const Folder folder;
     const QByteArray link = folder.File("link").toUtf8();
     QVERIFY(QFile::link(target.Path(), link));
-    QCOMPARE(SETTINGS_WriteFile(link.constData(), "new"), Result::Ok);
+    QCOMPARE(SYS_ReplaceFile(link.constData(), "new"), Result::Ok);
     QCOMPARE(target.Content(), "new");
     QVERIFY(QFileInfo(link).isSymLink());
 
     QFile::remove(target.Path());
-    QCOMPARE(SETTINGS_WriteFile(link.constData(), "made"), Result::Ok);
+    QCOMPARE(SYS_ReplaceFile(link.constData(), "made"), Result::Ok);
     QCOMPARE(target.Content(), "made");
     QVERIFY(QFileInfo(link).isSymLink());
 }
 
-void SettingsFileTest::whatMustNotBeWrittenIsLeftAlone()
+void SysFileTest::whatMustNotBeWrittenIsLeftAlone()
 {
     const Folder folder("kept", 0444);
-    QCOMPARE(SETTINGS_WriteFile(folder.Path(), "new"), Result::ReadOnly); // for root, too
+    QCOMPARE(SYS_ReplaceFile(folder.Path(), "new"), Result::ReadOnly); // for root, too
     QCOMPARE(folder.Content(), "kept");
     const QByteArray directory = folder.File(".").toUtf8();
-    QCOMPARE(SETTINGS_WriteFile(directory.constData(), "new"), Result::InvalidFile);
+    QCOMPARE(SYS_ReplaceFile(directory.constData(), "new"), Result::InvalidFile);
     if (geteuid() == 0) {
         const Folder foreign("kept", 0644);
         QCOMPARE(chown(foreign.Path(), 0, 0), 0);
         const AsUser user; // may write the directory, but not the file
-        QCOMPARE(SETTINGS_WriteFile(foreign.Path(), "new"), Result::AccessDenied);
+        QCOMPARE(SYS_ReplaceFile(foreign.Path(), "new"), Result::AccessDenied);
         QCOMPARE(foreign.Content(), "kept");
     }
 }
 
-void SettingsFileTest::aClosedDirectoryIsWrittenInPlace()
+void SysFileTest::aClosedDirectoryIsWrittenInPlace()
 {
     const Folder folder("old, and much longer than the new one", 0600);
     folder.SetMode(0500);
     std::optional<AsUser> user(std::in_place);
-    QCOMPARE(SETTINGS_WriteFile(folder.Path(), "new"), Result::Ok);
+    QCOMPARE(SYS_ReplaceFile(folder.Path(), "new"), Result::Ok);
     QCOMPARE(folder.Content(), "new");
-    QCOMPARE(SETTINGS_WriteFile(folder.Path(), "longer than before"), Result::Ok);
+    QCOMPARE(SYS_ReplaceFile(folder.Path(), "longer than before"), Result::Ok);
     QCOMPARE(folder.Content(), "longer than before");
     const QByteArray other = folder.File("other").toUtf8();
-    QCOMPARE(SETTINGS_WriteFile(other.constData(), "new"), Result::AccessDenied);
+    QCOMPARE(SYS_ReplaceFile(other.constData(), "new"), Result::AccessDenied);
     user.reset();
     QCOMPARE(folder.Names(), QStringList("settings.ini"));
 }
 
-void SettingsFileTest::aFullDiskLeavesTheOldFile()
+void SysFileTest::aFullDiskLeavesTheOldFile()
 {
     const Folder folder("old", 0600);
     const std::string content(5000, 'n');
@@ -220,10 +224,10 @@ void SettingsFileTest::aFullDiskLeavesTheOldFile()
     getrlimit(RLIMIT_FSIZE, &limit);
     const rlimit small{1000, limit.rlim_max};
     setrlimit(RLIMIT_FSIZE, &small);
-    const Result beside = SETTINGS_WriteFile(folder.Path(), content);
+    const Result beside = SYS_ReplaceFile(folder.Path(), content);
     folder.SetMode(0500);
     std::optional<AsUser> user(std::in_place);
-    const Result inPlace = SETTINGS_WriteFile(folder.Path(), content);
+    const Result inPlace = SYS_ReplaceFile(folder.Path(), content);
     user.reset();
     setrlimit(RLIMIT_FSIZE, &limit);
     QCOMPARE(beside, Result::TransferFailed);
@@ -232,7 +236,7 @@ void SettingsFileTest::aFullDiskLeavesTheOldFile()
     QCOMPARE(folder.Names(), QStringList("settings.ini"));
 }
 
-void SettingsFileTest::aKilledSaveLeavesAWholeFile()
+void SysFileTest::aKilledSaveLeavesAWholeFile()
 {
     const std::string first(20'000, 'a');
     const std::string second(29'000, 'b');
@@ -244,7 +248,7 @@ void SettingsFileTest::aKilledSaveLeavesAWholeFile()
         if (child == 0) {
             for (;;) {
                 for (const std::string &content : {first, second}) {
-                    if (SETTINGS_WriteFile(folder.Path(), content) != Result::Ok
+                    if (SYS_ReplaceFile(folder.Path(), content) != Result::Ok
                         || write(ends[1], "x", 1) != 1)
                         _exit(1);
                 }
@@ -264,5 +268,5 @@ void SettingsFileTest::aKilledSaveLeavesAWholeFile()
     }
 }
 
-QTEST_GUILESS_MAIN(SettingsFileTest)
-#include "tst_settingsfile.moc"
+QTEST_GUILESS_MAIN(SysFileTest)
+#include "tst_sysfile.moc"

@@ -1,6 +1,5 @@
-#include "settingsfile.h"
+#include "sysfile.h"
 
-#include "syspaths.h"
 #include "systime.h"
 #include "utilformat.h"
 #include "utiltext.h"
@@ -17,7 +16,7 @@
 
 namespace {
 
-using Result = SettingsFileResult;
+using Result = SysFileResult;
 using LongPath = std::array<char, PATH_MAX>;
 
 constexpr int kSharingTries = 6;
@@ -142,7 +141,7 @@ bool WriteAll(int file, std::string_view content)
     return true;
 }
 
-Result ReadOnce(const char *path, SettingsImage &image)
+Result ReadOnce(const char *path, std::span<char> buffer, std::size_t &length)
 {
     // Without O_NONBLOCK a pipe under the file's name would hold the program up.
     const File file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
@@ -151,10 +150,11 @@ Result ReadOnce(const char *path, SettingsImage &image)
     struct stat info { };
     if (fstat(file.Get(), &info) != 0 || !S_ISREG(info.st_mode))
         return Result::InvalidFile;
-    std::array<char, SettingsImage::kCapacity + 1> buffer; // one more byte shows a larger file
-    const ssize_t length = ReadAll(file.Get(), buffer);
-    if (length < 0 || !image.Assign({buffer.data(), static_cast<std::size_t>(length)}))
+    const ssize_t got = ReadAll(file.Get(), buffer);
+    char more = 0;
+    if (got < 0 || read(file.Get(), &more, 1) != 0)
         return Result::TransferFailed;
+    length = static_cast<std::size_t>(got);
     return Result::Ok;
 }
 
@@ -254,15 +254,15 @@ Result WriteOnce(const char *path, std::string_view content)
 
 } // namespace
 
-SettingsFileResult SETTINGS_ReadFile(const char *path, SettingsImage &image)
+SysFileResult SYS_ReadFile(const char *path, std::span<char> buffer, std::size_t &length)
 {
-    image.Clear();
+    length = 0;
     if (path[0] == '\0')
         return Result::PathNotFound;
-    return RetryWhileShared([&] { return ReadOnce(path, image); });
+    return RetryWhileShared([&] { return ReadOnce(path, buffer, length); });
 }
 
-SettingsFileResult SETTINGS_WriteFile(const char *path, std::string_view content)
+SysFileResult SYS_ReplaceFile(const char *path, std::string_view content)
 {
     if (path[0] == '\0')
         return Result::PathNotFound;

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+// Whole files in and out. No state; any thread.
+
+enum class SysFileResult {
+    Ok,
+    SharingViolation,
+    AccessDenied,
+    ReadOnly, ///< writing only: the file's owner must not write it, judged by its mode bits
+    BadName,
+    InvalidDrive,
+    FileNotFound,
+    PathNotFound,
+    InvalidFile,    ///< anything else that cannot be opened, what is no regular file among it
+    TransferFailed, ///< short read, short write, or larger than the buffer
+};
+
+/// Reads a whole file. One that another process keeps to itself is tried six times, 10 ms apart.
+/// @param length  receives the number of bytes, 0 after a failure
+[[nodiscard]] SysFileResult SYS_ReadFile(
+    const char *path, std::span<char> buffer, std::size_t &length);
+
+/// Replaces a file's content, or creates it for the user alone. Whatever happens, the file holds
+/// the old or the new content afterwards: the new one is written beside it, flushed and renamed.
+/// Mode and owner stay, symbolic links are followed. Where the directory does not allow that, the
+/// file is written in place, after making sure of the room for it. Shared files as above.
+[[nodiscard]] SysFileResult SYS_ReplaceFile(const char *path, std::string_view content);
