@@ -1,12 +1,13 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 /// Two upper-case hex digits for each byte value, one behind the other.
 inline constexpr std::array<char, 512> kUtilHexPairs = [] {
     std::array<char, 512> pairs{};
-    for (unsigned byte = 0; byte < 256; ++byte) {
+    for (std::size_t byte = 0; byte < 256; ++byte) {
         pairs[2 * byte] = "0123456789ABCDEF"[byte >> 4];
         pairs[2 * byte + 1] = "0123456789ABCDEF"[byte & 0xF];
     }
@@ -18,8 +19,9 @@ inline constexpr std::array<char, 512> kUtilHexPairs = [] {
 /// @return the place behind the digits
 inline char *UTIL_PutHexByte(char *destination, std::uint8_t byte)
 {
-    destination[0] = kUtilHexPairs[2U * byte];
-    destination[1] = kUtilHexPairs[2U * byte + 1];
+    const std::size_t pair = std::size_t{byte} * 2;
+    destination[0] = kUtilHexPairs[pair];
+    destination[1] = kUtilHexPairs[pair + 1];
     return destination + 2;
 }
 
