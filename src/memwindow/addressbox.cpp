@@ -6,6 +6,7 @@
 #include <QCompleter>
 #include <QEvent>
 #include <QIcon>
+#include <QKeyEvent>
 #include <QLineEdit>
 
 #include <algorithm>
@@ -15,6 +16,11 @@ namespace {
 
 constexpr int kMinimumContentsChars = 7;
 constexpr int kMinimumWidthChars = 24;
+
+bool IsReturn(const QKeyEvent &event)
+{
+    return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
+}
 
 } // namespace
 
@@ -29,9 +35,13 @@ AddressBox::AddressBox(QWidget *parent)
     setDuplicatesEnabled(true);
     setMinimumContentsLength(kMinimumContentsChars);
     completer()->setCaseSensitivity(Qt::CaseSensitive);
-    // Addresses begin alike: completed in the line, 2000 and Return would go to 20000A00.
-    completer()->setCompletionMode(QCompleter::PopupCompletion);
-    connect(this, &QComboBox::currentIndexChanged, this, [this] { m_hasChanged = true; });
+    // Nothing is completed: addresses begin alike, and 2000 with Return would go to 20000A00.
+    completer()->setModel(nullptr);
+    connect(this, &QComboBox::currentIndexChanged, this, [this] {
+        if (!m_isRefilling)
+            m_hasChanged = true;
+    });
+    lineEdit()->installEventFilter(this);
     setToolTip(QStringLiteral("Hexadecimal address"));
     setAccessibleName(QStringLiteral("Go To"));
     lineEdit()->setAccessibleName(QStringLiteral("Go To"));
@@ -64,6 +74,12 @@ bool AddressBox::IsListOpen() const
         [](const QAbstractItemView *view) { return view->isVisible(); });
 }
 
+void AddressBox::showPopup()
+{
+    m_hasChanged = false;
+    QComboBox::showPopup();
+}
+
 bool AddressBox::TakeRepeatedChoice()
 {
     return !std::exchange(m_hasChanged, false);
@@ -87,4 +103,21 @@ void AddressBox::changeEvent(QEvent *event)
     QComboBox::changeEvent(event);
     if (event->type() == QEvent::FontChange)
         UpdateMinimumWidth();
+}
+
+// The box has the focus and hands its keys to the line edit. A key that an assistive program sends
+// to the line edit itself comes here afterwards, and must not be handed back: one Return, one jump.
+bool AddressBox::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == lineEdit() && event->type() == QEvent::KeyPress)
+        m_returnIsHandled = IsReturn(*static_cast<QKeyEvent *>(event));
+    return QComboBox::eventFilter(watched, event);
+}
+
+void AddressBox::keyPressEvent(QKeyEvent *event)
+{
+    if (IsReturn(*event) && std::exchange(m_returnIsHandled, false))
+        event->accept();
+    else
+        QComboBox::keyPressEvent(event);
 }

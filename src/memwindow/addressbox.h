@@ -30,10 +30,15 @@ public:
     /// Keeps the box wide enough for an address, in whatever font it has now.
     void UpdateMinimumWidth();
 
+    void showPopup() override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 protected:
     void changeEvent(QEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
 
 private:
     bool m_isRefilling = false;
-    bool m_hasChanged = false; // the current item, since the last choice from the list
+    bool m_returnIsHandled = false; // the line edit has had the key that comes next
+    bool m_hasChanged = false;      // the current item, since the last choice from the list
 };

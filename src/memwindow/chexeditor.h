@@ -267,6 +267,7 @@ private:
     QRegion m_paintRegion; // of the paint event under way
     bool m_bigEndian = false;
     bool m_jumpPending = false; // the last jump waits for the window to have a size
+    bool m_enteringAddress = false;
     bool m_refreshing = false;
     bool m_settingFont = false;
     bool m_selecting = false;   // a mouse drag is under way

@@ -6,6 +6,7 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPointer>
+#include <QScopedValueRollback>
 #include <QToolBar>
 
 void CHexEditor::GoTo(std::uint64_t address, bool placeCursor, bool pushHistory)
@@ -53,8 +54,10 @@ void CHexEditor::OnActionGoBackTriggered()
 void CHexEditor::OnAddrBoxEditingFinished()
 {
     // While the list is being replaced or browsed, its current item is no choice of the user's.
-    if (m_pAddressBox->IsRefilling() || m_pAddressBox->IsListOpen())
+    // Nor when the box, losing the focus below, finds its text in the list: that is the same jump.
+    if (m_enteringAddress || m_pAddressBox->IsRefilling() || m_pAddressBox->IsListOpen())
         return;
+    const QScopedValueRollback<bool> entering(m_enteringAddress, true);
     m_pView->setFocus();
     const QString text = m_pAddressBox->currentText();
     if (text.isEmpty())

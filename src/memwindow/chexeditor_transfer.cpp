@@ -220,8 +220,9 @@ void CHexEditor::ShowWritten(MemRange range)
     m_scratchData.assign(end - first, 0);
     m_scratchStatus.assign(end - first, ByteStatus::NotLoaded);
     m_target.Read(first, m_scratchData, m_scratchStatus, BytesPerRow());
-    if (std::count(m_scratchStatus.begin(), m_scratchStatus.end(), ByteStatus::NotLoaded) != 0) {
-        RefreshPage(PageRead::Whole); // less than a row: the fallback cannot read it by itself
+    if (std::count(m_scratchStatus.begin(), m_scratchStatus.end(), ByteStatus::Valid)
+        != static_cast<std::ptrdiff_t>(m_scratchStatus.size())) {
+        RefreshPage(PageRead::Whole); // the fallback for bytes that fail needs whole rows
         return;
     }
     m_cache.Store(first, m_scratchData, m_scratchStatus, BytesPerRow(), m_ages, m_dirtyRows);

@@ -15,17 +15,23 @@ namespace {
 
 constexpr std::uint32_t kLargestTailPiece = 16;
 
-/// Reads bytes that the row-wise fallback has left out because they fill no whole row.
-void ReadTail(TargetAccess &target, std::uint64_t start, std::span<std::uint8_t> data,
-    std::span<ByteStatus> status)
+bool AreUnread(std::span<const ByteStatus> status)
 {
-    std::size_t at = data.size();
-    while (at > 0 && status[at - 1] == ByteStatus::NotLoaded)
-        --at;
-    while (at < data.size()) {
+    return std::find(status.begin(), status.end(), ByteStatus::Valid) == status.end();
+}
+
+/// Reads the bytes behind the last whole row, which the row-wise fallback leaves out.
+void ReadTail(TargetAccess &target, MemRange range, std::uint32_t bytesPerRow,
+    std::span<std::uint8_t> data, std::span<ByteStatus> status)
+{
+    std::uint64_t at = bytesPerRow == 0 ? 0 : range.length - range.length % bytesPerRow;
+    if (!AreUnread(status.subspan(at)))
+        return;
+    while (at < range.length) {
         const auto piece = std::min(
-            std::bit_floor(static_cast<std::uint32_t>(data.size() - at)), kLargestTailPiece);
-        (void)target.Read(start + at, data.subspan(at, piece), status.subspan(at, piece), piece);
+            std::bit_floor(static_cast<std::uint32_t>(range.length - at)), kLargestTailPiece);
+        (void)target.Read(
+            range.start + at, data.subspan(at, piece), status.subspan(at, piece), piece);
         at += piece;
     }
 }
@@ -61,7 +67,7 @@ std::optional<TransferBytes> TRANSFER_Read(
         std::vector<ByteStatus> status(range.length, ByteStatus::NotLoaded);
         if (target.Read(range.start, BytesOf(bytes.data), status, bytesPerRow) < 0)
             return std::nullopt;
-        ReadTail(target, range.start, BytesOf(bytes.data), status);
+        ReadTail(target, range, bytesPerRow, BytesOf(bytes.data), status);
         bytes.unreadBytes = range.length
             - static_cast<std::uint64_t>(
                 std::count(status.begin(), status.end(), ByteStatus::Valid));

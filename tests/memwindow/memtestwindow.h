@@ -4,6 +4,7 @@
 #include "ceditoverlay.h"
 #include "cellmap.h"
 #include "chexeditor.h"
+#include "cmemdialog.h"
 #include "faketarget.h"
 #include "paintrecorder.h"
 
