@@ -9,6 +9,15 @@ bool IsDigit(QChar c)
     return c >= QLatin1Char('0') && c <= QLatin1Char('9');
 }
 
+/// Device names are nearly all ASCII: their letters need no look into the tables of all scripts.
+char16_t Folded(QChar c)
+{
+    const char16_t code = c.unicode();
+    if (code >= 0x80)
+        return c.toCaseFolded().unicode();
+    return code >= u'A' && code <= u'Z' ? static_cast<char16_t>(code - u'A' + u'a') : code;
+}
+
 /// Cuts the run of digits at the front off the text.
 QStringView TakeDigits(QStringView &text)
 {
@@ -49,8 +58,8 @@ int CompareNaturally(QStringView left, QStringView right)
                 return order;
             continue;
         }
-        const char16_t leftChar = left.front().toCaseFolded().unicode();
-        const char16_t rightChar = right.front().toCaseFolded().unicode();
+        const char16_t leftChar = Folded(left.front());
+        const char16_t rightChar = Folded(right.front());
         if (leftChar != rightChar)
             return leftChar < rightChar ? -1 : 1;
         left = left.sliced(1);
