@@ -1,0 +1,25 @@
+# An installation of everything holds no probe library; the one component that does keeps it away from
+# the program, which would prefer it to the maker's.
+file(REMOVE_RECURSE "${PREFIX}")
+execute_process(COMMAND "${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${PREFIX}"
+  OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+file(GLOB_RECURSE libraries "${PREFIX}/libranvoarm*")
+if(libraries)
+  message(FATAL_ERROR "installed without being asked for: ${libraries}")
+endif()
+execute_process(COMMAND "${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${PREFIX}"
+  --component openprobe OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+file(GLOB_RECURSE libraries "${PREFIX}/libranvoarm*")
+list(LENGTH libraries count)
+if(NOT count EQUAL 1)
+  message(FATAL_ERROR "the component holds: ${libraries}")
+endif()
+cmake_path(GET libraries PARENT_PATH folder)
+file(REAL_PATH "${PREFIX}/bin/pelimo" program)
+file(REAL_PATH "${PREFIX}/bin/pelimo-openprobe" other)
+cmake_path(GET program PARENT_PATH programFolder)
+cmake_path(GET other PARENT_PATH otherFolder)
+file(REAL_PATH "${folder}" folder)
+if(programFolder STREQUAL folder OR NOT otherFolder STREQUAL folder OR NOT EXISTS "${other}")
+  message(FATAL_ERROR "library in ${folder}, programs ${program} and ${other}")
+endif()
