@@ -5,6 +5,13 @@
 
 namespace OpenProbe {
 
+/// The environment variable that multiplies every time limit for peers, for slow adapters and busy
+/// machines: a decimal number from 1 to 60, read once at the first limit. Anything else is 1.
+inline constexpr const char *kPatienceVariable = "OPENPROBE_PATIENCE";
+
+/// What kPatienceVariable says.
+[[nodiscard]] int Patience();
+
 /// A point in time by which something must be over, on the clock that nobody sets.
 class Deadline {
 public:
@@ -13,6 +20,12 @@ public:
     [[nodiscard]] static Deadline After(std::chrono::milliseconds span)
     {
         return Deadline(Clock::now() + span);
+    }
+
+    /// As After, for a limit on what a peer may take: times Patience().
+    [[nodiscard]] static Deadline ForPeer(std::chrono::milliseconds limit)
+    {
+        return After(limit * Patience());
     }
 
     /// The earlier of the two.

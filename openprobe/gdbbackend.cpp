@@ -70,12 +70,12 @@ std::string GdbBackend::Open(const CancelSignal &cancel)
 {
     m_cancel = &cancel;
     const auto failure = m_link.Connect(
-        m_selection.host, m_selection.port, Deadline::After(kConnectLimit), cancel);
+        m_selection.host, m_selection.port, Deadline::ForPeer(kConnectLimit), cancel);
     if (failure != TcpLink::Failure::None)
         return ConnectError(m_selection, failure, m_link,
             "Start the target, e.g. qemu-system-arm ... -gdb tcp::"
                 + std::to_string(m_selection.port) + ".");
-    m_deadline = Deadline::After(kHandshakeLimit);
+    m_deadline = Deadline::ForPeer(kHandshakeLimit);
     if (!NegotiateModes() || !FindRunState()) {
         const std::string where = HostAndPort(m_selection);
         if (m_ended)
@@ -256,7 +256,7 @@ void GdbBackend::EndAccess()
 {
     if (m_state != RunState::HaltedByUs || m_lost)
         return;
-    if (m_session.Tell("c", Deadline::After(RspSession::kProgressLimit)))
+    if (m_session.Tell("c", Deadline::ForPeer(RspSession::kProgressLimit)))
         m_state = RunState::Running;
     else
         Lose();
@@ -328,13 +328,13 @@ int GdbBackend::Read(std::uint32_t address, std::span<std::uint8_t> data, std::u
     std::size_t asked = kTransferBytes; // so that the first piece starts the clock
     const auto reader = [&](std::uint32_t at, std::span<std::uint8_t> piece) {
         if (asked >= kTransferBytes) {
-            m_deadline = Deadline::After(kTransferLimit);
+            m_deadline = Deadline::ForPeer(kTransferLimit);
             asked = 0;
         }
         asked += std::max(piece.size(), kBytesPerRequest);
         return ReadPiece(at, piece, width);
     };
-    m_deadline = Deadline::After(kTransferLimit);
+    m_deadline = Deadline::ForPeer(kTransferLimit);
     if (!BeginAccess())
         return kTransferFailed;
     const int result = ReadRange(address, data, m_maxRead, reader);
@@ -368,7 +368,7 @@ int GdbBackend::Write(
 {
     if (data.empty())
         return 0;
-    m_deadline = Deadline::After(kTransferLimit * (1 + data.size() / kTransferBytes));
+    m_deadline = Deadline::ForPeer(kTransferLimit * (1 + data.size() / kTransferBytes));
     if (!BeginAccess())
         return kTransferFailed;
     bool written = m_known.Contain(address, static_cast<std::uint32_t>(address + data.size() - 1));

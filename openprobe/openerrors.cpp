@@ -21,7 +21,7 @@ std::string ConnectError(const Selection &selection, TcpLink::Failure failure, c
     case TcpLink::Failure::Refused:
         return "Nothing accepts a connection at " + where + " (refused). " + hint;
     case TcpLink::Failure::TimedOut:
-        return where + " does not answer within 2 s.";
+        return where + " does not answer within " + std::to_string(2 * Patience()) + " s.";
     case TcpLink::Failure::Cancelled:
         return "Operation canceled";
     case TcpLink::Failure::Other:

@@ -62,14 +62,14 @@ bool RspSession::Fill(Deadline deadline)
     if (!m_owed.empty() && !Flush(deadline))
         return false;
     m_next = 0;
-    m_end = m_link.Receive(m_buffer, deadline.OrEarlier(Deadline::After(m_progressLimit)));
+    m_end = m_link.Receive(m_buffer, deadline.OrEarlier(Deadline::ForPeer(m_progressLimit)));
     return m_end != 0;
 }
 
 bool RspSession::SendRaw(std::string_view bytes, Deadline deadline)
 {
     const std::string all = std::exchange(m_owed, {}) + std::string(bytes);
-    return m_link.Send(all, deadline.OrEarlier(Deadline::After(m_progressLimit)));
+    return m_link.Send(all, deadline.OrEarlier(Deadline::ForPeer(m_progressLimit)));
 }
 
 bool RspSession::Tell(std::string_view payload, Deadline deadline)

@@ -46,13 +46,13 @@ Items NextItems(std::uint32_t address, std::size_t remaining, std::uint32_t want
 std::string TclBackend::Open(const CancelSignal &cancel)
 {
     const auto failure = m_link.Connect(
-        m_selection.host, m_selection.port, Deadline::After(kConnectLimit), cancel);
+        m_selection.host, m_selection.port, Deadline::ForPeer(kConnectLimit), cancel);
     if (failure != TcpLink::Failure::None)
         return ConnectError(m_selection, failure, m_link,
             "Start OpenOCD for your board, e.g. openocd -f board.cfg; its Tcl server is at port "
             "6666.");
     const std::string where = HostAndPort(m_selection);
-    m_deadline = Deadline::After(kHandshakeLimit);
+    m_deadline = Deadline::ForPeer(kHandshakeLimit);
     std::string reply;
     if (!Ask("version", reply) || !reply.starts_with("Open On-Chip Debugger"))
         return where + " accepted the connection but does not answer as OpenOCD's Tcl server.";
@@ -77,7 +77,7 @@ std::string TclBackend::Open(const CancelSignal &cancel)
 // One time-out is the end: a late reply would be taken for the answer to the next command.
 bool TclBackend::Ask(std::string_view command, std::string &reply)
 {
-    const auto soon = [this] { return m_deadline.OrEarlier(Deadline::After(m_progressLimit)); };
+    const auto soon = [this] { return m_deadline.OrEarlier(Deadline::ForPeer(m_progressLimit)); };
     reply.clear();
     if (m_lost || !m_link.Send(std::string(command) + kTclEnd, soon())) {
         m_lost = true;
@@ -134,11 +134,11 @@ PieceResult TclBackend::ReadPiece(
 int TclBackend::Read(std::uint32_t address, std::span<std::uint8_t> data, std::uint32_t width)
 {
     std::size_t asked = 0;
-    m_deadline = Deadline::After(kTransferLimit);
+    m_deadline = Deadline::ForPeer(kTransferLimit);
     const auto reader = [&](std::uint32_t at, std::span<std::uint8_t> piece) {
         asked += std::max(piece.size(), kBytesPerCommand);
         if (asked > kTransferBytes) {
-            m_deadline = Deadline::After(kTransferLimit);
+            m_deadline = Deadline::ForPeer(kTransferLimit);
             asked = 0;
         }
         return ReadPiece(at, piece, width);
@@ -170,7 +170,7 @@ int TclBackend::Write(
 {
     if (data.empty())
         return 0;
-    m_deadline = Deadline::After(kTransferLimit * (1 + data.size() / kTransferBytes));
+    m_deadline = Deadline::ForPeer(kTransferLimit * (1 + data.size() / kTransferBytes));
     // One access fails wholly; a longer range is tried by a read, so that no part of it is written
     // when its end does not exist. Where it was read before, that is known.
     const auto last = static_cast<std::uint32_t>(address + data.size() - 1);
@@ -185,7 +185,7 @@ int TclBackend::Write(
 // OpenOCD's configuration owns the adapter's speed, as it knows the board; it is only told here.
 std::uint32_t TclBackend::SetSpeed(std::uint32_t)
 {
-    m_deadline = Deadline::After(kTransferLimit);
+    m_deadline = Deadline::ForPeer(kTransferLimit);
     std::string reply;
     return Ask("adapter speed", reply) ? FirstNumber(reply).value_or(0) : 0;
 }

@@ -94,8 +94,11 @@ bool FakeStub::NextRequest(ScriptedPeer &peer, QByteArray &request)
         if (m_input.startsWith('\x03') || (end >= 0 && m_input.size() >= end + 3)) {
             request = m_input.startsWith('\x03') ? m_input.left(1) : m_input.mid(1, end - 1);
             m_input.remove(0, m_input.startsWith('\x03') ? 1 : end + 3);
-            // "c" has no reply: the interrupt of the next transfer may be right behind it.
-            if (request != "c" && (!m_input.isEmpty() || peer.MoreWaits()))
+            // "c" has no reply: the interrupt of the next transfer may be right behind it. A late
+            // acknowledgement is no request either.
+            if (peer.MoreWaits())
+                m_input += peer.Receive();
+            if (request != "c" && !m_input.isEmpty() && m_input != "+")
                 Offend("more than one request at a time: " + request + " then " + m_input);
             return true;
         }
