@@ -12,7 +12,7 @@
 #include <QEvent>
 #include <QGridLayout>
 #include <QHBoxLayout>
-#include <QHeaderView>
+#include <QItemSelectionModel>
 #include <QLabel>
 #include <QPushButton>
 #include <QScopedValueRollback>
@@ -25,7 +25,6 @@ namespace {
 
 constexpr int kInitialWidthPx = 854;
 constexpr int kInitialHeightPx = 387;
-constexpr QColor kDisabledHighlight(10, 36, 106);
 constexpr QChar kFilterSeparator(u'\t');
 /// More cores than any chip has: a damaged record must not fill the core box without end.
 constexpr std::uint32_t kMaxListedCores = 256;
@@ -38,17 +37,6 @@ QWidget *FindHostWindow()
         return window->objectName() == QLatin1String("Ranvo GDB Server");
     });
     return host != windows.end() ? *host : nullptr;
-}
-
-void SetTablePalette(QWidget *table)
-{
-    QPalette palette = table->palette();
-    for (const auto group : {QPalette::Active, QPalette::Inactive}) {
-        palette.setColor(group, QPalette::Highlight, kSelectedRowColor);
-        palette.setColor(group, QPalette::HighlightedText, kSelectedTextColor);
-    }
-    palette.setColor(QPalette::Disabled, QPalette::Highlight, kDisabledHighlight);
-    table->setPalette(palette);
 }
 
 } // namespace
@@ -147,35 +135,16 @@ void CDeviceSelectionDialog::SetUpTable()
 {
     auto *delegate = new CDeviceItemDelegate(m_devices, this);
     m_proxy->setSourceModel(m_devices);
-    m_table->setSelectionMode(QAbstractItemView::NoSelection);
-    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
-    m_table->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
-    m_table->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
-    m_table->setEditTriggers(QAbstractItemView::AllEditTriggers);
-    m_table->setContextMenuPolicy(Qt::CustomContextMenu);
-    m_table->setTabKeyNavigation(false);
-    m_table->setWordWrap(false);
     m_table->setItemDelegateForRow(kFilterRow, delegate);
     m_table->setModel(m_proxy);
-    SetTablePalette(m_table);
 
     // One height for the header and all rows, in which the filter's editors find room.
     const int rowHeightPx = std::max(
         m_comboBoxEndian->sizeHint().height(), QFontMetrics(m_table->font()).height() + 6);
     m_devices->SetTableFont(m_table->font(), rowHeightPx);
-    QHeaderView *rows = m_table->verticalHeader();
-    rows->setMinimumSectionSize(rowHeightPx);
-    rows->setDefaultSectionSize(rowHeightPx);
-    rows->setSectionResizeMode(QHeaderView::Fixed);
-    rows->hide();
-    QHeaderView *columns = m_table->horizontalHeader();
-    columns->setFixedHeight(rowHeightPx);
-    columns->setHighlightSections(false);
-    columns->setStretchLastSection(true);
-    columns->setSortIndicator(-1, Qt::AscendingOrder);
-    m_table->setSortingEnabled(true);
+    m_table->SetRowHeight(rowHeightPx);
     for (int column = 0; column < kDeviceColumns; ++column)
-        columns->resizeSection(column, m_devices->ColumnWidthPx(column));
+        m_table->setColumnWidth(column, m_devices->ColumnWidthPx(column));
 
     connect(m_table, &CTableView::Clicked, this, &CDeviceSelectionDialog::OnTableClicked);
     connect(

@@ -12,6 +12,8 @@
 
 namespace {
 
+constexpr QColor kDisabledHighlight(10, 36, 106);
+
 /// Paints the filter row where the scrolled table hides it.
 class FilterStrip : public QWidget {
 public:
@@ -84,6 +86,19 @@ public:
     }
 };
 
+/// The view selects nothing of its own; these are the colours that its cells' editors and styles
+/// see, the same as those of the selected device.
+void SetTablePalette(QWidget *table)
+{
+    QPalette palette = table->palette();
+    for (const auto group : {QPalette::Active, QPalette::Inactive}) {
+        palette.setColor(group, QPalette::Highlight, kSelectedRowColor);
+        palette.setColor(group, QPalette::HighlightedText, kSelectedTextColor);
+    }
+    palette.setColor(QPalette::Disabled, QPalette::Highlight, kDisabledHighlight);
+    table->setPalette(palette);
+}
+
 } // namespace
 
 CTableView::CTableView(QWidget *parent)
@@ -92,6 +107,28 @@ CTableView::CTableView(QWidget *parent)
 {
     m_filterStrip->hide();
     setItemDelegate(new DeviceRowDelegate(this));
+    setSelectionMode(NoSelection);
+    setSelectionBehavior(SelectRows);
+    setVerticalScrollMode(ScrollPerPixel);
+    setHorizontalScrollMode(ScrollPerPixel);
+    setEditTriggers(AllEditTriggers); // only the filter row can be edited, at the first touch
+    setContextMenuPolicy(Qt::CustomContextMenu);
+    setTabKeyNavigation(false); // Tab leads on to the buttons
+    setWordWrap(false);
+    SetTablePalette(this);
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    verticalHeader()->hide();
+    horizontalHeader()->setHighlightSections(false);
+    horizontalHeader()->setStretchLastSection(true);
+    horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder); // the library's order at first
+    setSortingEnabled(true);
+}
+
+void CTableView::SetRowHeight(int heightPx)
+{
+    verticalHeader()->setMinimumSectionSize(heightPx);
+    verticalHeader()->setDefaultSectionSize(heightPx);
+    horizontalHeader()->setFixedHeight(heightPx);
 }
 
 void CTableView::setModel(QAbstractItemModel *newModel)

@@ -12,6 +12,9 @@ class CTableView : public QTableView {
 public:
     explicit CTableView(QWidget *parent = nullptr);
 
+    /// Sets the height of the header and of every row.
+    void SetRowHeight(int heightPx);
+
     /// Scrolls to the filter row and opens its editor in a column.
     void EditFilter(int column);
 
