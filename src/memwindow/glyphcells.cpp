@@ -51,6 +51,7 @@ void GlyphCells::Forget()
     m_places.fill(kNotRendered);
     m_placesBeside.clear();
     m_pixels.clear();
+    ++m_generation;
     m_deviceWidth = qRound(m_painter.CharacterWidth() * m_scale);
     m_deviceHeight = qRound(m_painter.LineHeight() * m_scale);
 }
@@ -126,41 +127,71 @@ std::int32_t GlyphCells::StoreMiddle(const QImage &image)
     return place;
 }
 
-const QRgb *GlyphCells::LoneCell(CellStyle style, char character)
+std::int32_t GlyphCells::LoneCell(CellStyle style, char character)
 {
     if ((OverhangOf(character) & kOverhangTooWide) != 0)
-        return nullptr;
+        return kNoCell;
     Neighbours cells;
     cells.text[1] = character;
     cells.styles[1] = style;
     const std::int32_t place = StoreMiddle(Draw(cells));
     m_places[Index(style, character)] = place;
-    return m_pixels.data() + place;
+    return place;
 }
 
-const QRgb *GlyphCells::CellBesideOverhang(
+bool GlyphCells::FindPlaces(
+    std::span<const char> text, std::span<const CellStyle> styles, std::span<std::int32_t> places)
+{
+    const int generation = m_generation;
+    std::uint8_t left = kOverhangNone;
+    std::uint8_t middle = OverhangOf(text[0]);
+    for (std::size_t column = 0; column < text.size(); ++column) {
+        const std::uint8_t right
+            = column + 1 < text.size() ? OverhangOf(text[column + 1]) : std::uint8_t{kOverhangNone};
+        std::int32_t place = m_places[Index(styles[column], text[column])];
+        if (((left & kOverhangRight) | (right & kOverhangLeft)) != 0)
+            place = CellBesideOverhang(text, styles, column);
+        else if (place < 0)
+            place = LoneCell(styles[column], text[column]);
+        if (place < 0)
+            return false;
+        places[column] = place;
+        left = middle;
+        middle = right;
+    }
+    // All cells were forgotten on the way: with the few of one row there is room now.
+    return generation == m_generation || FindPlaces(text, styles, places);
+}
+
+std::int32_t GlyphCells::CellBesideOverhang(
     std::span<const char> text, std::span<const CellStyle> styles, std::size_t column)
 {
     Neighbours cells;
     std::uint8_t overhangs = 0;
     bool anyAge = false;
-    for (std::size_t i = 0; i < 3; ++i) {
-        if (column + i < 1 || column + i > text.size())
-            continue;
-        cells.text[i] = text[column + i - 1];
-        cells.styles[i] = styles[column + i - 1];
-        overhangs |= OverhangOf(cells.text[i]);
-        anyAge = anyAge || AgeOf(cells.styles[i]) != 0;
-    }
+    const auto take = [&](std::size_t place, std::size_t from, std::uint8_t ifOverhang) {
+        const std::uint8_t overhang = OverhangOf(text[from]);
+        if ((overhang & ifOverhang) != ifOverhang)
+            return; // a neighbour without ink here makes no difference
+        cells.text[place] = text[from];
+        cells.styles[place] = styles[from];
+        overhangs |= overhang;
+        anyAge = anyAge || AgeOf(styles[from]) != 0;
+    };
+    take(1, column, kOverhangNone);
+    if (column > 0)
+        take(0, column - 1, kOverhangRight);
+    if (column + 1 < text.size())
+        take(2, column + 1, kOverhangLeft);
     // A background of its own is painted over ink at the edge of a run, but not inside the run;
     // three cells do not tell the one from the other.
     const RowColours &colours = m_painter.Colours();
     if ((overhangs & kOverhangTooWide) != 0 || (anyAge && colours.runBackground != colours.base))
-        return nullptr;
+        return kNoCell;
     const auto found = m_placesBeside.find(cells.Key());
     if (found != m_placesBeside.end())
-        return m_pixels.data() + found->second;
+        return found->second;
     const std::int32_t place = StoreMiddle(Draw(cells));
     m_placesBeside[cells.Key()] = place;
-    return m_pixels.data() + place;
+    return place;
 }

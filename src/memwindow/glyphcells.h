@@ -34,21 +34,15 @@ public:
     [[nodiscard]] int DeviceWidth() const { return m_deviceWidth; }
     [[nodiscard]] int DeviceHeight() const { return m_deviceHeight; }
 
-    /// The picture of the cell at a column of a row of characters and their styles.
-    /// @return DeviceWidth x DeviceHeight pixels, row by row, valid until the next call; null when
-    ///         a character there cannot be drawn as a cell
-    [[nodiscard]] const QRgb *Cell(
-        std::span<const char> text, std::span<const CellStyle> styles, std::size_t column)
-    {
-        const char left = column > 0 ? text[column - 1] : ' ';
-        const char right = column + 1 < text.size() ? text[column + 1] : ' ';
-        const bool inkFromBeside
-            = ((OverhangOf(left) & kOverhangRight) | (OverhangOf(right) & kOverhangLeft)) != 0;
-        if (inkFromBeside)
-            return CellBesideOverhang(text, styles, column);
-        const std::int32_t place = m_places[Index(styles[column], text[column])];
-        return place >= 0 ? m_pixels.data() + place : LoneCell(styles[column], text[column]);
-    }
+    /// Where the pictures of a row's cells are kept, one place for each character.
+    /// @param places  as many as there are characters
+    /// @return false when a character cannot be drawn as a cell
+    [[nodiscard]] bool FindPlaces(std::span<const char> text, std::span<const CellStyle> styles,
+        std::span<std::int32_t> places);
+    /// DeviceWidth x DeviceHeight pixels, row by row, valid until the next FindPlaces.
+    [[nodiscard]] const QRgb *Pixels(std::int32_t place) const { return m_pixels.data() + place; }
+    /// Changes whenever the places known so far have lost their meaning.
+    [[nodiscard]] int Generation() const { return m_generation; }
 
     /// Whether ink of the character reaches into the cell on its left.
     [[nodiscard]] bool ReachesLeft(char character)
@@ -71,6 +65,7 @@ private:
         [[nodiscard]] std::uint64_t Key() const;
     };
     static constexpr std::int32_t kNotRendered = -1;
+    static constexpr std::int32_t kNoCell = -2;
 
     static std::size_t Index(CellStyle style, char character)
     {
@@ -83,8 +78,8 @@ private:
     }
     void Forget();
     std::uint8_t Measure(char character);
-    const QRgb *LoneCell(CellStyle style, char character);
-    const QRgb *CellBesideOverhang(
+    std::int32_t LoneCell(CellStyle style, char character);
+    std::int32_t CellBesideOverhang(
         std::span<const char> text, std::span<const CellStyle> styles, std::size_t column);
     [[nodiscard]] QImage Draw(const Neighbours &cells);
     std::int32_t StoreMiddle(const QImage &image);
@@ -97,4 +92,5 @@ private:
     std::array<std::int32_t, kCellStyles * 256> m_places{};
     std::unordered_map<std::uint64_t, std::int32_t> m_placesBeside; // by Neighbours::Key
     std::vector<QRgb> m_pixels;
+    int m_generation = 0;
 };

@@ -31,11 +31,11 @@ constexpr std::array<char, 256> kTextCharacters = [] {
 /// One item, most significant digit first. Its first byte decides between value and placeholder;
 /// inside a value the digits of a byte that was not read are placeholders all the same, so that no
 /// digit is shown that the target did not give.
-char *PutItem(
-    char *out, const std::uint8_t *data, const ByteStatus *status, int bytesPerItem, bool bigEndian)
+template <int BytesPerItem>
+char *PutItem(char *out, const std::uint8_t *data, const ByteStatus *status, bool bigEndian)
 {
-    for (int i = 0; i < bytesPerItem; ++i) {
-        const int byte = bigEndian ? i : bytesPerItem - 1 - i;
+    for (int i = 0; i < BytesPerItem; ++i) {
+        const int byte = bigEndian ? i : BytesPerItem - 1 - i;
         const ByteStatus shown = status[0] != ByteStatus::Valid ? status[0] : status[byte];
         if (shown == ByteStatus::Valid) {
             out = UTIL_PutHexByte(out, data[byte]);
@@ -45,6 +45,19 @@ char *PutItem(
         }
     }
     return out;
+}
+
+char *PutItemOf(
+    int bytesPerItem, char *out, const std::uint8_t *data, const ByteStatus *status, bool bigEndian)
+{
+    switch (bytesPerItem) {
+    case 1:
+        return PutItem<1>(out, data, status, bigEndian);
+    case 2:
+        return PutItem<2>(out, data, status, bigEndian);
+    default:
+        return PutItem<4>(out, data, status, bigEndian);
+    }
 }
 
 /// The age that colours an item: the smallest of its changed bytes; 0 when that is not coloured.
@@ -103,7 +116,7 @@ char *LineComposer::ComposeHexColumn(char *out, char *end, std::uint32_t length,
             return nullptr;
         }
         if (status != nullptr) {
-            out = PutItem(out, data + first, status + first, m_bytesPerItem, m_bigEndian);
+            out = PutItemOf(m_bytesPerItem, out, data + first, status + first, m_bigEndian);
         } else {
             out = std::fill_n(out, 2 * m_bytesPerItem, PlaceholderOf(ByteStatus::NotLoaded));
         }

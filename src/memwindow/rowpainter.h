@@ -6,6 +6,7 @@
 #include <QImage>
 
 #include <array>
+#include <cstdint>
 
 class QPainter;
 
@@ -28,13 +29,21 @@ public:
 private:
     bool ComposeStrip(const RowPicture &picture);
     void StyleColumns(const RowPicture &picture, int columns);
-    void DrawStrip(QPainter &painter, int topPx, int columns);
+    void PrepareStrip(int columns);
+    [[nodiscard]] int StripLeft() const;
+    void DrawStrip(QPainter &painter, int topPx);
 
     PlainRowPainter m_plain;
     GlyphCells m_cells;
     int m_viewportWidthPx = 0;
     qreal m_scale = 1; // device pixels per pixel
     bool m_useCells = false;
-    QImage m_strip; // one row of cells, in device pixels
+    // One row of the view in device pixels, from the left edge to the right. It keeps the last
+    // row's cells, so that only those which differ are copied.
+    QImage m_strip;
+    std::array<std::int32_t, kLineChars> m_stripPlaces{};
+    int m_stripColumns = 0;
+    int m_stripGeneration = -1;
+    std::array<std::int32_t, kLineChars> m_places{};
     std::array<CellStyle, kLineChars> m_styles{};
 };
