@@ -2,6 +2,9 @@
 
 #include <QPainter>
 
+#include <algorithm>
+#include <cstddef>
+
 namespace {
 
 /// Past this many pixels the cells are forgotten; those in use come back at once.
@@ -121,7 +124,7 @@ std::int32_t GlyphCells::StoreMiddle(const QImage &image)
     const auto place = std::int32_t(m_pixels.size());
     for (int y = 0; y < m_deviceHeight; ++y) {
         const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
-        const QRgb *cell = line + kMiddle * m_deviceWidth;
+        const QRgb *cell = line + std::ptrdiff_t{kMiddle} * m_deviceWidth;
         m_pixels.insert(m_pixels.end(), cell, cell + m_deviceWidth);
     }
     return place;

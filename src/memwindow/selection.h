@@ -18,10 +18,11 @@ struct CellRange {
 class SelectedCells {
 public:
     void Add(int first, int count) { m_ranges[m_count++] = {first, count}; }
-    [[nodiscard]] std::span<const CellRange> Ranges() const
+    [[nodiscard]] std::span<const CellRange> Ranges() const &
     {
         return std::span(m_ranges).first(m_count);
     }
+    std::span<const CellRange> Ranges() const && = delete; // they would outlive their array
 
 private:
     std::array<CellRange, 4> m_ranges;

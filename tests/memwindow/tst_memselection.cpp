@@ -70,7 +70,8 @@ void SelectionTest::exactlyTheCellsOfSelectedBytesAreCovered()
             0xFE0 + Pick(generator, std::uint64_t{0}, std::uint64_t{99}));
         for (std::uint64_t row = 0x1000; row < 0x1040; row += 16) {
             std::set<int> covered;
-            for (const CellRange &range : selection.CellsOn(row, 16, cells).Ranges()) {
+            const SelectedCells onRow = selection.CellsOn(row, 16, cells);
+            for (const CellRange &range : onRow.Ranges()) {
                 for (int column = range.first; column < range.first + range.count; ++column)
                     covered.insert(column);
             }
@@ -93,8 +94,10 @@ void SelectionTest::gapsBetweenSelectedItemsAreFilled()
     const auto first = selection.CellsOn(0, 16, cells);
     QCOMPARE(first.Ranges().size(), std::size_t(2));
     QCOMPARE(first.Ranges()[1], (CellRange{31, 58 - 31})); // item 7 to item 15 over the group gap
-    QCOMPARE(selection.CellsOn(16, 16, cells).Ranges()[1], (CellRange{10, 5}));
-    QVERIFY(selection.CellsOn(32, 16, cells).Ranges().empty());
+    const auto second = selection.CellsOn(16, 16, cells);
+    QCOMPARE(second.Ranges()[1], (CellRange{10, 5}));
+    const auto third = selection.CellsOn(32, 16, cells);
+    QVERIFY(third.Ranges().empty());
 }
 
 QTEST_GUILESS_MAIN(SelectionTest)
