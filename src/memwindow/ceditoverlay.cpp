@@ -3,12 +3,13 @@
 #include <QFocusEvent>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QStyle>
-#include <QStyleOptionFrame>
 
 #include <algorithm>
 
 namespace {
+
+constexpr int kFrameBelowPx = 2; // height of the frame below the row
+constexpr int kCaretPx = 2;
 
 bool IsHexDigit(const QString &text)
 {
@@ -185,14 +186,22 @@ void CEditOverlay::OnTextChanged(QString)
         SetEditText(digits, cursorPosition());
 }
 
+void CEditOverlay::resizeEvent(QResizeEvent *event)
+{
+    QLineEdit::resizeEvent(event);
+    // The lowest pixels lie over the digits of the next row, which must stay legible.
+    setMask(rect().intersected(QRect(0, 0, width(), m_cellHeightPx + kFrameBelowPx)));
+}
+
+// Drawn cell by cell and without a style's margins: the digits must lie where the row shows them.
 void CEditOverlay::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    QStyleOptionFrame option;
-    initStyleOption(&option);
-    style()->drawPrimitive(QStyle::PE_PanelLineEdit, &option, &painter, this);
+    const QRect frame(0, 0, width(), m_cellHeightPx + kFrameBelowPx);
+    painter.fillRect(frame, palette().brush(QPalette::Base));
+    painter.setPen(palette().color(QPalette::Highlight));
+    painter.drawRect(frame.adjusted(0, 0, -1, -1));
 
-    // Drawn cell by cell, because the digits must lie where the row shows them.
     const QString digits = displayText();
     const int caret = cursorPosition();
     const int marked = hasSelectedText() ? selectionStart() : caret;
@@ -207,8 +216,8 @@ void CEditOverlay::paintEvent(QPaintEvent *)
         painter.drawText(cell.left(), baselinePx, QString(digits.at(i)));
     }
     if (caret == digits.size())
-        painter.fillRect(
-            caret * m_cellWidthPx, 1, 2, m_cellHeightPx, palette().brush(QPalette::Highlight));
+        painter.fillRect(caret * m_cellWidthPx, 2, kCaretPx, m_cellHeightPx - 3,
+            palette().brush(QPalette::Text));
 }
 
 void CEditOverlay::mousePressEvent(QMouseEvent *event)

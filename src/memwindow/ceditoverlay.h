@@ -54,6 +54,7 @@ public slots:
     void OnTextChanged(QString Text);
 
 protected:
+    void resizeEvent(QResizeEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
 
