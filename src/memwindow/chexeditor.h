@@ -29,6 +29,7 @@ class AddressBox;
 class AddressScrollBar;
 class CEditOverlay;
 class CMemDialog;
+class QAbstractButton;
 class QAction;
 class QComboBox;
 class QDragEnterEvent;
@@ -232,6 +233,7 @@ private:
     void ShowWritten(MemRange range);
 
     // Menu, drops and settings (chexeditor_commands.cpp)
+    [[nodiscard]] QAbstractButton *ExtensionButton() const;
     void OpenMenuAtCursor();
     [[nodiscard]] bool AcceptsDrop(const QMimeData &contents) const;
     void LoadSettings();

@@ -1,6 +1,7 @@
 #include "addressbox.h"
 #include "ceditoverlay.h"
 #include "chexeditor.h"
+#include "memicon.h"
 #include "windowsettings.h"
 
 #include <QAbstractButton>
@@ -51,6 +52,15 @@ void CHexEditor::BuildToolBar()
     m_pToolBar->addWidget(label);
     m_pToolBar->addWidget(m_pAddressBox);
     m_actions.FillToolBar(*m_pToolBar);
+    // The style's own picture is black on every palette.
+    if (QAbstractButton *button = ExtensionButton())
+        button->setIcon(MemIcon("more"));
+}
+
+/// The button that the tool bar shows while not all of it fits.
+QAbstractButton *CHexEditor::ExtensionButton() const
+{
+    return m_pToolBar->findChild<QAbstractButton *>(QStringLiteral("qt_toolbar_ext_button"));
 }
 
 void CHexEditor::OnActionViewFormatTriggered()

@@ -131,8 +131,7 @@ void CHexEditor::ConnectSignals()
         if (m_pAddressBox->TakeRepeatedChoice())
             OnAddrBoxEditingFinished();
     });
-    if (auto *button
-        = m_pToolBar->findChild<QAbstractButton *>(QStringLiteral("qt_toolbar_ext_button")))
+    if (QAbstractButton *button = ExtensionButton())
         connect(button, &QAbstractButton::clicked, this, &CHexEditor::OnToolbarChevronClicked);
     connect(m_pOverlay, &CEditOverlay::Closed, this, &CHexEditor::OnItemEditingFinished);
     connect(m_pAutoUpdateTimer, &QTimer::timeout, this, &CHexEditor::OnAutoUpdateTimerTimeout);

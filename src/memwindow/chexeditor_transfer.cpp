@@ -159,7 +159,8 @@ CMemDialog *CHexEditor::AskForRange(MemDialogMode mode, MemRange range, const QS
     const QPointer<CMemDialog> dialog = new CMemDialog(this);
     dialog->SetMode(mode);
     dialog->SetStartAddress(range.start);
-    dialog->SetSize(range.length);
+    if (range.length != 0) // else the file's length will tell
+        dialog->SetSize(range.length);
     if (!fileName.isEmpty())
         dialog->SetFileName(fileName);
     const bool accepted = dialog->exec() == QDialog::Accepted;
