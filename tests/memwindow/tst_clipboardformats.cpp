@@ -1,6 +1,10 @@
 #include "clipboardformats.h"
 
+#include <QFile>
 #include <QMimeData>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <vector>
@@ -42,6 +46,8 @@ private slots:
     void anInitializerListReadsAsGiven();
     void everyValueOfEverySizeComesBack_data();
     void everyValueOfEverySizeComesBack();
+    void aListCompilesToTheSameBytes_data();
+    void aListCompilesToTheSameBytes();
     void pastingTakesTheTextsBytesFirst();
 };
 
@@ -163,6 +169,52 @@ void ClipboardFormatsTest::everyValueOfEverySizeComesBack()
         }
     }
     QVERIFY(read == bytes);
+}
+
+void ClipboardFormatsTest::aListCompilesToTheSameBytes_data()
+{
+    QTest::addColumn<int>("itemBytes");
+    QTest::addColumn<int>("count");
+    QTest::addColumn<int>("itemsPerRow");
+    for (const int size : {1, 2, 4}) {
+        QTest::addRow("one row of %d-byte items", size) << size << 16 << 16 / size;
+        QTest::addRow("many rows of %d-byte items", size) << size << 65536 << 16 / size;
+    }
+}
+
+void ClipboardFormatsTest::aListCompilesToTheSameBytes()
+{
+    QFETCH(int, itemBytes);
+    QFETCH(int, count);
+    QFETCH(int, itemsPerRow);
+    const QString compiler = QStandardPaths::findExecutable("cc");
+    if (compiler.isEmpty())
+        QSKIP("There is no C compiler.");
+    Bytes bytes(static_cast<std::size_t>(count));
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<std::uint8_t>(i * 167 + (i >> 8));
+    QByteArray list = CLIP_InitializerList(
+        bytes, static_cast<std::uint64_t>(itemBytes), static_cast<std::uint64_t>(itemsPerRow));
+    // Rows end in a line break alone. Whoever pastes more than one row adds their commas.
+    list.replace("\n", ",\n");
+
+    const QTemporaryDir folder;
+    QFile source(folder.filePath("table.c"));
+    QVERIFY(source.open(QIODevice::WriteOnly));
+    source.write("#include <stdint.h>\n#include <stdio.h>\nconst uint"
+        + QByteArray::number(8 * itemBytes) + "_t table[] = {\n" + list
+        + "};\nint main(void) { return fwrite(table, 1, sizeof table, stdout) != sizeof table; "
+          "}\n");
+    source.close();
+    QProcess process;
+    process.start(
+        compiler, {"-Wall", "-Werror", source.fileName(), "-o", folder.filePath("table")});
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.readAllStandardError(), "");
+    process.start(folder.filePath("table"), QStringList());
+    QVERIFY(process.waitForFinished());
+    QVERIFY(process.readAllStandardOutput()
+        == QByteArray(reinterpret_cast<const char *>(bytes.data()), count));
 }
 
 void ClipboardFormatsTest::pastingTakesTheTextsBytesFirst()
