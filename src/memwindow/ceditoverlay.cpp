@@ -77,7 +77,7 @@ void CEditOverlay::HideOverlay()
         return;
     Reset();
     // Handed over first: hiding a widget that has the focus passes it to the next one in line.
-    if (hasFocus() && parentWidget() != nullptr)
+    if (window()->focusWidget() == this && parentWidget() != nullptr)
         parentWidget()->setFocus();
     hide();
 }

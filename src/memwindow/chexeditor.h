@@ -223,6 +223,7 @@ private:
     using ColumnCopier = std::optional<QString>(
         const RowLayout &, std::uint64_t, std::uint64_t, const RowReader &);
     void CopyColumn(ColumnCopier *copyRows, const QString &form);
+    void ReportNothingToCopy();
     void Copied(std::unique_ptr<QMimeData> contents, const QString &form);
     [[nodiscard]] std::optional<QByteArray> ReadSelectionBytes();
     [[nodiscard]] MemRange SelectedRange() const;

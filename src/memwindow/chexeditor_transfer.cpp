@@ -1,6 +1,7 @@
 #include "chexeditor.h"
 #include "clipboardformats.h"
 #include "cmemdialog.h"
+#include "copyprogress.h"
 #include "memfile.h"
 #include "waitcursor.h"
 
@@ -17,6 +18,8 @@ namespace {
 
 constexpr int kPointerBytes = 4;
 constexpr int kMaxItemBytes = 8;
+// A row's text takes some seven times the room of its bytes.
+constexpr std::uint64_t kMaxColumnCopyBytes = kMaxTransferBytes / 4;
 
 /// Puts contents on the clipboard. @return false when there is no clipboard
 bool PutOnClipboard(std::unique_ptr<QMimeData> contents)
@@ -43,18 +46,31 @@ void CHexEditor::Copied(std::unique_ptr<QMimeData> contents, const QString &form
 void CHexEditor::CopyColumn(ColumnCopier *copyRows, const QString &form)
 {
     SettleEdits();
-    QString text;
+    std::optional<QString> text = QString();
+    if (m_selection.Length() > kMaxColumnCopyBytes) {
+        ReportNothingToCopy();
+        return;
+    }
+    const QPointer<CHexEditor> self = this; // a long copy runs events
     if (!m_selection.IsEmpty()) {
         const WaitCursor wait;
-        const RowReader readRow = [this](std::uint64_t address, std::span<std::uint8_t> bytes,
-                                      std::span<ByteStatus> status) {
+        CopyProgress progress(this, m_selection.Length() / std::max(BytesPerRow(), 1U) + 2);
+        const RowReader readRow = [this, &progress](std::uint64_t address,
+                                      std::span<std::uint8_t> bytes, std::span<ByteStatus> status) {
             m_target.Read(address, bytes, status, BytesPerRow());
-            return true;
+            return progress.Step();
         };
         const RowLayout layout{m_geometry, m_baseAddress, m_bigEndian};
-        text = copyRows(layout, m_selection.Lower(), m_selection.Upper(), readRow).value_or(text);
+        text = copyRows(layout, m_selection.Lower(), m_selection.Upper(), readRow);
     }
-    Copied(CLIP_TextData(text), form);
+    if (self && text)
+        Copied(CLIP_TextData(*text), form);
+}
+
+void CHexEditor::ReportNothingToCopy()
+{
+    m_target.ShowMessage(
+        QStringLiteral("Copy action could not be performed: no data to copy"), kMessageError);
 }
 
 void CHexEditor::OnActionCopyTriggered()
@@ -81,8 +97,7 @@ std::optional<QByteArray> CHexEditor::ReadSelectionBytes()
         bytes = TRANSFER_Read(m_target, SelectedRange(), BytesPerRow());
     if (bytes && !bytes->data.isEmpty())
         return std::move(bytes->data);
-    m_target.ShowMessage(
-        QStringLiteral("Copy action could not be performed: no data to copy"), kMessageError);
+    ReportNothingToCopy();
     return std::nullopt;
 }
 

@@ -1,5 +1,7 @@
 #include "targetaccess.h"
 
+#include "waitcursor.h"
+
 #include "utiltext.h"
 
 #include <algorithm>
@@ -129,6 +131,8 @@ int TargetAccess::ListZones(QString &names) const
 
 void TargetAccess::ShowMessage(const QString &text, int severity) const
 {
-    if (m_callbacks.ShowMessage != nullptr)
-        m_callbacks.ShowMessage(text, severity);
+    if (m_callbacks.ShowMessage == nullptr)
+        return;
+    const UsualCursor cursor;
+    m_callbacks.ShowMessage(text, severity);
 }

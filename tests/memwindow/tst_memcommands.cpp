@@ -12,6 +12,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -89,6 +90,8 @@ class MemCommandsTest : public QObject {
 
 private slots:
     void copyPutsTheSelectionOnTheClipboard();
+    void aLongCopyCanBeCancelled_data();
+    void aLongCopyCanBeCancelled();
     void copyWithoutDataSaysSo();
     void copyIntListFollowsTheItemSize();
     void pasteWritesTheBytesAndReadsThemBack();
@@ -152,6 +155,38 @@ void MemCommandsTest::copyPutsTheSelectionOnTheClipboard()
     QTest::keyClick(c.view, Qt::Key_C, Qt::ControlModifier);
     QCOMPARE(c.TakeMessages(), "0: Memory selection copied to the clipboard (format=hex)");
     QVERIFY(c.ClipboardText().startsWith("41 42"));
+}
+
+void MemCommandsTest::aLongCopyCanBeCancelled_data()
+{
+    QTest::addColumn<bool>("windowGoes");
+    QTest::newRow("by its dialog") << false;
+    QTest::newRow("by the end of its window") << true;
+}
+
+void MemCommandsTest::aLongCopyCanBeCancelled()
+{
+    QFETCH(bool, windowGoes);
+    Commands c;
+    c.target.logs = false;
+    c.window.GoTo(0xFC80'0000, true, false);
+    QTest::keyClick(c.view, Qt::Key_Shift);
+    QTest::keyClick(c.view, Qt::Key_End, Qt::ShiftModifier | Qt::ControlModifier);
+    QGuiApplication::clipboard()->setText("before");
+    QTimer watch;
+    connect(&watch, &QTimer::timeout, &watch, [&] {
+        auto *dialog = qobject_cast<QProgressDialog *>(QApplication::activeModalWidget());
+        if (dialog == nullptr)
+            return;
+        watch.stop();
+        windowGoes ? c.owner.reset() : dialog->cancel();
+    });
+    watch.start(0);
+    c.Trigger("Copy");
+    QVERIFY2(!watch.isActive(), "no dialog came");
+    QCOMPARE(c.ClipboardText(), "before");
+    QCOMPARE(c.TakeMessages(), "");
+    QCOMPARE(QGuiApplication::overrideCursor(), nullptr);
 }
 
 void MemCommandsTest::copyWithoutDataSaysSo()
@@ -391,8 +426,10 @@ void MemCommandsTest::largeRangesGoInOneCall()
     QTest::keyClick(c.view, Qt::Key_Shift);
     QTest::keyClick(c.view, Qt::Key_End, Qt::ShiftModifier | Qt::ControlModifier);
     c.TakeMessages();
-    c.Trigger("CopyBinary");
-    QCOMPARE(c.TakeMessages(), "1: Copy action could not be performed: no data to copy");
+    for (const char *copy : {"CopyBinary", "Copy"}) {
+        c.Trigger(copy);
+        QCOMPARE(c.TakeMessages(), "1: Copy action could not be performed: no data to copy");
+    }
     c.TriggerWithDialog<CMemDialog>("Fill", [&](CMemDialog &dialog) {
         c.Fill(dialog, "pEditBoxGenVal", "0");
         c.Accept(dialog);
