@@ -1,15 +1,19 @@
 #include "peerprocess.h"
 
+#include <QByteArray>
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QStandardPaths>
 #include <QThread>
 
 #include <csignal>
+#include <fcntl.h>
 #include <netinet/in.h>
-#include <sys/prctl.h>
+#include <spawn.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 static sockaddr_in Loopback(quint16 port)
 {
@@ -53,36 +57,54 @@ bool PeerProcess::AwaitListener(quint16 port)
     return false;
 }
 
+// Not QProcess: the thread sanitizer takes the fork that it needs for the end with the parent for
+// one that must not start threads.
 bool PeerProcess::Start(const QString &program, const QStringList &arguments)
 {
     Kill();
-    m_process = std::make_unique<QProcess>();
-    m_process->setStandardOutputFile(QProcess::nullDevice()); // nobody would empty a pipe
-    m_process->setStandardErrorFile(QProcess::nullDevice());
-    m_process->setChildProcessModifier([] {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        setsid();
-    });
-    m_process->start(program, arguments);
-    return m_process->waitForStarted(10'000);
+    QList<QByteArray> texts = {"setpriv", "--pdeathsig", "KILL", program.toLocal8Bit()};
+    for (const QString &argument : arguments)
+        texts << argument.toLocal8Bit();
+    std::vector<char *> argv;
+    for (QByteArray &text : texts)
+        argv.push_back(text.data());
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    for (int descriptor = 0; descriptor < 3; ++descriptor) // nobody would empty a pipe
+        posix_spawn_file_actions_addopen(&files, descriptor, "/dev/null", O_RDWR, 0);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+    m_runs = posix_spawnp(&m_id, argv[0], &files, &attributes, argv.data(), environ) == 0;
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&files);
+    return m_runs;
+}
+
+bool PeerProcess::Runs()
+{
+    m_runs = m_runs && waitpid(m_id, nullptr, WNOHANG) == 0;
+    return m_runs;
 }
 
 void PeerProcess::Kill()
 {
     if (!Runs())
         return;
-    m_process->kill();
-    m_process->waitForFinished(10'000);
+    ::kill(m_id, SIGKILL);
+    waitpid(m_id, nullptr, 0);
+    m_runs = false;
 }
 
 void PeerProcess::Freeze()
 {
     if (Runs())
-        ::kill(pid_t(Id()), SIGSTOP);
+        ::kill(m_id, SIGSTOP);
 }
 
 void PeerProcess::Thaw()
 {
     if (Runs())
-        ::kill(pid_t(Id()), SIGCONT);
+        ::kill(m_id, SIGCONT);
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QProcess>
 #include <QStringList>
-#include <memory>
+
+#include <sys/types.h>
 
 /// A program that the tests start and that is gone with them: it is killed when this object goes
 /// and when the test program dies. It can be frozen and thawed.
@@ -21,9 +21,11 @@ public:
     void Kill();
     void Freeze();
     void Thaw();
-    qint64 Id() const { return m_process ? m_process->processId() : 0; }
-    bool Runs() const { return m_process && m_process->state() == QProcess::Running; }
+    qint64 Id() const { return m_id; }
+    /// Whether it has not ended yet. Its number is free again once this was false.
+    bool Runs();
 
 private:
-    std::unique_ptr<QProcess> m_process;
+    pid_t m_id = 0;
+    bool m_runs = false;
 };
