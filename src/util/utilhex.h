@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 /// Two upper-case hex digits for each byte value, one behind the other.
 inline constexpr std::array<char, 512> kUtilHexPairs = [] {
@@ -19,9 +20,7 @@ inline constexpr std::array<char, 512> kUtilHexPairs = [] {
 /// @return the place behind the digits
 inline char *UTIL_PutHexByte(char *destination, std::uint8_t byte)
 {
-    const std::size_t pair = std::size_t{byte} * 2;
-    destination[0] = kUtilHexPairs[pair];
-    destination[1] = kUtilHexPairs[pair + 1];
+    std::memcpy(destination, kUtilHexPairs.data() + std::size_t{byte} * 2, 2);
     return destination + 2;
 }
 
