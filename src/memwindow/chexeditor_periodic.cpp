@@ -55,7 +55,7 @@ static QString AskForInterval(QWidget *parent, const QAction &action, const QCom
     dialog->setComboBoxItems(texts);
     dialog->setTextValue(choices.currentText());
     const bool accepted = dialog->exec() == QDialog::Accepted;
-    const QString choice = accepted && dialog ? dialog->textValue() : QString();
+    QString choice = accepted && dialog ? dialog->textValue() : QString();
     delete dialog;
     return choice;
 }

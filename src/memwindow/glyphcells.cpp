@@ -145,7 +145,22 @@ std::int32_t GlyphCells::LoneCell(CellStyle style, char character)
 bool GlyphCells::FindPlaces(
     std::span<const char> text, std::span<const CellStyle> styles, std::span<std::int32_t> places)
 {
-    const int generation = m_generation;
+    // When all cells were forgotten on the way, the first places are void; with the few cells of
+    // one row there is room the next time.
+    constexpr int kAttempts = 2;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        const int generation = m_generation;
+        if (!FindPlacesOnce(text, styles, places))
+            return false;
+        if (generation == m_generation)
+            return true;
+    }
+    return false;
+}
+
+bool GlyphCells::FindPlacesOnce(
+    std::span<const char> text, std::span<const CellStyle> styles, std::span<std::int32_t> places)
+{
     std::uint8_t left = kOverhangNone;
     std::uint8_t middle = OverhangOf(text[0]);
     for (std::size_t column = 0; column < text.size(); ++column) {
@@ -162,8 +177,7 @@ bool GlyphCells::FindPlaces(
         left = middle;
         middle = right;
     }
-    // All cells were forgotten on the way: with the few of one row there is room now.
-    return generation == m_generation || FindPlaces(text, styles, places);
+    return true;
 }
 
 std::int32_t GlyphCells::CellBesideOverhang(

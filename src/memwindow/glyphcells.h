@@ -77,6 +77,8 @@ private:
         return overhang == kOverhangUnknown ? Measure(character) : overhang;
     }
     void Forget();
+    bool FindPlacesOnce(std::span<const char> text, std::span<const CellStyle> styles,
+        std::span<std::int32_t> places);
     std::uint8_t Measure(char character);
     std::int32_t LoneCell(CellStyle style, char character);
     std::int32_t CellBesideOverhang(
