@@ -174,7 +174,7 @@ void CEditOverlay::OnCursorPosChanged(int, int)
     update();
 }
 
-void CEditOverlay::OnTextChanged(QString)
+void CEditOverlay::OnTextChanged(const QString &)
 {
     // A blank that a deleted selection left between digits would be skipped when the text is read
     // as a number, and move the digits before it.

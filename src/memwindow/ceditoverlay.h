@@ -51,7 +51,7 @@ public slots:
     bool eventFilter(QObject *watched, QEvent *event) override;
     void OnEditingFinished();
     void OnCursorPosChanged(int OldPos, int NewPos);
-    void OnTextChanged(QString Text);
+    void OnTextChanged(const QString &Text);
 
 protected:
     void resizeEvent(QResizeEvent *event) override;

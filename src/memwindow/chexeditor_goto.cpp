@@ -87,7 +87,7 @@ QString CHexEditor::AskForAddress()
     }
     dialog->exec();
     // Deliberate: the text counts, not the button that closed the dialog. Cancel goes there too.
-    const QString text = dialog ? dialog->textValue() : QString();
+    QString text = dialog ? dialog->textValue() : QString();
     delete dialog;
     return text;
 }

@@ -18,9 +18,9 @@ constexpr std::array kUpperHex
 void AppendItem(QByteArray &text, std::span<const std::uint8_t> item)
 {
     text.append("0x");
-    for (auto byte = item.rbegin(); byte != item.rend(); ++byte) {
-        text.append(kUpperHex[*byte >> 4]);
-        text.append(kUpperHex[*byte & 0x0F]);
+    for (std::size_t i = item.size(); i-- > 0;) {
+        text.append(kUpperHex[item[i] >> 4]);
+        text.append(kUpperHex[item[i] & 0x0F]);
     }
 }
 
@@ -130,7 +130,7 @@ QByteArray CLIP_InitializerList(
     if (itemBytes == 0)
         return text;
     const std::uint64_t count = bytes.size() / itemBytes;
-    text.reserve(static_cast<qsizetype>(count * (2 * itemBytes + 4)));
+    text.reserve(static_cast<qsizetype>(count) * static_cast<qsizetype>(2 * itemBytes + 4));
     for (std::uint64_t i = 1; i <= count; ++i) {
         AppendItem(text, bytes.subspan((i - 1) * itemBytes, itemBytes));
         // Deliberate: the line break stands instead of the separator, not behind it, and a full

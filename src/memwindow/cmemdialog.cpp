@@ -209,20 +209,20 @@ void CMemDialog::OnButtonSelectFileClicked()
     m_genericBox->setFocus();
 }
 
-void CMemDialog::OnEditboxGenericValTextChanged(QString text)
+void CMemDialog::OnEditboxGenericValTextChanged(const QString &text)
 {
     m_genericValue = text;
     TakeSizeFromFile(); // the size cannot be typed when loading
     RefreshEnabledState();
 }
 
-void CMemDialog::OnEditboxStartAddrTextChanged(QString)
+void CMemDialog::OnEditboxStartAddrTextChanged(const QString &)
 {
     ShowEndOfRange(QString());
     RefreshEnabledState();
 }
 
-void CMemDialog::OnEditboxEndAddrTextChanged(QString)
+void CMemDialog::OnEditboxEndAddrTextChanged(const QString &)
 {
     const std::uint64_t start = GetStartAddress();
     const std::uint64_t end = GetEndAddress();
@@ -230,7 +230,7 @@ void CMemDialog::OnEditboxEndAddrTextChanged(QString)
     RefreshEnabledState();
 }
 
-void CMemDialog::OnEditboxNumBytesTextChanged(QString)
+void CMemDialog::OnEditboxNumBytesTextChanged(const QString &)
 {
     // Deliberate: a typed size of 0 shows the start as the end, where a typed start with a size of
     // 0 leaves the end empty.

@@ -41,10 +41,10 @@ public slots:
     void OnButtonLoadSaveClicked();
     void OnButtonCancelClicked();
     void OnButtonSelectFileClicked();
-    void OnEditboxGenericValTextChanged(QString text);
-    void OnEditboxStartAddrTextChanged(QString text);
-    void OnEditboxEndAddrTextChanged(QString text);
-    void OnEditboxNumBytesTextChanged(QString text);
+    void OnEditboxGenericValTextChanged(const QString &text);
+    void OnEditboxStartAddrTextChanged(const QString &text);
+    void OnEditboxEndAddrTextChanged(const QString &text);
+    void OnEditboxNumBytesTextChanged(const QString &text);
 
 private:
     void BuildFields();

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr qint64 kReadChunkBytes = 1024 * 1024;
+constexpr qint64 kReadChunkBytes = 1024LL * 1024;
 
 bool WriteAll(QIODevice &file, std::span<const std::uint8_t> bytes)
 {
