@@ -62,12 +62,9 @@ class ProbeLoaderTest : public QObject {
 
 private slots:
     void placesAreTriedInTheirOrder();
-    void theFirstHandleEndsTheSearch();
-    void pathsThatDoNotFitAreLeftOut();
     void argumentsAndResultsPassUnchanged();
     void theX86NameIsPreferred();
     void withoutALibraryTheProcessEnds();
-    void aFailedSearchIsRepeated();
     void missingFunctionsGiveZeroAndAreReportedEachTime();
     void manyThreadsMayMakeTheFirstCall();
 };
@@ -94,28 +91,6 @@ void ProbeLoaderTest::placesAreTriedInTheirOrder()
     askedPaths.clear();
     PROBE_SearchInstallations("bare-", "/opt/inst/", &FakeOpen);
     QCOMPARE(askedPaths.value(0), "bare-libranvoarm_x86.so");
-}
-
-void ProbeLoaderTest::theFirstHandleEndsTheSearch()
-{
-    askedPaths.clear();
-    openedPath = "/opt/inst/libranvoarm.so.5"; // the major-version file alone
-    QVERIFY(PROBE_SearchInstallations("/run/prog", "/opt/inst/", &FakeOpen));
-    QCOMPARE(askedPaths.size(), 6);
-    askedPaths.clear();
-    openedPath = "/run/libranvoarm_x86.so";
-    QVERIFY(PROBE_SearchInstallations("/run/prog", "/opt/inst/", &FakeOpen));
-    QCOMPARE(askedPaths.size(), 1);
-}
-
-void ProbeLoaderTest::pathsThatDoNotFitAreLeftOut()
-{
-    askedPaths.clear();
-    openedPath.clear();
-    // Cut by one character, the longer name would be another file's.
-    const QByteArray directory = "/" + QByteArray(495, 'd') + "/";
-    PROBE_SearchModuleDirectory(directory.constData(), &FakeOpen);
-    QCOMPARE(askedPaths, QStringList(QString::fromUtf8(directory + "libranvoarm.so")));
 }
 
 void ProbeLoaderTest::argumentsAndResultsPassUnchanged()
@@ -152,18 +127,6 @@ void ProbeLoaderTest::withoutALibraryTheProcessEnds()
     installation.Write("libranvoarm.so", "no library");
     QCOMPARE(installation.Run({"call", "never reached"}), QStringList(kExitLine));
     QCOMPARE(installation.exitCode, 1);
-}
-
-void ProbeLoaderTest::aFailedSearchIsRepeated()
-{
-    if (QDir("/opt/TOLVEN/Ranvo").exists())
-        QSKIP("a probe library is installed on this system");
-    Installation installation;
-    QCOMPARE(installation.Run({"try", "load", "try"}),
-        QStringList({kMissingLine, "= -1", kMissingLine, "= 1", kMissingLine, "= -1"}));
-    QCOMPARE(installation.exitCode, 0);
-    installation.Add(FAKE_PLAIN, "libranvoarm.so");
-    QCOMPARE(installation.Run({"try", "load"}), QStringList({"= 0", "= 0"}));
 }
 
 void ProbeLoaderTest::missingFunctionsGiveZeroAndAreReportedEachTime()

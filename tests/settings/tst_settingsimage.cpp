@@ -91,7 +91,6 @@ private slots:
     void hostileTextsAreChangedAsLines();
     void edges_data();
     void edges();
-    void arraysAreFoundByNameAndBracket();
     void aFullImageRefusesToGrow();
 };
 
@@ -167,15 +166,6 @@ void SettingsImageTest::edges()
     QVERIFY(image.Assign(before.toStdString()));
     QVERIFY(image.ReplaceKey("TIF", "Speed", SettingsKeyForm::Plain, "Speed = 1\r\n"));
     QTEST(BytesOf(image), "after");
-}
-
-void SettingsImageTest::arraysAreFoundByNameAndBracket()
-{
-    SettingsImage image;
-    QVERIFY(image.Assign("[S]\r\nA = 1\r\n  A[2] = 5, 6\r\nA[x] = 7\r\n"));
-    QCOMPARE(*image.FindKey("S", "A", SettingsKeyForm::Array), "  A[2] = 5, 6");
-    QVERIFY(image.ReplaceKey("S", "A", SettingsKeyForm::Array, "A[1] = 8\r\n"));
-    QCOMPARE(BytesOf(image), "[S]\r\nA[1] = 8\r\nA = 1\r\nA[x] = 7\r\n");
 }
 
 void SettingsImageTest::aFullImageRefusesToGrow()

@@ -43,12 +43,9 @@ private slots:
     void damagedValuesAreRefused_data();
     void damagedValuesAreRefused();
     void textsStayInTheirLineAndBuffer();
-    void longValuesFillTheirLineOrAreRefused();
     void foreignLinesSurviveEveryChange();
     void aFileThatCannotBeReadIsNeverOverwritten();
     void aFailedSaveIsToldAndKeptInMemory();
-    void aBatchSavesOnceAndTellsOnce();
-    void anotherPathIsLoadedAtTheNextUse();
 
 private:
     void Put(const QByteArray &content) const
@@ -259,20 +256,6 @@ void SettingsStoreTest::textsStayInTheirLineAndBuffer()
     QCOMPARE(text.data(), "lon");
 }
 
-void SettingsStoreTest::longValuesFillTheirLineOrAreRefused()
-{
-    const std::vector<std::uint8_t> bytes(3000, 0xAB);
-    QCOMPARE(SETTINGS_WriteHexBytes("S", "K", bytes), SETTINGS_OK);
-    QCOMPARE(Content(), "[S]\r\nK=\"" + QByteArray("AB").repeated(996) + "\"\r\n");
-    QCOMPARE(SETTINGS_WriteText("S", "K", QByteArray(5000, 't').constData()), SETTINGS_OK);
-    const QByteArray full = "[S]\r\nK=\"" + QByteArray(1993, 't') + "\"\r\n";
-    QCOMPARE(Content(), full);
-    QVERIFY(shownErrors.isEmpty());
-    QCOMPARE(SETTINGS_WriteBytes("S", "K", bytes), SETTINGS_ERROR);
-    QCOMPARE(shownErrors, QByteArrayList{SaveError("Failed to write data!")});
-    QCOMPARE(Content(), full);
-}
-
 void SettingsStoreTest::foreignLinesSurviveEveryChange()
 {
     const QByteArray before
@@ -321,39 +304,6 @@ void SettingsStoreTest::aFailedSaveIsToldAndKeptInMemory()
     chmod(m_path.toUtf8().constData(), 0644);
     QCOMPARE(SETTINGS_WriteDecimal("S", "L", 3), SETTINGS_OK);
     QCOMPARE(Content(), "[S]\r\nL = 3\r\nK = 2\r\n");
-}
-
-void SettingsStoreTest::aBatchSavesOnceAndTellsOnce()
-{
-    {
-        const SettingsBatch batch;
-        QCOMPARE(SETTINGS_WriteDecimal("S", "A", 1), SETTINGS_OK);
-        QCOMPARE(SETTINGS_WriteDecimal("S", "B", 2), SETTINGS_OK);
-        QCOMPARE(Content(), "<none>");
-    }
-    QCOMPARE(Content(), "[S]\r\nB = 2\r\nA = 1\r\n");
-    chmod(m_path.toUtf8().constData(), 0444);
-    {
-        const SettingsBatch batch;
-        SETTINGS_WriteDecimal("S", "A", 3);
-        SETTINGS_WriteDecimal("S", "B", 4);
-    }
-    QCOMPARE(shownErrors.size(), 1);
-    chmod(m_path.toUtf8().constData(), 0644);
-}
-
-void SettingsStoreTest::anotherPathIsLoadedAtTheNextUse()
-{
-    Put("[S]\r\nK = 1\r\n");
-    std::int32_t value = 0;
-    QCOMPARE(SETTINGS_ReadDecimal("S", "K", value), SETTINGS_OK);
-    const QString other = m_folder.filePath("other.ini");
-    QFile::remove(other);
-    SETTINGS_SetPath(other.toUtf8().constData());
-    QCOMPARE(QString::fromUtf8(SETTINGS_GetPath()), other);
-    QCOMPARE(SETTINGS_ReadDecimal("S", "K", value), SETTINGS_ERROR);
-    SETTINGS_SetPath(m_path.toUtf8().constData());
-    QCOMPARE(SETTINGS_ReadDecimal("S", "K", value), SETTINGS_OK);
 }
 
 QTEST_GUILESS_MAIN(SettingsStoreTest)

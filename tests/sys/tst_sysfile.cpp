@@ -93,53 +93,13 @@ class SysFileTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void filesOfEveryLengthAreReadWhole();
-    void whatCannotBeReadSaysWhy();
     void savingReplacesTheFileAndKeepsItsMode();
-    void aNewFileIsForTheUserAlone();
     void linksAreFollowed();
     void whatMustNotBeWrittenIsLeftAlone();
     void aClosedDirectoryIsWrittenInPlace();
     void aFullDiskLeavesTheOldFile();
     void aKilledSaveLeavesAWholeFile();
 };
-
-void SysFileTest::filesOfEveryLengthAreReadWhole()
-{
-    Folder folder;
-    std::array<char, 30'000> buffer{};
-    std::size_t length = 0;
-    for (const int size : {0, 1, 29'999, 30'000}) {
-        const QByteArray content = QByteArray(size, '\0').replace(size / 2, 1, "x").left(size);
-        folder.Put(content, 0600);
-        QCOMPARE(SYS_ReadFile(folder.Path(), buffer, length), Result::Ok);
-        QVERIFY(content == QByteArrayView(buffer.data(), static_cast<qsizetype>(length)));
-    }
-    folder.Put(QByteArray(30'001, 'x'), 0600);
-    QCOMPARE(SYS_ReadFile(folder.Path(), buffer, length), Result::TransferFailed);
-    QCOMPARE(length, 0U);
-}
-
-void SysFileTest::whatCannotBeReadSaysWhy()
-{
-    const Folder folder("[A]\r\n", 0000);
-    std::array<char, 100> buffer{};
-    std::size_t length = 0;
-    const auto read = [&](const QString &path) {
-        return SYS_ReadFile(path.toUtf8().constData(), buffer, length);
-    };
-    QCOMPARE(read(folder.File("none")), Result::FileNotFound);
-    QCOMPARE(read(folder.File("none/none")), Result::PathNotFound);
-    QCOMPARE(read(folder.File("settings.ini/x")), Result::PathNotFound);
-    QCOMPARE(read(folder.File(QByteArray(300, 'n').constData())), Result::BadName);
-    QCOMPARE(read(QString()), Result::PathNotFound);
-    QCOMPARE(read(folder.File(".")), Result::InvalidFile);
-    const QByteArray pipe = folder.File("pipe").toUtf8();
-    QCOMPARE(mkfifo(pipe.constData(), 0600), 0);
-    QCOMPARE(read(folder.File("pipe")), Result::InvalidFile); // at once, without a writer
-    const AsUser user;
-    QCOMPARE(SYS_ReadFile(folder.Path(), buffer, length), Result::AccessDenied);
-}
 
 void SysFileTest::savingReplacesTheFileAndKeepsItsMode()
 {
@@ -153,18 +113,6 @@ void SysFileTest::savingReplacesTheFileAndKeepsItsMode()
     struct stat info { };
     stat(folder.Path(), &info);
     QCOMPARE(info.st_uid, geteuid() == 0 ? kNobody : geteuid());
-}
-
-void SysFileTest::aNewFileIsForTheUserAlone()
-{
-    const Folder folder;
-    QFile::remove(folder.Path());
-    QCOMPARE(SYS_ReplaceFile(folder.Path(), "new"), Result::Ok);
-    QCOMPARE(folder.Content(), "new");
-    QCOMPARE(folder.Mode(), 0600U);
-    const QByteArray deep = folder.File("none/settings.ini").toUtf8();
-    QCOMPARE(SYS_ReplaceFile(deep.constData(), "new"), Result::PathNotFound);
-    QCOMPARE(SYS_ReplaceFile("", "new"), Result::PathNotFound);
 }
 
 void SysFileTest::linksAreFollowed()

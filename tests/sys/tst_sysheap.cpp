@@ -47,7 +47,6 @@ class SysHeapTest : public QObject {
 
 private slots:
     void aFailedAllocationTellsTheUser();
-    void blocksAreUsableAndReleasedSafely();
     void damagedBlocksAreReported();
 };
 
@@ -71,18 +70,6 @@ void SysHeapTest::aFailedAllocationTellsTheUser()
                    "Failed to allocate 0x10000000 bytes of memory!\n"
                    "*** Error ***\n\n"));
 #endif
-}
-
-void SysHeapTest::blocksAreUsableAndReleasedSafely()
-{
-    void *block = SYS_Alloc(100);
-    QVERIFY(block);
-    std::memset(block, 0xA5, 100);
-    SYS_FreeAndClear(&block);
-    QCOMPARE(block, nullptr);
-    SYS_FreeAndClear(&block);
-    SYS_FreeAndClear<void>(nullptr);
-    SYS_Free(nullptr);
 }
 
 void SysHeapTest::damagedBlocksAreReported()

@@ -44,13 +44,8 @@ private slots:
     void linksAreFollowedToTheirEnd_data();
     void linksAreFollowedToTheirEnd();
     void aProgramStartedThroughTwoRelativeLinksFindsItself();
-    void pathsAreCutToTheirBuffers();
-    void theExecutableOfAProcessIsFound();
     void theConfigurationDirectoryIsMade();
-    void withoutHomeThereIsNoConfigurationDirectory();
     void theTemporaryDirectoryFallsBackToTheUsersOwn();
-    void randomBytesComeFromTheSystem();
-    void lineEditingIsOfferedWholeOrNotAtAll();
 };
 
 void SysPathsTest::linksAreFollowedToTheirEnd_data()
@@ -89,33 +84,6 @@ void SysPathsTest::aProgramStartedThroughTwoRelativeLinksFindsItself()
     QCOMPARE(lines.value(1), folder.filePath("sub/bin/").toUtf8());
 }
 
-void SysPathsTest::pathsAreCutToTheirBuffers()
-{
-    std::array<char, 8> text;
-    text.fill('#');
-    SYS_ComposePath(text.data(), 6, "/ab/", "cdef");
-    QCOMPARE(QByteArray(text.data(), 8), QByteArray("/ab/c\0##", 8));
-    text.fill('#');
-    SYS_ExecutablePath(SYS_MAX_PATH, text.data(), 0);
-    SYS_ModulePath(text.data(), 0);
-    SYS_ModuleDirectory(text.data(), 0);
-    QCOMPARE(text[0], '#');
-    SYS_ModulePath(text.data(), 4);
-    QCOMPARE(qstrlen(text.data()), 3U);
-    QCOMPARE(text[4], '#');
-}
-
-void SysPathsTest::theExecutableOfAProcessIsFound()
-{
-    Path path;
-    SYS_ExecutablePath(
-        static_cast<int>(QCoreApplication::applicationPid()), path.data(), SYS_MAX_PATH);
-    QCOMPARE(QString::fromUtf8(path.data()),
-        QFileInfo(QCoreApplication::applicationFilePath()).canonicalFilePath());
-    SYS_ExecutablePath(-1, path.data(), SYS_MAX_PATH);
-    QCOMPARE(path.data(), "");
-}
-
 void SysPathsTest::theConfigurationDirectoryIsMade()
 {
     const QTemporaryDir home;
@@ -137,15 +105,6 @@ void SysPathsTest::theConfigurationDirectoryIsMade()
         QStringList("TOLVEN"));
 }
 
-void SysPathsTest::withoutHomeThereIsNoConfigurationDirectory()
-{
-    qunsetenv("HOME");
-    Path path;
-    QCOMPARE(SYS_UserConfigDir(path.data(), SYS_MAX_PATH), SYS_PATH_ERROR);
-    qputenv("HOME", "");
-    QCOMPARE(SYS_UserConfigDir(path.data(), SYS_MAX_PATH), SYS_PATH_ERROR);
-}
-
 void SysPathsTest::theTemporaryDirectoryFallsBackToTheUsersOwn()
 {
     const QTemporaryDir home;
@@ -162,23 +121,6 @@ void SysPathsTest::theTemporaryDirectoryFallsBackToTheUsersOwn()
     qunsetenv("HOME");
     SYS_TempDirBelow("/no/such/directory", path.data(), SYS_MAX_PATH);
     QCOMPARE(path.data(), "");
-}
-
-void SysPathsTest::randomBytesComeFromTheSystem()
-{
-    std::array<char, 16> first{};
-    std::array<char, 16> second{};
-    QCOMPARE(SYS_RandomBytes(first.data(), first.size()), 16);
-    QCOMPARE(SYS_RandomBytes(second.data(), second.size()), 16);
-    QVERIFY(first != second);
-}
-
-void SysPathsTest::lineEditingIsOfferedWholeOrNotAtAll()
-{
-    const SysLineEdit *const editor = SYS_LineEdit();
-    if (!editor)
-        QSKIP("no line-editing library on this system");
-    QCOMPARE(editor->AddHistory("a line"), 0);
 }
 
 QTEST_GUILESS_MAIN(SysPathsTest)

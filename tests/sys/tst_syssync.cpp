@@ -70,17 +70,11 @@ private slots:
     void mutexCountsEachStepOfManyThreads();
     void mutexTableHoldsSixtyFour();
     void mutexAnswersWrongUse();
-    void mutexTracesItsCalls();
-    void lockReleasesOnlyWhatItHolds();
     void deadlinesLieTheTimeoutAhead();
     void eventSignalIsOneBit();
     void eventWakesEachWaiterOnce();
-    void eventTableHoldsSixtyFour();
     void eventAnswersWrongUse();
     void threadsStartWithTheirArguments();
-    void aCancelledThreadEnds();
-    void clocksRunForward();
-    void calendarsAgreeWithTheSystem();
 };
 
 void SysSyncTest::initTestCase()
@@ -175,39 +169,6 @@ void SysSyncTest::mutexAnswersWrongUse()
         QVERIFY2(std::ranges::find(texts, QByteArray(text)) != texts.end(), text);
 }
 
-void SysSyncTest::mutexTracesItsCalls()
-{
-    const std::vector<QByteArray> texts = Traced([] {
-        SYS_MUTEX_HANDLE mutex = SYS_CreateUnnamedMutex();
-        SYS_WaitForMutex(mutex, 7);
-        SYS_ReleaseMutex(mutex);
-        SYS_CloseMutex(&mutex);
-    });
-    QCOMPARE(texts.size(), 9U);
-    QCOMPARE(texts[0], "SYS_CreateMutex(sName = <unnamed>) entry\n");
-    const QByteArray handle = texts[1].mid(QByteArray("SYS_CreateMutex() exit: ").size()).trimmed();
-    QVERIFY2(handle.size() >= 16, texts[1]); // padded with zeros to the width of a pointer
-    QCOMPARE(texts[2], "SYS_WaitForMutex(hMutex = " + handle + ", TimeOut = 7) entry\n");
-    QCOMPARE(texts[3], "SYS_WaitForMutex() exit\n");
-    QCOMPARE(texts[4], "SYS_ReleaseMutex(hMutex = " + handle + ") entry\n");
-    QCOMPARE(texts[5], "SYS_ReleaseMutex() exit\n");
-    QCOMPARE(texts[7], "SYS_CloseMutex(): *phMutex = " + handle + "\n");
-    QCOMPARE(texts[8], "SYS_CloseMutex() exit\n");
-}
-
-void SysSyncTest::lockReleasesOnlyWhatItHolds()
-{
-    SYS_MUTEX_HANDLE mutex = SYS_CreateUnnamedMutex();
-    {
-        const SysLock lock(mutex);
-        QVERIFY(lock.IsLocked());
-    }
-    QVERIFY(IsHeldByNobody(mutex));
-    SYS_CloseMutex(&mutex);
-    const SysLock none(mutex);
-    QVERIFY(!none.IsLocked());
-}
-
 void SysSyncTest::deadlinesLieTheTimeoutAhead()
 {
     const auto nowUs = [] {
@@ -272,24 +233,6 @@ void SysSyncTest::eventWakesEachWaiterOnce()
     SYS_CloseEvent(pong);
 }
 
-void SysSyncTest::eventTableHoldsSixtyFour()
-{
-    std::vector<SYS_EVENT_HANDLE> events;
-    for (;;) {
-        const SYS_EVENT_HANDLE event = SYS_CreateEvent(nullptr, 0, 0);
-        if (event == SYS_EVENT_ERROR)
-            break;
-        events.push_back(event);
-    }
-    QCOMPARE(events.size(), std::size_t{SYS_MAX_EVENTS});
-    SYS_SetEvent(events[3]);
-    SYS_CloseEvent(events[3]);
-    QCOMPARE(SYS_CreateEvent(nullptr, 0, 0), events[3]);
-    QCOMPARE(SYS_WaitForEvent(events[3], 0), SYS_WAIT_TIMEOUT); // the old signal is gone
-    for (const SYS_EVENT_HANDLE event : events)
-        SYS_CloseEvent(event);
-}
-
 void SysSyncTest::eventAnswersWrongUse()
 {
     const std::vector<QByteArray> texts
@@ -335,62 +278,6 @@ void SysSyncTest::threadsStartWithTheirArguments()
     QVERIFY(seen.done.try_acquire_for(kPatience));
     QCOMPARE(seen.id, fixed);
     QCOMPARE(SYS_CurrentProcessId(), static_cast<int>(QCoreApplication::applicationPid()));
-}
-
-void SysSyncTest::aCancelledThreadEnds()
-{
-    struct Meeting {
-        std::binary_semaphore started{0};
-        std::binary_semaphore ended{0};
-    } meeting;
-    const SYS_THREAD_ID thread = SYS_CreateThread(
-        [](void *context) -> void * {
-            struct AtEnd {
-                Meeting *meeting;
-                ~AtEnd() { meeting->ended.release(); }
-            } atEnd{static_cast<Meeting *>(context)};
-            atEnd.meeting->started.release();
-            SYS_Sleep(kPatienceMs); // a cancellation point
-            return nullptr;
-        },
-        &meeting, nullptr);
-    meeting.started.acquire();
-    QCOMPARE(SYS_CancelThread(thread), 0);
-    QVERIFY(meeting.ended.try_acquire_for(kPatience / 2));
-}
-
-void SysSyncTest::clocksRunForward()
-{
-    QCOMPARE(SYS_ElapsedMs(), 0U);
-    QCOMPARE(SYS_ElapsedUs(), 0U);
-    const std::uint32_t tick = SYS_TickMs();
-    const std::uint64_t mark = SYS_ElapsedUs();
-    SYS_Sleep(3);
-    QVERIFY(SYS_TickMs() - tick >= 2);
-    QVERIFY(SYS_ElapsedMs() >= 2);
-    const std::uint64_t since = SYS_ElapsedUsSince(mark);
-    QVERIFY2(since >= 3000 && since < kPatienceMs * 1000ULL, qPrintable(QString::number(since)));
-}
-
-void SysSyncTest::calendarsAgreeWithTheSystem()
-{
-    const auto asTime = [](const SysCalendarTime &t) {
-        return QDateTime(QDate(t.year, t.month, t.day), QTime(t.hour, t.minute, t.second), Qt::UTC);
-    };
-    qputenv("TZ", "TST-5:30");
-    SysCalendarTime utc{};
-    SysCalendarTime local{};
-    local.reserved = 7;
-    const QDateTime before = QDateTime::currentDateTimeUtc().addMSecs(-1000);
-    SYS_UtcTime(&utc);
-    SYS_LocalTime(&local);
-    const QDateTime after = QDateTime::currentDateTimeUtc();
-    QVERIFY(before <= asTime(utc) && asTime(utc) <= after);
-    const QDateTime localAsUtc = asTime(local).addSecs(-19'800);
-    QVERIFY(before <= localAsUtc && localAsUtc <= after);
-    QCOMPARE(local.reserved, 0);
-    SYS_UtcTime(nullptr);
-    SYS_LocalTime(nullptr);
 }
 
 QTEST_GUILESS_MAIN(SysSyncTest)

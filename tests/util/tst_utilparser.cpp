@@ -203,7 +203,6 @@ private slots:
     void randomTextsAgreeWithPatterns();
     void theFirstErrorSticks();
     void numbersBeyondTheirTypeReadAsItsLimit();
-    void whatFollowsAValueStays();
 };
 
 void UtilParserTest::randomTextsAgreeWithPatterns()
@@ -268,17 +267,6 @@ void UtilParserTest::numbersBeyondTheirTypeReadAsItsLimit()
     UTIL_ReadReal(error, cursor, number);
     QCOMPARE(number, 1.0);
     QCOMPARE(*cursor, '\0');
-}
-
-void UtilParserTest::whatFollowsAValueStays()
-{
-    const Read hex = IntoNumber<std::uint32_t>(&UTIL_ReadHex, 0, 100);
-    QCOMPARE(Run(hex, "0x10").consumed, 1); // no prefix is understood here
-    const Read decimal = IntoNumber<std::int32_t>(&UTIL_ReadDecimal, 0, 100);
-    QCOMPARE(Run(decimal, "123").value, "100");
-    QCOMPARE(Run(decimal, "-5").value, "-5");
-    const Read wide = IntoNumber<std::int64_t>(&UTIL_ReadInt64, 0, 100);
-    QCOMPARE(Run(wide, "123").error, "Expected a value <= 100");
 }
 
 QTEST_GUILESS_MAIN(UtilParserTest)

@@ -15,14 +15,9 @@ class UtilTextTest : public QObject {
 private slots:
     void copyNeverLeavesItsBuffer_data();
     void copyNeverLeavesItsBuffer();
-    void copyIgnoresNullPointers();
     void appendKeepsItsOddArithmetic_data();
     void appendKeepsItsOddArithmetic();
     void valuesReadAsUsersExpect();
-    void sizesHaveTheirUnit_data();
-    void sizesHaveTheirUnit();
-    void floatsHaveDigitsOrNames_data();
-    void floatsHaveDigitsOrNames();
     void structuresOfOtherVersionsAreCopied();
 };
 
@@ -43,17 +38,6 @@ void UtilTextTest::copyNeverLeavesItsBuffer()
     QByteArray memory(8, '#');
     UTIL_CopyText(memory.data(), "abc", static_cast<std::uint32_t>(size));
     QTEST(memory, "memory");
-}
-
-void UtilTextTest::copyIgnoresNullPointers()
-{
-    std::array<char, 4> text = {'o', 'l', 'd', '\0'};
-    UTIL_CopyText(text, nullptr);
-    UTIL_CopyText(nullptr, "abc", 4);
-    UTIL_AppendText(text, nullptr);
-    UTIL_AppendText(nullptr, "abc", 4);
-    QCOMPARE(text.data(), "old");
-    QCOMPARE(UTIL_TextLength(nullptr), 0U);
 }
 
 void UtilTextTest::appendKeepsItsOddArithmetic_data()
@@ -104,56 +88,6 @@ void UtilTextTest::valuesReadAsUsersExpect()
     QCOMPARE(text.data(), "192.168.1.254");
     UTIL_FormatMAC(text.data(), size, {0x00, 0x1B, 0xFF, 0x0A, 0x80, 0x05}, '-');
     QCOMPARE(text.data(), "00-1B-FF-0A-80-05");
-}
-
-void UtilTextTest::sizesHaveTheirUnit_data()
-{
-    QTest::addColumn<quint64>("bytes");
-    QTest::addColumn<QByteArray>("text");
-    QTest::newRow("none") << quint64{0} << QByteArray("0 Bytes");
-    QTest::newRow("below") << quint64{1023} << QByteArray("1023 Bytes");
-    QTest::newRow("whole") << quint64{1024} << QByteArray("1 KB");
-    QTest::newRow("half") << quint64{1536} << QByteArray("1.5 KB");
-    QTest::newRow("nearly the next") << quint64{1024 * 1024 - 1} << QByteArray("1023.9 KB");
-    QTest::newRow("MB") << quint64{16} * 1024 * 1024 << QByteArray("16 MB");
-    QTest::newRow("4 GB") << (quint64{1} << 32) << QByteArray("4 GB");
-    QTest::newRow("all") << ~quint64{0} << QByteArray("17179869183.9 GB");
-}
-
-void UtilTextTest::sizesHaveTheirUnit()
-{
-    QFETCH(quint64, bytes);
-    std::array<char, 32> text{};
-    UTIL_FormatSize(text.data(), text.size(), bytes);
-    QTEST(QByteArray(text.data()), "text");
-}
-
-void UtilTextTest::floatsHaveDigitsOrNames_data()
-{
-    using Limits = std::numeric_limits<double>;
-    QTest::addColumn<quint64>("bits");
-    QTest::addColumn<QByteArray>("text");
-    const auto add = [](double value, const char *text) {
-        QTest::newRow(text) << std::bit_cast<quint64>(value) << QByteArray(text);
-    };
-    add(0.0, "0");
-    add(-0.0, "-0.0");
-    add(-1.5, "-1.5");
-    add(1234567.0, "1.23457E+06");
-    add(-Limits::max(), "-1.79769E+308");
-    add(Limits::denorm_min(), "4.94066E-324");
-    add(Limits::infinity(), "Infinite");
-    add(-Limits::infinity(), "-Infinite");
-    QTest::newRow("NaNq") << quint64{0x7FF8000000000000} << QByteArray("NaNq");
-    QTest::newRow("NaNs") << quint64{0x7FF0000000000001} << QByteArray("NaNs");
-}
-
-void UtilTextTest::floatsHaveDigitsOrNames()
-{
-    QFETCH(quint64, bits);
-    std::array<char, 32> text{};
-    UTIL_FormatFloat(text.data(), text.size(), std::bit_cast<double>(bits));
-    QTEST(QByteArray(text.data()), "text");
 }
 
 void UtilTextTest::structuresOfOtherVersionsAreCopied()
