@@ -31,7 +31,7 @@ struct WindowState {
     std::uint8_t memoryWindowWanted; ///< the GUI update creates or removes the memory window by it
     std::uint8_t memoryRefreshPending; ///< cleared once the memory window has re-read its page
     std::uint8_t connected;            ///< the last known connection state
-    std::array<Report, kMaxReports> reports; ///< oldest first
+    std::array<Report, kMaxReports> reports; ///< oldest first; the first may be on show already
     unsigned reportCount;
 };
 

@@ -298,10 +298,13 @@ void MainWindow::ShowReports()
     const QPointer<MainWindow> alive(this);
     m_showingReports = true;
     Report report;
-    while (alive != nullptr && !APP_State().closing.load() && APP_TakeReport(&report))
+    while (!APP_State().closing.load() && APP_OldestReport(&report)) {
         ShowReport(report);
-    if (alive != nullptr)
-        m_showingReports = false;
+        if (alive == nullptr)
+            return;
+        APP_DropOldestReport();
+    }
+    m_showingReports = false;
 }
 
 void MainWindow::ShowReport(const Report &report)

@@ -24,8 +24,7 @@ public:
     void Leave() { m_state.fetch_sub(1, std::memory_order_release); }
     /// Keeps further posters out and waits for those inside to leave.
     /// @param letGo  called again and again meanwhile: frees what a poster inside may wait for
-    template <typename LetGo>
-    void Close(LetGo letGo)
+    template <typename LetGo> void Close(LetGo letGo)
     {
         m_state.fetch_or(kClosed, std::memory_order_acq_rel);
         for (letGo(); m_state.load(std::memory_order_acquire) != kClosed; letGo())

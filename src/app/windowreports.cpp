@@ -31,16 +31,23 @@ bool HasWindow()
 }
 
 /// Each text gets a box of its own: two reports in a row must not become the second one twice.
+/// One that says what the latest box on show or in wait says already adds nothing: an accepted
+/// change connects twice, and would report one failure twice.
 void QueueReport(const char *text, bool isError)
 {
+    Report report{isError, {}};
+    UTIL_CopyText(report.text, text);
     AppState &state = APP_State();
     const SysLock lock(state.stateMutex);
     WindowState &window = state.window;
+    if (window.reportCount > 0) {
+        const Report &latest = window.reports[window.reportCount - 1];
+        if (latest.isError == isError && latest.text == report.text)
+            return;
+    }
     if (window.reportCount < kMaxReports)
         ++window.reportCount;
-    Report &report = window.reports[window.reportCount - 1];
-    report.isError = isError;
-    UTIL_CopyText(report.text, text);
+    window.reports[window.reportCount - 1] = report;
 }
 
 void SetMemoryWindowWanted(bool wanted)
@@ -81,17 +88,23 @@ void APP_ShowWarning(const char *text)
     Emit(&MainWindow::Signal_UpdateShowWarning);
 }
 
-bool APP_TakeReport(Report *report)
+bool APP_OldestReport(Report *report)
+{
+    AppState &state = APP_State();
+    const SysLock lock(state.stateMutex);
+    *report = state.window.reports[0];
+    return state.window.reportCount > 0;
+}
+
+void APP_DropOldestReport()
 {
     AppState &state = APP_State();
     const SysLock lock(state.stateMutex);
     WindowState &window = state.window;
     if (window.reportCount == 0)
-        return false;
-    *report = window.reports[0];
+        return;
     std::move(window.reports.begin() + 1, window.reports.end(), window.reports.begin());
     --window.reportCount;
-    return true;
 }
 
 void APP_RequestMemoryWindow()

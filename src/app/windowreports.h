@@ -13,8 +13,9 @@ void APP_SetStatusField(const char *text, unsigned index);
 /// Queues an error or a warning for a message box. Cut to 255 characters. Nothing without a window.
 void APP_ShowError(const char *text);
 void APP_ShowWarning(const char *text);
-/// Takes the oldest report that no box has shown yet. @return false when there is none
-bool APP_TakeReport(Report *report);
+/// The oldest report that waits; it stays until its box is closed. @return false when there is none
+bool APP_OldestReport(Report *report);
+void APP_DropOldestReport();
 /// Asks for the memory window, or for its removal.
 void APP_RequestMemoryWindow();
 void APP_DropMemoryWindow();
