@@ -3,6 +3,7 @@
 
 demo_dir=$PWD/build/demo
 demo_pids=()
+demo_process=
 demo_base=0x00000000 # where the memory window starts
 
 demo_stop() {
@@ -28,10 +29,11 @@ demo_use_settings() {
     printf '%s\r\n' "$@" >"$HOME/.config/TOLVEN\\pelimoSettings.ini"
 }
 
-# A TCP port that nobody uses at this moment.
+# demo_free_port [BUT]: a TCP port that nobody uses at this moment, and not the one that will be used.
 demo_free_port() {
     local port
     for port in $(seq 31234 31299); do
+        [ "$port" != "${1:-}" ] || continue
         (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null || {
             echo "$port"
             return
@@ -46,14 +48,21 @@ demo_wait_for_port() {
         ! grep -q "^ *[0-9]*: 0100007F:$(printf '%04X' "$port") .* 0A " /proc/net/tcp || return 0
         sleep 0.1
     done
-    echo "The emulator does not listen on port $port." >&2
+    echo "Nothing listens on port $port; see build/demo/*.log." >&2
     return 1
 }
 
-# demo_start_target MODE: sim needs nothing, qemu starts the emulator with the demo firmware.
+# demo_start_target MODE: sim needs nothing; the others start what there is to look at.
 demo_start_target() {
     mkdir -p "$demo_dir"
-    [ "$1" = qemu ] || return 0
+    case $1 in
+    qemu) demo_start_qemu ;;
+    openocd) demo_start_openocd ;;
+    pid) demo_choose_process ;;
+    esac
+}
+
+demo_start_qemu() {
     local port
     port=$(demo_free_port)
     qemu-system-arm -M netduinoplus2 -kernel openprobe/firmware/demo.elf -nographic \
@@ -62,6 +71,37 @@ demo_start_target() {
     demo_wait_for_port "$port"
     demo_base=0x20000000
     demo_use_settings '[GENERAL]' 'ConnectMode = 2' "HostName=\"gdb:127.0.0.1:$port\""
+}
+
+demo_start_openocd() {
+    local board_port tcl_port
+    board_port=$(demo_free_port)
+    build/bin/boardmodel "$board_port" >"$demo_dir/board.log" 2>&1 &
+    demo_pids+=($!)
+    demo_wait_for_port "$board_port"
+    tcl_port=$(demo_free_port "$board_port")
+    openocd -c "set MODEL_PORT $board_port" -f openprobe/model/openocd.cfg \
+        -c "tcl_port $tcl_port; gdb_port disabled; telnet_port disabled" >"$demo_dir/openocd.log" 2>&1 &
+    demo_pids+=($!)
+    demo_wait_for_port "$tcl_port"
+    demo_base=0x20000000
+    demo_use_settings '[GENERAL]' 'ConnectMode = 2' "HostName=\"tcl:127.0.0.1:$tcl_port\""
+}
+
+# The lowest writable memory of the process is where its data are.
+demo_choose_process() {
+    local first
+    [ -r "/proc/$demo_process/maps" ] || {
+        echo "usage: ./run --pid N, with N a running process of yours" >&2
+        return 2
+    }
+    first=$(awk -F'[- ]' '$3 ~ /^rw/ && length($1) <= 8 { print $1; exit }' "/proc/$demo_process/maps")
+    [ -n "$first" ] || {
+        echo "Process $demo_process has no memory below 4 GiB: build it with -no-pie or -m32." >&2
+        return 1
+    }
+    demo_base=0x$first
+    demo_use_settings '[GENERAL]' 'ConnectMode = 2' "HostName=\"pid:$demo_process\""
 }
 
 demo_run_visible() {
