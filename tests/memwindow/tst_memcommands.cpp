@@ -169,16 +169,18 @@ void MemCommandsTest::aLongCopyCanBeCancelled()
     QFETCH(bool, windowGoes);
     Commands c;
     c.target.logs = false;
-    c.window.GoTo(0xFC80'0000, true, false);
+    c.window.GoTo(0xFFFF'0000, true, false);
     QTest::keyClick(c.view, Qt::Key_Shift);
     QTest::keyClick(c.view, Qt::Key_End, Qt::ShiftModifier | Qt::ControlModifier);
     QGuiApplication::clipboard()->setText("before");
+    c.target.readTakesMs = 10; // thousands of rows: minutes, if nobody ends it
     QTimer watch;
     connect(&watch, &QTimer::timeout, &watch, [&] {
         auto *dialog = qobject_cast<QProgressDialog *>(QApplication::activeModalWidget());
         if (dialog == nullptr)
             return;
         watch.stop();
+        c.target.readTakesMs = 0;
         windowGoes ? c.owner.reset() : dialog->cancel();
     });
     watch.start(0);

@@ -6,8 +6,10 @@
 #include <QByteArray>
 #include <QStringList>
 
+#include <chrono>
 #include <cstdint>
 #include <set>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -55,12 +57,15 @@ public:
     QByteArray zones;
     int zoneCount = 0;
     bool logs = true;
+    unsigned readTakesMs = 0; ///< how slow the target is
 
 private:
     static int Read(std::uint64_t address, std::uint64_t length, std::uint8_t accessWidth,
         const char *zoneName, std::uint8_t *data, std::uint8_t *status)
     {
         FakeTarget &target = *s_current;
+        if (target.readTakesMs > 0)
+            std::this_thread::sleep_for(std::chrono::milliseconds(target.readTakesMs));
         if (target.logs)
             target.reads.push_back({address, length, accessWidth, zoneName, {}});
         const auto bad = target.unreadable.lower_bound(address);
