@@ -94,7 +94,7 @@ void AddressHistoryTest::aListFromTheStoreIsBroughtIntoForm()
 void AddressHistoryTest::theBackStackHoldsNoAddressTwiceInARow()
 {
     AddressHistory history;
-    for (const std::uint64_t address : {1, 2, 2, 1, 1})
+    for (const std::uint64_t address : {1U, 2U, 2U, 1U, 1U})
         history.PushBack(address);
     QCOMPARE(history.TakeLatest().value(), 1U);
     QCOMPARE(history.TakeLatest().value(), 2U);

@@ -52,7 +52,6 @@ private:
     QTemporaryDir m_folder;
 };
 
-constexpr char kMissingLine[] = "Could not open Ranvo shared library.";
 constexpr char kExitLine[] = "Could not open Ranvo shared library. Exiting now.";
 
 } // namespace
