@@ -149,9 +149,10 @@ void MainWindow::_Slot_OnShowWarning()
 void MainWindow::_OnActionAbout()
 {
     const QPointer<MainWindow> alive(this);
-    const QPointer<AboutDialog> dialog(new AboutDialog(APP_WindowTitle()));
-    dialog->exec();
-    delete dialog;
+    {
+        AboutDialog dialog(APP_WindowTitle());
+        dialog.exec();
+    }
     if (alive != nullptr)
         UpdateGui();
 }

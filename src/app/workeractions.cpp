@@ -40,7 +40,7 @@ void CheckConnection(Job *job)
 {
     // Cleared before the look: a failure that comes after it asks for a new one.
     g_checkQueued.store(false, std::memory_order_release);
-    job->result = PROBE_IsConnected();
+    job->result = static_cast<std::uint8_t>(PROBE_IsConnected());
 }
 
 void OnConnectionChecked(Job *job)

@@ -93,8 +93,9 @@ void RunJob(Job *job)
 void RunOwnPosts()
 {
     std::vector<Job *> &posts = *t_ownPosts;
-    for (std::size_t i = 0; i < posts.size(); ++i) // a job may append further ones
-        RunJob(posts[i]);
+    std::size_t next = 0;
+    while (next < posts.size()) // a job may append further ones
+        RunJob(posts[next++]);
     posts.clear();
 }
 
