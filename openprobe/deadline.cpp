@@ -1,5 +1,6 @@
 #include "deadline.h"
 
+#include <atomic>
 #include <charconv>
 #include <cstdlib>
 #include <string_view>
@@ -8,6 +9,8 @@ namespace OpenProbe {
 namespace {
 
 constexpr int kMaxPatience = 60;
+
+std::atomic<int> s_patience = 1;
 
 int PatienceFromEnvironment()
 {
@@ -21,10 +24,14 @@ int PatienceFromEnvironment()
 
 } // namespace
 
+void RefreshPatience()
+{
+    s_patience = PatienceFromEnvironment();
+}
+
 int Patience()
 {
-    static const int patience = PatienceFromEnvironment();
-    return patience;
+    return s_patience;
 }
 
 } // namespace OpenProbe

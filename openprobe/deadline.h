@@ -6,10 +6,13 @@
 namespace OpenProbe {
 
 /// The environment variable that multiplies every time limit for peers, for slow adapters and busy
-/// machines: a decimal number from 1 to 60, read once at the first limit. Anything else is 1.
+/// machines: a decimal number from 1 to 60. Anything else is 1.
 inline constexpr const char *kPatienceVariable = "OPENPROBE_PATIENCE";
 
-/// What kPatienceVariable says.
+/// Looks at kPatienceVariable; every Open does. Before that it counts as 1.
+void RefreshPatience();
+
+/// What kPatienceVariable said when it was looked at last. Any thread.
 [[nodiscard]] int Patience();
 
 /// A point in time by which something must be over, on the clock that nobody sets.

@@ -19,7 +19,6 @@ constexpr auto kHandshakeLimit = 1500ms;
 constexpr auto kTransferLimit = 1500ms; // for each kTransferBytes
 constexpr std::size_t kTransferBytes = 0x10000;
 constexpr auto kFarewellLimit = 50ms;
-constexpr auto kLateReply = 50ms;
 constexpr std::size_t kSliceBytes = 0x4000;       // then a halted target runs for a moment
 constexpr std::size_t kBytesPerRequest = 32;      // what a small request counts for a slice
 constexpr std::uint32_t kMaxRequestBytes = 2048;  // an emulator refuses more than that
@@ -79,7 +78,7 @@ std::string GdbBackend::Open(const CancelSignal &cancel)
     if (!NegotiateModes() || !FindRunState()) {
         const std::string where = HostAndPort(m_selection);
         if (m_ended)
-            return "The target at " + where + " has ended.";
+            return "The target at " + where + " has ended. Start it again.";
         return where
             + " accepted the connection but does not answer as a debug stub"
               " (another debugger may hold it).";
@@ -275,7 +274,8 @@ void GdbBackend::LetItRunForAMoment()
 }
 
 // A stop instead of the reply means that somebody else had let the target run: the first byte of
-// the request stopped it and was swallowed. Asked again, unless the reply comes after all.
+// the request stopped it and was swallowed. If it was not, the reply comes before the answer to a
+// "?", which looks like no reply; else the request is repeated.
 bool GdbBackend::Ask(std::string_view request, std::string &reply)
 {
     if (!m_session.Ask(request, reply, m_deadline, m_state == RunState::Halted))
@@ -288,9 +288,12 @@ bool GdbBackend::Ask(std::string_view request, std::string &reply)
     if (stop->ended)
         return Lose();
     m_state = RunState::HaltedByUs;
-    if (m_session.Await(reply, m_deadline.OrEarlier(Deadline::After(kLateReply))))
-        return true;
-    return m_session.Ask(request, reply, m_deadline) || Lose();
+    if (!m_session.Ask("?", reply, m_deadline))
+        return Lose();
+    if (ParseStop(reply))
+        return m_session.Ask(request, reply, m_deadline) || Lose();
+    std::string answerToStop;
+    return m_session.Await(answerToStop, m_deadline) || Lose();
 }
 
 PieceResult GdbBackend::ReadRequest(std::uint32_t address, std::span<std::uint8_t> data)

@@ -17,17 +17,20 @@ std::string ConnectError(const Selection &selection, TcpLink::Failure failure, c
     case TcpLink::Failure::None:
         return {};
     case TcpLink::Failure::NoAddress:
-        return "No address for host \"" + selection.host + "\".";
+        return "No address for host \"" + selection.host
+            + "\". Check its spelling or type its number, e.g. 192.168.0.10.";
     case TcpLink::Failure::Refused:
         return "Nothing accepts a connection at " + where + " (refused). " + hint;
     case TcpLink::Failure::TimedOut:
-        return where + " does not answer within " + std::to_string(2 * Patience()) + " s.";
+        return where + " does not answer within " + std::to_string(2 * Patience())
+            + " s. Check the address, and whether the machine is on and lets the port through.";
     case TcpLink::Failure::Cancelled:
         return "Operation canceled";
     case TcpLink::Failure::Other:
         break;
     }
-    return where + " cannot be reached (" + link.ErrorText() + ").";
+    return where + " cannot be reached (" + link.ErrorText()
+        + "). Check the address and this machine's network.";
 }
 
 } // namespace OpenProbe

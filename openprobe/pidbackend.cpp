@@ -64,6 +64,11 @@ bool HasLowMemory(const std::string &folder)
     return first < kAddressSpace;
 }
 
+std::string NoProcess(const std::string &called)
+{
+    return "No process " + called + ". Start it, or look for its number with ps.";
+}
+
 } // namespace
 
 std::string PidBackend::Open(const CancelSignal &)
@@ -72,7 +77,7 @@ std::string PidBackend::Open(const CancelSignal &)
         return OpenProcess(id);
     const std::vector<int> found = ProcessesCalled(m_process);
     if (found.empty())
-        return "No process " + m_process + ".";
+        return NoProcess(m_process);
     if (found.size() == 1)
         return OpenProcess(found.front());
     std::string text = "Several processes are called " + m_process + ". Use one of";
@@ -87,17 +92,17 @@ std::string PidBackend::OpenProcess(int id)
     const std::string folder = "/proc/" + number;
     m_exited = static_cast<int>(syscall(SYS_pidfd_open, id, 0));
     if (m_exited < 0 && errno == ESRCH)
-        return "No process " + number + ".";
+        return NoProcess(number);
     if (m_exited >= 0)
         m_memory = open((folder + "/mem").c_str(), O_RDWR | O_CLOEXEC);
     const int error = errno;
     if (m_memory < 0 && error == ENOENT)
-        return "No process " + number + ".";
+        return NoProcess(number);
     if (m_memory < 0 && (error == EACCES || error == EPERM))
         return "Not allowed to read process " + number + " (same user, ptrace_scope).";
     if (m_memory < 0)
         return "Process " + number + " cannot be opened (" + std::generic_category().message(error)
-            + ").";
+            + "). Is that the number of a whole process?";
     if (!HasLowMemory(folder))
         return "Process " + number
             + " has no memory below 4 GiB. Build the program with -no-pie, or for 32 bits.";

@@ -1,5 +1,6 @@
 #include "probelibrary.h"
 
+#include "deadline.h"
 #include "devicetable.h"
 #include "gdbbackend.h"
 #include "pidbackend.h"
@@ -26,6 +27,21 @@ std::string_view WithoutBlanks(std::string_view text)
     return text;
 }
 
+/// Calls its function at the end of the block, also when lack of memory ends it.
+template <typename Function> class Finally {
+public:
+    explicit Finally(Function function)
+        : m_function(function)
+    {
+    }
+    Finally(const Finally &) = delete;
+    Finally &operator=(const Finally &) = delete;
+    ~Finally() { m_function(); }
+
+private:
+    Function m_function;
+};
+
 } // namespace
 
 std::unique_ptr<Backend> MakeBackend(const Selection &selection)
@@ -51,11 +67,12 @@ ProbeLibrary &ProbeLibrary::Instance()
 
 const char *ProbeLibrary::Open()
 {
+    RefreshPatience();
     const std::uint64_t mark = m_gate.BeginOpen();
     m_gate.Enter();
+    const Finally leave([this] { m_gate.Leave(); });
     const std::string error = OpenSelected(mark);
     std::snprintf(m_errorText.data(), m_errorText.size(), "%s", error.c_str());
-    m_gate.Leave();
     return error.empty() ? nullptr : m_errorText.data();
 }
 
@@ -123,16 +140,8 @@ auto ProbeLibrary::WithTarget(
 {
     if (!m_gate.EnterWhileUp())
         return whenDown;
-    auto result = whenDown;
-    try {
-        if (m_backend != nullptr && m_backend->Alive())
-            result = function(*m_backend);
-    } catch (...) {
-        LeaveAfterUse();
-        throw;
-    }
-    LeaveAfterUse();
-    return result;
+    const Finally leave([this] { LeaveAfterUse(); });
+    return m_backend != nullptr && m_backend->Alive() ? function(*m_backend) : whenDown;
 }
 
 bool ProbeLibrary::IsConnected()

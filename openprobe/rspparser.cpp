@@ -45,9 +45,10 @@ RspParser::Event RspParser::FeedInside(char byte)
 {
     if (byte == '#')
         m_state = State::FirstDigit;
-    else if (byte == '$') // the packet before was cut off; this one is whole
+    else if (byte == '$') { // what came before was cut off; this one is whole
+        m_notification = false;
         m_raw.clear();
-    else if (m_raw.size() >= kMaxPayload)
+    } else if (m_raw.size() >= kMaxPayload)
         return Break();
     else
         m_raw.push_back(byte);

@@ -55,10 +55,13 @@ std::string TclBackend::Open(const CancelSignal &cancel)
     m_deadline = Deadline::ForPeer(kHandshakeLimit);
     std::string reply;
     if (!Ask("version", reply) || !reply.starts_with("Open On-Chip Debugger"))
-        return where + " accepted the connection but does not answer as OpenOCD's Tcl server.";
+        return where
+            + " accepted the connection but does not answer as OpenOCD's Tcl server. For a debug "
+              "stub use gdb:HOST:PORT.";
     std::string names;
     if (!Ask("target names", names) || names.empty())
-        return "OpenOCD at " + where + " has no target.";
+        return "OpenOCD at " + where + " has no target. Start it with your chip's file, e.g. -f "
+            + "target/stm32f4x.cfg.";
     if (!TargetAnswers())
         return "OpenOCD at " + where + " does not reach its target (" + names
             + "). Is the board powered and connected?";
@@ -71,7 +74,8 @@ std::string TclBackend::Open(const CancelSignal &cancel)
         if ((m_coreId & 0xFF0C0000) != 0x410C0000)
             m_coreId = 0; // no M core's identification word
     }
-    return m_lost ? where + " closed the connection." : std::string();
+    return m_lost ? where + " gave up while its target was asked. See OpenOCD's messages there."
+                  : std::string();
 }
 
 // One time-out is the end: a late reply would be taken for the answer to the next command.

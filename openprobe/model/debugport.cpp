@@ -12,7 +12,7 @@ constexpr std::uint32_t kIncrementMask = 3U << 4;
 constexpr std::uint32_t kIncrementSingle = 1U << 4;
 constexpr std::uint32_t kDeviceEnabled = 1U << 6;
 constexpr std::uint32_t kProtectionMask = 0x7F000000;
-constexpr std::uint32_t kIncrementBlock = 0x400; // the address does not carry beyond that
+constexpr std::uint32_t kIncrementBlock = 0x1000; // an M4's address carries no further
 
 enum MemoryPort : unsigned {
     kAccessControl = 0x00,
