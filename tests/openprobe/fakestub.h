@@ -3,7 +3,7 @@
 #include "scriptedpeer.h"
 
 #include <QStringList>
-#include <map>
+#include <atomic>
 #include <mutex>
 
 /// A small debug stub with 4 KiB of memory at 0x1000 that can be told to be difficult. It notes
@@ -17,8 +17,7 @@ public:
         int badChecksums = 0;          ///< so many replies are damaged at first sending
         int refusals = 0;              ///< so many requests are refused with "-" first
         QByteArray before;             ///< comes in front of every reply
-        bool runLength = false;        ///< replies use run-length encoding where they can
-        /// Raw bytes instead of the reply to a memory request; empty: the regular reply.
+        /// Raw bytes instead of the reply to a request; empty: the regular reply.
         std::function<QByteArray(const QByteArray &request)> spoil;
         bool hangUpAfterSpoiled = false;
     };
@@ -26,28 +25,24 @@ public:
     explicit FakeStub(Manners manners);
 
     quint16 Port() const { return m_peer->Port(); }
+    /// The requests in their order; offences, in between, begin with "OFFENCE".
     QStringList Requests();
-    QStringList Offences();
-    bool Runs();
+    bool Runs() const { return m_runs; }
 
     static constexpr quint32 kMemory = 0x1000;
-    static constexpr int kMemoryBytes = 0x1000;
     QByteArray m_memory; ///< not while a client is connected
 
 private:
     void Serve(ScriptedPeer &peer);
-    bool NextRequest(ScriptedPeer &peer, QByteArray &request);
+    QByteArray NextRequest(ScriptedPeer &peer);
     QByteArray Answer(const QByteArray &request);
-    bool Reply(ScriptedPeer &peer, const QByteArray &payload);
-    void Offend(const QString &what);
-    QByteArray Encoded(const QByteArray &payload) const;
+    void Note(const QByteArray &what);
 
     Manners m_manners;
     QByteArray m_input;
-    bool m_acks = true;
+    QByteArray m_lastPacket;
+    std::atomic<bool> m_runs;
     std::mutex m_mutex;
-    bool m_runs = false;
     QStringList m_requests;
-    QStringList m_offences;
     std::unique_ptr<ScriptedPeer> m_peer; // last: its thread uses all of the above
 };

@@ -1,19 +1,17 @@
 #include "peerprocess.h"
 
-#include <QByteArray>
-#include <QDeadlineTimer>
 #include <QFile>
 #include <QStandardPaths>
-#include <QThread>
+#include <QtTest>
 
 #include <csignal>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 static sockaddr_in Loopback(quint16 port)
 {
@@ -24,47 +22,74 @@ static sockaddr_in Loopback(quint16 port)
     return address;
 }
 
-QString PeerProcess::Find(const QString &program)
+QString PeerProcess::Missing(const QString &program)
 {
-    return QStandardPaths::findExecutable(program);
+    const bool found = !QStandardPaths::findExecutable(program).isEmpty();
+    return found ? QString() : program + " is not installed";
+}
+
+int PeerProcess::Listen(quint16 *port)
+{
+    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int on = 1;
+    setsockopt(listener, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on); // its connections inherit that
+    sockaddr_in address = Loopback(0);
+    auto *const generic = reinterpret_cast<sockaddr *>(&address);
+    socklen_t size = sizeof address;
+    if (bind(listener, generic, size) != 0 || listen(listener, 8) != 0
+        || getsockname(listener, generic, &size) != 0)
+        qFatal("no port of the loopback address is free");
+    *port = ntohs(address.sin_port);
+    return listener;
 }
 
 quint16 PeerProcess::FreePort()
 {
-    const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = Loopback(0);
-    socklen_t size = sizeof address;
     quint16 port = 0;
-    if (bind(descriptor, reinterpret_cast<sockaddr *>(&address), size) == 0
-        && getsockname(descriptor, reinterpret_cast<sockaddr *>(&address), &size) == 0)
-        port = ntohs(address.sin_port);
-    close(descriptor);
+    close(Listen(&port));
     return port;
 }
 
 // Reads the kernel's table of listening sockets: a connection to try it would be a client already.
 bool PeerProcess::AwaitListener(quint16 port)
 {
-    const QByteArray wanted = QByteArray(":")
-        + QByteArray::number(port, 16).toUpper().rightJustified(4, '0') + " 00000000:0000 0A";
-    const QDeadlineTimer limit(10'000);
-    while (!limit.hasExpired()) {
+    const QString row = QString(":%1 00000000:0000 0A").arg(port, 4, 16, QChar('0')).toUpper();
+    const auto listens = [&] {
         QFile table("/proc/net/tcp");
-        if (table.open(QIODevice::ReadOnly) && table.readAll().contains(wanted))
-            return true;
-        QThread::msleep(5); // between two looks; nothing depends on how long
+        return table.open(QIODevice::ReadOnly) && table.readAll().contains(row.toLatin1());
+    };
+    return QTest::qWaitFor(listens, 60'000);
+}
+
+QByteArray PeerProcess::Converse(
+    quint16 port, const QByteArray &request, const QByteArray &mark, int marks)
+{
+    const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_in address = Loopback(port);
+    const timeval limit{20, 0};
+    setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    QByteArray all;
+    ssize_t moved
+        = connect(descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address);
+    if (moved == 0)
+        moved = send(descriptor, request.constData(), size_t(request.size()), MSG_NOSIGNAL);
+    char block[4096];
+    while (moved > 0 && all.count(mark) < marks) {
+        moved = recv(descriptor, block, sizeof block, 0);
+        all.append(block, std::max<ssize_t>(moved, 0));
     }
-    return false;
+    close(descriptor);
+    return all;
 }
 
 // Not QProcess: the thread sanitizer takes the fork that it needs for the end with the parent for
 // one that must not start threads.
-bool PeerProcess::Start(const QString &program, const QStringList &arguments)
+bool PeerProcess::Start(const QStringList &command)
 {
     Kill();
-    QList<QByteArray> texts = {"setpriv", "--pdeathsig", "KILL", program.toLocal8Bit()};
-    for (const QString &argument : arguments)
-        texts << argument.toLocal8Bit();
+    QList<QByteArray> texts = {"setpriv", "--pdeathsig", "KILL"};
+    for (const QString &text : command)
+        texts << text.toLocal8Bit();
     std::vector<char *> argv;
     for (QByteArray &text : texts)
         argv.push_back(text.data());
@@ -88,23 +113,16 @@ bool PeerProcess::Runs()
     return m_runs;
 }
 
+void PeerProcess::Signal(int number)
+{
+    if (Runs())
+        ::kill(m_id, number);
+}
+
 void PeerProcess::Kill()
 {
-    if (!Runs())
-        return;
-    ::kill(m_id, SIGKILL);
-    waitpid(m_id, nullptr, 0);
+    Signal(SIGKILL);
+    if (m_runs)
+        waitpid(m_id, nullptr, 0);
     m_runs = false;
-}
-
-void PeerProcess::Freeze()
-{
-    if (Runs())
-        ::kill(m_id, SIGSTOP);
-}
-
-void PeerProcess::Thaw()
-{
-    if (Runs())
-        ::kill(m_id, SIGCONT);
 }

@@ -5,22 +5,25 @@
 #include <sys/types.h>
 
 /// A program that the tests start and that is gone with them: it is killed when this object goes
-/// and when the test program dies. It can be frozen and thawed.
+/// and when the test program dies.
 class PeerProcess {
 public:
     ~PeerProcess() { Kill(); }
 
-    /// Where a program is; empty when it is not installed.
-    static QString Find(const QString &program);
-    /// A TCP port of 127.0.0.1 that nobody uses at this moment.
+    /// Empty when the program is installed, else a sentence that says that it is not.
+    static QString Missing(const QString &program);
+    /// A socket that listens at a TCP port of 127.0.0.1 that nobody else uses.
+    static int Listen(quint16 *port);
     static quint16 FreePort();
-    /// Whether somebody accepts connections there, tried until that holds or ten seconds are over.
+    /// Whether somebody accepts connections there, tried until that holds.
     static bool AwaitListener(quint16 port);
+    /// What a server of 127.0.0.1 answers, up to the given number of marks; less when it stops.
+    static QByteArray Converse(
+        quint16 port, const QByteArray &request, const QByteArray &mark, int marks);
 
-    bool Start(const QString &program, const QStringList &arguments);
+    bool Start(const QStringList &command);
     void Kill();
-    void Freeze();
-    void Thaw();
+    void Signal(int number);
     qint64 Id() const { return m_id; }
     /// Whether it has not ended yet. Its number is free again once this was false.
     bool Runs();

@@ -1,6 +1,6 @@
 // A process to look into: memory at fixed places below 4 GiB, a counter that runs.
-//   0x20000000  192 KiB; the counter at +0x20; nothing before and behind
-//   0x38000000  4 KiB; nothing before
+//   0x20000000  256 KiB; the counter at +0x20; nothing before and behind
+//   0x7FFF8000  4 KiB; nothing before
 
 #include <cstdint>
 #include <ctime>
@@ -19,7 +19,7 @@ static bool Map(std::uintptr_t address, std::size_t size)
 
 int main()
 {
-    if (!Map(0x20000000, 0x30000) || !Map(0x38000000, 0x1000))
+    if (!Map(0x20000000, 0x40000) || !Map(0x7FFF8000, 0x1000))
         return 1;
     prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY, 0, 0, 0); // where only relatives may look otherwise
     auto *const counter = reinterpret_cast<volatile std::uint32_t *>(0x20000020);

@@ -6,13 +6,15 @@
 
 /// A TCP server of 127.0.0.1 whose every connection is served by one function on a thread of its
 /// own. The function reads and writes through this object and returns when the connection is over.
+/// Clients have to close before this goes.
 class ScriptedPeer {
 public:
-    explicit ScriptedPeer(std::function<void(ScriptedPeer &)> serve);
+    using Serve = std::function<void(ScriptedPeer &)>;
+
+    explicit ScriptedPeer(const Serve &serve);
     ~ScriptedPeer();
 
     quint16 Port() const { return m_port; }
-
     /// Sends all of it. False when the client is gone.
     bool Send(const QByteArray &bytes) const;
     /// What has come, at least one byte; empty when the client is gone.
@@ -23,11 +25,8 @@ public:
     void AwaitClient() const;
 
 private:
-    void Run(const std::function<void(ScriptedPeer &)> &serve);
-
-    int m_listener = -1;
-    int m_client = -1;
-    int m_stop = -1;
     quint16 m_port = 0;
+    int m_listener;
+    int m_client = -1;
     std::thread m_thread;
 };

@@ -1,8 +1,7 @@
-#include "cancelsignal.h"
+#include "backendtools.h"
 #include "gdbbackend.h"
-#include "qemutarget.h"
+#include "probetargets.h"
 
-#include <QtEndian>
 #include <QtTest>
 
 using namespace OpenProbe;
@@ -13,129 +12,85 @@ class GdbQemuTest : public QObject {
 private slots:
     void initTestCase();
     void theFirmwareIsWorthWatching();
-    void aHaltedMachineStaysHalted();
-    void aStopBySomebodyElseStays();
-    void aMachineContinuedBySomebodyElseRunsOn();
-    void theCoreTellsItsIdentity();
+    void aMachineIsLeftAsSomebodyElseWantsIt_data();
+    void aMachineIsLeftAsSomebodyElseWantsIt();
 
 private:
-    std::unique_ptr<GdbBackend> Opened();
     QemuTarget m_target;
-    CancelSignal m_cancel;
 };
 
-static quint32 Word(Backend &backend, quint32 address)
-{
-    std::array<std::uint8_t, 4> data{};
-    return backend.Read(address, data, 4) == 4 ? qFromLittleEndian<quint32>(data.data()) : 0xBADBAD;
-}
-
-static bool PutWord(Backend &backend, quint32 address, quint32 value)
-{
-    std::array<std::uint8_t, 4> data{};
-    qToLittleEndian(value, data.data());
-    return backend.Write(address, data, 4) == 4;
-}
-
-std::unique_ptr<GdbBackend> GdbQemuTest::Opened()
-{
-    Selection selection;
-    selection.kind = TargetKind::Gdb;
-    selection.host = "127.0.0.1";
-    selection.port = m_target.Port();
-    auto backend = std::make_unique<GdbBackend>(selection);
-    const std::string error = backend->Open(m_cancel);
-    if (!error.empty())
-        qWarning("%s", error.c_str());
-    return backend;
-}
+constexpr int kLimitMs = 60'000; // only a failure waits that long
+constexpr quint32 kVector = 0x08000000;
+constexpr quint32 kStack = 0x20008000; // what stands there
 
 void GdbQemuTest::initTestCase()
 {
-    if (!QemuTarget::Missing().isEmpty()) {
-        printf("WHOLE TEST SKIPPED: %s\n", qPrintable(QemuTarget::Missing()));
+    SetPatience(60);
+    const QString missing = m_target.Missing();
+    if (!missing.isEmpty()) {
+        printf("WHOLE TEST SKIPPED: %s\n", qPrintable(missing));
         fflush(stdout);
-        QSKIP("no emulator");
+        QSKIP(qPrintable(missing));
     }
 }
 
 void GdbQemuTest::theFirmwareIsWorthWatching()
 {
     QVERIFY(m_target.Start());
-    const auto backend = Opened();
-    const auto text = [&](quint32 address) {
-        QByteArray bytes(32, '\0');
-        const std::span data(reinterpret_cast<std::uint8_t *>(bytes.data()), 32);
-        return backend->Read(address, data, 0) == 32 ? bytes : "unreadable";
-    };
-    QTRY_COMPARE(text(0x20000000), "DEMO FIRMWARE   CORTEX-M4 LIVE  ");
-    QCOMPARE(text(0x40), "DEMO FIRMWARE   The data that   "); // the flash is mirrored at 0
+    GdbBackend backend(At(m_target.Port()));
+    QCOMPARE(OpenError(backend), QString());
+    QCOMPARE(backend.CoreId() & 0xFF0FFFF0U, 0x410FC240U);
+    QTRY_COMPARE_WITH_TIMEOUT(
+        Bytes(backend, 0x20000000, 32), "DEMO FIRMWARE   CORTEX-M4 LIVE  ", kLimitMs);
+    QCOMPARE(Bytes(backend, 0x40, 16), "DEMO FIRMWARE   "); // the flash is mirrored at 0
     for (const quint32 counter : {0x20U, 0x24U, 0x28U, 0x2CU, 0x30U, 0x34U, 0x4CU}) {
-        const quint32 before = Word(*backend, 0x20000000 + counter);
-        QTRY_VERIFY2(Word(*backend, 0x20000000 + counter) != before,
-            qPrintable(QString::number(counter, 16)));
+        const quint32 before = Word(backend, 0x20000000 + counter);
+        QTRY_VERIFY2_WITH_TIMEOUT(Word(backend, 0x20000000 + counter) != before,
+            qPrintable(QString::number(counter, 16)), kLimitMs);
     }
-    QVERIFY(PutWord(*backend, 0x20000038, 0x12345678));
-    QTRY_COMPARE(Word(*backend, 0x2000003C), ~0x12345678U);
-    quint32 node = Word(*backend, 0x20000200);
-    for (int i = 0; i < 3; ++i) {
-        const quint32 next = Word(*backend, node);
-        QCOMPARE(Word(*backend, next + 4), node);
-        node = next;
+    QCOMPARE(WriteWord(backend, 0x20000038, 0x12345678), 4);
+    QTRY_COMPARE_WITH_TIMEOUT(Word(backend, 0x2000003C), ~0x12345678U, kLimitMs);
+    const quint32 node = Word(backend, 0x20000200);
+    QCOMPARE(Word(backend, Word(backend, node) + 4), node); // a list in both directions
+    backend.Close();
+    QTRY_COMPARE_WITH_TIMEOUT(m_target.RunState(), "running", kLimitMs);
+}
+
+void GdbQemuTest::aMachineIsLeftAsSomebodyElseWantsIt_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<bool>("runs");
+    QTest::newRow("halted from the start") << QStringList("-S") << QByteArray() << false;
+    QTest::newRow("halted meanwhile") << QStringList() << QByteArray("stop") << false;
+    QTest::newRow("let run meanwhile") << QStringList("-S") << QByteArray("cont") << true;
+}
+
+void GdbQemuTest::aMachineIsLeftAsSomebodyElseWantsIt()
+{
+    QFETCH(QStringList, options);
+    QFETCH(QByteArray, command);
+    QFETCH(bool, runs);
+    QVERIFY(m_target.Start(options));
+    for (int round = 0; round < 2; ++round) {
+        GdbBackend backend(At(m_target.Port()));
+        QCOMPARE(OpenError(backend), QString());
+        QCOMPARE(Word(backend, kVector), kStack);
+        if (round == 0 && !command.isEmpty()) {
+            QVERIFY(m_target.Monitor(command).count("\"return\"") == 2);
+            QTRY_COMPARE_WITH_TIMEOUT(m_target.Runs(), runs, kLimitMs);
+        }
+        for (quint32 i = 0; i < 5; ++i) {
+            QCOMPARE(Word(backend, kVector), kStack);
+            QCOMPARE(WriteWord(backend, 0x20009000, i), 4);
+            QCOMPARE(Word(backend, 0x20009000), i);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(m_target.Runs(), runs, kLimitMs);
+        backend.Close();
+        QTRY_COMPARE_WITH_TIMEOUT(m_target.Runs(), runs, kLimitMs);
     }
-    backend->Close();
-    QTRY_COMPARE(m_target.RunState(), "running");
-}
-
-void GdbQemuTest::aHaltedMachineStaysHalted()
-{
-    QVERIFY(m_target.Start(true));
-    QCOMPARE(m_target.RunState(), "prelaunch");
-    for (int round = 0; round < 3; ++round) {
-        const auto backend = Opened();
-        QCOMPARE(Word(*backend, 0x08000000), 0x20008000U);
-        QVERIFY(PutWord(*backend, 0x20009000, quint32(round)));
-        QCOMPARE(Word(*backend, 0x20009000), quint32(round));
-        backend->Close();
-        QVERIFY2(m_target.RunState() != "running", "somebody let it run");
-    }
-}
-
-void GdbQemuTest::aStopBySomebodyElseStays()
-{
-    QVERIFY(m_target.Start());
-    const auto backend = Opened();
-    QVERIFY(Word(*backend, 0x20000000) != 0xBADBAD);
-    QVERIFY(m_target.Monitor("stop"));
-    QCOMPARE(m_target.RunState(), "paused");
-    for (int i = 0; i < 5; ++i)
-        QVERIFY(Word(*backend, 0x20000020) != 0xBADBAD);
-    QCOMPARE(m_target.RunState(), "paused");
-    backend->Close();
-    QCOMPARE(m_target.RunState(), "paused");
-}
-
-void GdbQemuTest::aMachineContinuedBySomebodyElseRunsOn()
-{
-    QVERIFY(m_target.Start(true));
-    const auto backend = Opened();
-    QCOMPARE(Word(*backend, 0x08000000), 0x20008000U);
-    QVERIFY(m_target.Monitor("cont"));
-    QTRY_COMPARE(m_target.RunState(), "running");
-    QCOMPARE(Word(*backend, 0x08000000), 0x20008000U);
-    QTRY_COMPARE(m_target.RunState(), "running");
-    const quint32 before = Word(*backend, 0x20000020);
-    QTRY_VERIFY(Word(*backend, 0x20000020) != before);
-    backend->Close();
-    QTRY_COMPARE(m_target.RunState(), "running");
-}
-
-void GdbQemuTest::theCoreTellsItsIdentity()
-{
-    QVERIFY(m_target.Start());
-    const auto backend = Opened();
-    QCOMPARE(backend->CoreId() & 0xFF0FFFF0U, 0x410FC240U);
-    backend->Close();
+    const QByteArray state = m_target.RunState();
+    QVERIFY2(runs == (state == "running"), state);
 }
 
 QTEST_GUILESS_MAIN(GdbQemuTest)

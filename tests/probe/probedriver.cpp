@@ -6,63 +6,50 @@
 
 #include <array>
 #include <cstdio>
-#include <cstring>
+#include <future>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace {
 
+void Show(long long value)
+{
+    std::printf("= %lld\n", value);
+}
+
 void CallAll()
 {
-    std::array<char, 256> reply{};
-    std::array<std::uint8_t, RANVO_ID_DATA_SIZE> id{};
+    std::array<std::uint32_t, RANVO_ID_DATA_SIZE / 4> id{};
     std::array<std::uint8_t, 4> data{};
-    RanvoDeviceInfo info{};
-    info.sizeOfStruct = RANVO_DEVICE_INFO_SIZE;
-    const char *const error = RANVOARM_Open();
-    std::printf("= %s\n", error ? error : "null");
-    std::printf("= %d\n", RANVOARM_IsConnected());
-    std::printf("= %d\n", RANVOARM_SelectIP("host", 19020));
-    std::printf("= %d\n", RANVOARM_SelectUSB(3));
-    std::printf("= %d\n", RANVOARM_EMU_SelectByUSBSN(4000000000U));
-    const int executed = RANVOARM_ExecCommand("Device = X", reply.data(), 256);
-    std::printf("= %d %s\n", executed, reply.data());
-    std::printf("= %d\n", RANVOARM_SetEndian(1));
-    std::printf("= %d\n", RANVOARM_TIF_Select(3));
-    std::printf("= %d\n", RANVOARM_ConfigJTAG(4, 5));
-    std::printf("= %d\n", RANVOARM_SetSpeed(65535));
-    std::printf("= %d\n", RANVOARM_SetMaxSpeed());
-    std::printf("= %d\n", RANVOARM_Connect());
-    RANVOARM_GetIdData(id.data());
-    std::uint32_t coreId = 0;
-    std::memcpy(&coreId, id.data() + RANVO_ID_DATA_CORE_ID_OFFSET, sizeof coreId);
-    std::printf("= %.8X\n", coreId);
-    std::printf("= %d\n", RANVOARM_GetSpeed());
-    std::printf("= %u\n", RANVOARM_GetHardwareVersion());
-    const int bytesRead = RANVOARM_ReadMemEx(0xFFFFFFFC, 4, data.data(), 2);
-    std::printf("= %d %.2X\n", bytesRead, data[3]);
-    std::printf("= %d\n", RANVOARM_WriteMemEx(0x20000000, 2, "ab", 1));
-    std::printf("= %d\n", RANVOARM_DEVICE_GetInfo(-1, nullptr));
-    const int found = RANVOARM_DEVICE_GetInfo(0, &info);
-    std::printf("= %d %s\n", found, info.name ? info.name : "null");
+    std::array<char, 8> reply{};
+    Show(RANVOARM_Open() != nullptr);
     RANVOARM_Close();
+    Show(RANVOARM_SelectIP("host", 19020));
+    Show(RANVOARM_SelectUSB(3));
+    Show(RANVOARM_EMU_SelectByUSBSN(4000000000U));
+    Show(RANVOARM_ExecCommand("Device = X", reply.data(), 8));
+    Show(RANVOARM_SetEndian(1));
+    Show(RANVOARM_TIF_Select(3));
+    Show(RANVOARM_ConfigJTAG(4, 5));
+    Show(RANVOARM_SetSpeed(65535));
+    Show(RANVOARM_SetMaxSpeed());
+    Show(RANVOARM_Connect());
+    RANVOARM_GetIdData(id.data());
+    Show(RANVOARM_GetSpeed());
+    Show(RANVOARM_GetHardwareVersion());
+    Show(RANVOARM_ReadMemEx(0xFFFFFFFC, 4, data.data(), 2) * 1000 + data[3]);
+    Show(RANVOARM_WriteMemEx(0x20000000, 2, "ab", 1));
+    Show(RANVOARM_DEVICE_GetInfo(-1, nullptr));
 }
 
 /// All threads make their first call at once.
 void CallFromManyThreads()
 {
-    std::vector<std::thread> threads;
-    threads.reserve(4);
-    std::array<int, 4> sums{};
-    for (int &sum : sums) {
-        threads.emplace_back(
-            [&sum] { sum = RANVOARM_SetMaxSpeed() + RANVOARM_Connect() + RANVOARM_GetSpeed(); });
-    }
-    for (std::thread &thread : threads)
-        thread.join();
-    for (const int sum : sums)
-        std::printf("= %d\n", sum);
+    const auto call = [] { return RANVOARM_ConfigJTAG(1, 2) + RANVOARM_IsConnected(); };
+    std::array<std::future<int>, 4> sums;
+    for (auto &sum : sums)
+        sum = std::async(std::launch::async, call);
+    for (auto &sum : sums)
+        Show(sum.get());
 }
 
 } // namespace
@@ -72,17 +59,17 @@ int main(int argc, char **argv)
     for (int i = 1; i < argc; ++i) {
         const std::string what = argv[i];
         if (what == "try")
-            std::printf("= %d\n", PROBE_TryLoadLibrary());
+            Show(PROBE_TryLoadLibrary());
         else if (what == "load")
-            std::printf("= %d\n", PROBE_LoadLibrary(false));
+            Show(PROBE_LoadLibrary(false));
         else if (what == "all")
             CallAll();
         else if (what == "threads")
             CallFromManyThreads();
         else if (what == "open")
-            std::printf("= %s\n", RANVOARM_Open() ? "text" : "null");
+            Show(RANVOARM_Open() != nullptr);
         else
-            std::printf("= %d\n", RANVOARM_IsConnected());
+            Show(RANVOARM_IsConnected());
         std::fflush(stdout);
     }
     return 0;

@@ -1,0 +1,198 @@
+#include "backendtools.h"
+#include "fakestub.h"
+#include "gdbbackend.h"
+#include "peerprocess.h"
+#include "probelibrary.h"
+
+#include <QtTest>
+
+using namespace OpenProbe;
+
+/// Peers that keep to no protocol, at the start and in the middle, on both kinds of connection.
+class BadPeersTest : public QObject {
+    Q_OBJECT
+private slots:
+    void aBadPeerGetsAText_data();
+    void aBadPeerGetsAText();
+    void aPlaceWithoutPeersGetsAText();
+    void aPeerThatTurnsBadIsGivenUp_data();
+    void aPeerThatTurnsBadIsGivenUp();
+};
+
+static std::unique_ptr<Backend> BackendAt(TargetKind kind, quint16 port)
+{
+    Selection selection = At(port);
+    selection.kind = kind;
+    return MakeBackend(selection);
+}
+
+using Answer = std::function<QByteArray(const QByteArray &command)>;
+Q_DECLARE_METATYPE(Answer)
+
+// What OpenOCD's Tcl server with one target answers.
+static QByteArray Polite(const QByteArray &command)
+{
+    if (command == "version")
+        return "Open On-Chip Debugger 0.12.0\x1a";
+    if (command == "target names")
+        return "cpu\x1a";
+    if (command.endsWith("curstate"))
+        return "running\x1a";
+    return command.startsWith("read_memory") ? "0x1\x1a" : "\x1a";
+}
+
+static void ServeTcl(ScriptedPeer &peer, const Answer &answer)
+{
+    QByteArray input;
+    for (QByteArray more; !(more = peer.Receive()).isEmpty();) {
+        input += more;
+        for (qsizetype end = 0; (end = input.indexOf('\x1a')) >= 0; input.remove(0, end + 1)) {
+            if (!peer.Send(answer(input.left(end))))
+                return;
+        }
+    }
+}
+
+Q_DECLARE_METATYPE(ScriptedPeer::Serve)
+
+void BadPeersTest::aBadPeerGetsAText_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<ScriptedPeer::Serve>("serve");
+    QTest::addColumn<QString>("text");
+    const QString noStub = "%1 accepted the connection but does not answer as a debug stub"
+                           " (another debugger may hold it).";
+    const QString noServer = "%1 accepted the connection but does not answer as OpenOCD's Tcl "
+                             "server. For a debug stub use gdb:HOST:PORT.";
+    enum After { Waits, HangsUp, GoesOn };
+    const auto row = [&](const char *name, const QByteArray &says, After after) {
+        const ScriptedPeer::Serve serve = [=](ScriptedPeer &peer) {
+            peer.Send(says);
+            if (after == Waits)
+                peer.AwaitClient();
+            while (after == GoesOn && peer.Send(says.right(4096))) { }
+        };
+        QTest::addRow("stub: %s", name) << int(TargetKind::Gdb) << serve << noStub;
+        QTest::addRow("server: %s", name) << int(TargetKind::Tcl) << serve << noServer;
+    };
+    row("says nothing", "", Waits);
+    row("hangs up", "", HangsUp);
+    row("another protocol", "HTTP/1.1 400 Bad Request\r\nConnection: close\r\n\r\n", Waits);
+    row("endless noise", QByteArray(4096, 'x'), GoesOn);
+    row("an endless packet", "$" + QByteArray(4096, 'x'), GoesOn);
+    row("endless acknowledgements", QByteArray(4096, '+'), GoesOn);
+    row("endless stops", QByteArray("$S05#b8").repeated(100), GoesOn);
+    row("endless packets with wrong checksums", "+$OK#00", GoesOn);
+    row("half a packet", "+$PacketSi", Waits);
+    row("half a packet and gone", "+$PacketSi", HangsUp);
+    row("more answers than questions", "Open On-Chip Debugger\x1amore\x1a", Waits);
+    const auto server = [](const char *name, const Answer &answer, const QString &text) {
+        const ScriptedPeer::Serve serve = [=](ScriptedPeer &peer) { ServeTcl(peer, answer); };
+        QTest::addRow("server: %s", name) << int(TargetKind::Tcl) << serve << text;
+    };
+    const Answer noTarget = [](const QByteArray &command) {
+        return command == "target names" ? QByteArray("\x1a") : Polite(command);
+    };
+    server("no target", noTarget,
+        "OpenOCD at %1 has no target. Start it with your chip's file, e.g. -f "
+        "target/stm32f4x.cfg.");
+    const Answer noBoard = [](const QByteArray &command) {
+        const bool asksTheBoard = command.startsWith("read") || command.endsWith("curstate");
+        return asksTheBoard ? QByteArray("unknown\x1a") : Polite(command);
+    };
+    server("no board", noBoard,
+        "OpenOCD at %1 does not reach its target (cpu). Is the board powered and connected?");
+}
+
+void BadPeersTest::aBadPeerGetsAText()
+{
+    SetPatience(1);
+    QFETCH(int, kind);
+    QFETCH(ScriptedPeer::Serve, serve);
+    QFETCH(QString, text);
+    if (text.contains("target"))
+        SetPatience(60); // these answer, if late
+    ScriptedPeer peer(serve);
+    const auto backend = BackendAt(TargetKind(kind), peer.Port());
+    QCOMPARE(OpenError(*backend), text.arg(QString("127.0.0.1:%1").arg(peer.Port())));
+    backend->Close();
+}
+
+void BadPeersTest::aPlaceWithoutPeersGetsAText()
+{
+    const quint16 port = PeerProcess::FreePort();
+    const QString refused
+        = QString("Nothing accepts a connection at 127.0.0.1:%1 (refused). ").arg(port);
+    QCOMPARE(OpenError(*BackendAt(TargetKind::Gdb, port)),
+        refused + QString("Start the target, e.g. qemu-system-arm ... -gdb tcp::%1.").arg(port));
+    QCOMPARE(OpenError(*BackendAt(TargetKind::Tcl, port)),
+        refused
+            + "Start OpenOCD for your board, e.g. openocd -f board.cfg; its Tcl server is at "
+              "port 6666.");
+    const auto nowhere = MakeBackend(ParseSelector("no-such-host.invalid", 0));
+    QCOMPARE(OpenError(*nowhere),
+        "No address for host \"no-such-host.invalid\". Check its "
+        "spelling or type its number, e.g. 192.168.0.10.");
+}
+
+void BadPeersTest::aPeerThatTurnsBadIsGivenUp_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<QByteArray>("spoiled");
+    QTest::addColumn<bool>("hangsUp");
+    QTest::addColumn<bool>("lost");
+    const auto stub = [](const char *name, const QByteArray &spoiled, bool hangsUp, bool lost) {
+        QTest::addRow("stub: %s", name) << int(TargetKind::Gdb) << spoiled << hangsUp << lost;
+    };
+    stub("silence", "+", false, true);
+    stub("hangs up", "$00", true, true);
+    stub("half a reply", "$0011", false, true);
+    stub("wrong checksums", QByteArray("$0011#00").repeated(5), false, true);
+    stub("endless", QByteArray(40'000, 'x'), false, true);
+    stub("longer than any packet", "$" + QByteArray(40'000, '0') + "#00", false, true);
+    stub("the target has ended", "$W00#b7", true, true);
+    stub("more bytes than asked for", "$001122334455#5e", false, false);
+    stub("no hex digits", "$zzzzzzzz#d0", false, false);
+    stub("not supported", "$#00", false, false);
+    const auto server = [](const char *name, const QByteArray &spoiled, bool lost) {
+        QTest::addRow("server: %s", name) << int(TargetKind::Tcl) << spoiled << false << lost;
+    };
+    server("silence", "", true);
+    server("half an answer", "0x1", true);
+    server("never ends", QByteArray(200'000, '0'), true);
+    server("one answer too many", "0x1\x1a 0x2\x1a", true);
+    server("an error", "read_memory: failed to read memory\x1a", false);
+    server("too many numbers", "0x1 0x2\x1a", false);
+    server("an empty answer", "\x1a", false);
+}
+
+void BadPeersTest::aPeerThatTurnsBadIsGivenUp()
+{
+    SetPatience(60);
+    QFETCH(int, kind);
+    QFETCH(QByteArray, spoiled);
+    QFETCH(bool, hangsUp);
+    QFETCH(bool, lost);
+    FakeStub::Manners manners;
+    manners.hangUpAfterSpoiled = hangsUp;
+    manners.spoil = [&](const QByteArray &request) {
+        return request.startsWith("m1") ? spoiled : QByteArray();
+    };
+    FakeStub stub(manners);
+    ScriptedPeer server([&](ScriptedPeer &self) {
+        ServeTcl(self, [&](const QByteArray &command) {
+            return command.startsWith("read_memory 0x1000 ") ? spoiled : Polite(command);
+        });
+    });
+    const bool isStub = TargetKind(kind) == TargetKind::Gdb;
+    const auto backend = BackendAt(TargetKind(kind), isStub ? stub.Port() : server.Port());
+    QCOMPARE(OpenError(*backend), QString());
+    if (lost)
+        SetPatience(1); // nothing more will come
+    QCOMPARE(Bytes(*backend, 0x1000, 1), lost ? "result -1" : "result 0");
+    QCOMPARE(backend->Alive(), !lost);
+    backend->Close();
+}
+
+QTEST_GUILESS_MAIN(BadPeersTest)
+#include "tst_badpeers.moc"
