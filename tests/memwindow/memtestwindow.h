@@ -10,10 +10,10 @@
 
 #include <QAction>
 #include <QPlainTextEdit>
+#include <QScrollBar>
 #include <QSettings>
 #include <QtTest>
 
-#include <map>
 #include <memory>
 
 /// A memory window of 16 bytes a row over a fake target, on a first start, and what a user does
@@ -26,8 +26,10 @@ struct MemTestWindow {
     std::unique_ptr<CHexEditor> owner = std::make_unique<CHexEditor>();
     CHexEditor &window = *owner;
     QPlainTextEdit *view = window.findChild<QPlainTextEdit *>("pTextEditor");
+    QScrollBar *scrollBar = window.findChild<QScrollBar *>("pScrollBar");
     CEditOverlay *overlay = window.findChild<CEditOverlay *>();
     QComboBox *addressBox = window.findChild<QComboBox *>("pEditBoxAddr");
+    QComboBox *rates = window.findChild<QComboBox *>("pRefreshBox");
     int widthPx = 0; // of a character cell
     int heightPx = 0;
     bool bigEndian = false;
@@ -45,13 +47,13 @@ struct MemTestWindow {
         widthPx = view->fontMetrics().horizontalAdvance(u'0');
     }
 
+    /// Jumps and forgets the reads so far.
     void GoTo(std::uint64_t address)
     {
         window.GoTo(address, true, false);
         QApplication::processEvents();
         target.reads.clear();
     }
-    void SetBytesPerItem(int bytes) { window.SetBytesPerItem(bytes); }
     void SetBigEndian(bool isBigEndian)
     {
         bigEndian = isBigEndian;
@@ -60,6 +62,35 @@ struct MemTestWindow {
     QAction *Action(const char *name) const
     {
         return window.findChild<QAction *>(QStringLiteral("pActionMemory") + QLatin1String(name));
+    }
+    void Trigger(const char *action) const { Action(action)->trigger(); }
+    /// Lets the refresh timer fire, as often as told.
+    void Tick(int times = 1)
+    {
+        for (; times > 0; --times) {
+            window.OnAutoUpdateTimerTimeout();
+            QApplication::processEvents();
+        }
+    }
+
+    void Key(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
+    {
+        QTest::keyClick(view, key, modifiers);
+    }
+    void Wheel(int units)
+    {
+        const QPointF position(50, 50);
+        QWheelEvent event(position, view->viewport()->mapToGlobal(position), {}, {0, units},
+            Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(view->viewport(), &event);
+    }
+    void Mouse(QEvent::Type type, QPoint position, Qt::KeyboardModifiers modifiers = {})
+    {
+        const bool move = type == QEvent::MouseMove;
+        QMouseEvent event(type, position, view->viewport()->mapToGlobal(position),
+            move ? Qt::NoButton : Qt::LeftButton,
+            type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton, modifiers);
+        QApplication::sendEvent(view->viewport(), &event);
     }
 
     /// Where the window's bytes stand, worked out from its size alone.
@@ -70,27 +101,29 @@ struct MemTestWindow {
         m_geometry.SetViewSize(view->width(), view->height());
         return {m_geometry, window.BaseAddress(), bigEndian};
     }
+    /// The middle of a character cell, in the viewport.
     QPoint CellCentre(int row, int column) const
     {
         return {2 + column * widthPx + widthPx / 2, row * heightPx + heightPx / 2};
     }
-    void Click(int row, int column) const
-    {
-        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, CellCentre(row, column));
-    }
-    /// Drags the mouse from one byte's first cell to another's last.
-    void Select(std::uint64_t from, std::uint64_t to)
+    /// The middle of the cell that shows a digit of a byte, or with digit -1 its character.
+    QPoint ByteCentre(std::uint64_t address, int digit = 0)
     {
         const CellMap cells = Cells();
-        const auto centre = [&](std::uint64_t address) {
-            return CellCentre(int(cells.RowOfAddress(address)), cells.HexColumn(address, 0));
-        };
-        QTest::mousePress(view->viewport(), Qt::LeftButton, {}, centre(from));
-        QMouseEvent move(QEvent::MouseMove, centre(to) + QPoint(6, 0),
-            view->viewport()->mapToGlobal(centre(to)), Qt::NoButton, Qt::LeftButton, {});
-        QApplication::sendEvent(view->viewport(), &move);
-        QApplication::sendEvent(view->viewport(), &move);
-        QTest::mouseRelease(view->viewport(), Qt::LeftButton, {}, centre(to));
+        return CellCentre(int(cells.RowOfAddress(address)),
+            digit < 0 ? cells.TextColumn(address) : cells.HexColumn(address, digit));
+    }
+    void ClickByte(std::uint64_t address, int digit = 0)
+    {
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, ByteCentre(address, digit));
+    }
+    /// Drags the mouse from one byte's first cell to another's.
+    void Select(std::uint64_t from, std::uint64_t to)
+    {
+        Mouse(QEvent::MouseButtonPress, ByteCentre(from));
+        for (const int offset : {6, 6}) // the first move only starts the selection
+            Mouse(QEvent::MouseMove, ByteCentre(to) + QPoint(offset, 0));
+        Mouse(QEvent::MouseButtonRelease, ByteCentre(to));
     }
 
     /// The text that a row is painted with.
@@ -109,11 +142,12 @@ struct MemTestWindow {
         return Row(int(cells.RowOfAddress(address)))
             .mid(cells.ItemColumn(address), 2 * window.BytesPerItem());
     }
-    /// "address:bytes" for each write so far.
-    QString Writes() const
+    PageRange LastRead() const { return {target.reads.back().address, target.reads.back().length}; }
+    /// "address:bytes" for each write since the last look.
+    QString TakeWrites()
     {
         QStringList writes;
-        for (const FakeTarget::Call &write : target.writes)
+        for (const FakeTarget::Call &write : std::exchange(target.writes, {}))
             writes << QString::number(write.address, 16).toUpper() + u':'
                     + QString::fromLatin1(write.written.toHex().toUpper());
         return writes.join(u' ');

@@ -56,49 +56,38 @@ class ClipboardX11Test : public QObject {
     Q_OBJECT
 
 private slots:
-    void anotherProgramGetsTheBytes_data();
-    void anotherProgramGetsTheBytes();
-    void textsOfAnotherProgramArePastedAsTheirBytes();
+    void bytesGoToAnotherProgramAndBack()
+    {
+        QClipboard *clipboard = QGuiApplication::clipboard();
+        for (const int count : {1, 255, 256, 4097, 65536}) {
+            const QByteArray bytes = AllByteValues(count);
+            clipboard->setMimeData(CLIP_BinaryData(bytes).release());
+            QVERIFY(RunXclip({"-o", "-t", "TARGETS"}).contains("application/octet-stream"));
+            QVERIFY(RunXclip({"-o", "-t", "application/octet-stream"}) == bytes);
+
+            const std::span span(
+                reinterpret_cast<const std::uint8_t *>(bytes.data()), std::size_t(count));
+            const QByteArray list = CLIP_InitializerList(span, 1, 16);
+            clipboard->setMimeData(CLIP_RawTextData(list).release());
+            QVERIFY(RunXclip({"-o", "-t", "text/plain"}) == list);
+
+            const QString hex = QString::fromLatin1(bytes.toHex(' '));
+            clipboard->setMimeData(CLIP_TextData(hex).release());
+            QVERIFY(RunXclip({"-o", "-t", "UTF8_STRING"}) == hex.toUtf8()); // what editors ask for
+
+            CopyInXclip("application/octet-stream", bytes);
+            QVERIFY(PasteBytes() == bytes);
+        }
+    }
+
+    void textsOfAnotherProgramArePastedAsTheirBytes()
+    {
+        CopyInXclip("text/plain", "AB\n\xC3\xBC");
+        QCOMPARE(PasteBytes().value(), "AB\n\xC3\xBC");
+        CopyInXclip("image/png", "no real picture");
+        QVERIFY(!PasteBytes());
+    }
 };
-
-void ClipboardX11Test::anotherProgramGetsTheBytes_data()
-{
-    QTest::addColumn<int>("count");
-    for (const int count : {1, 255, 256, 4097, 65536})
-        QTest::addRow("%d bytes", count) << count;
-}
-
-void ClipboardX11Test::anotherProgramGetsTheBytes()
-{
-    QFETCH(int, count);
-    const QByteArray bytes = AllByteValues(count);
-    QClipboard *clipboard = QGuiApplication::clipboard();
-
-    clipboard->setMimeData(CLIP_BinaryData(bytes).release());
-    QCOMPARE(RunXclip({"-o", "-t", "TARGETS"}).contains("application/octet-stream"), true);
-    QVERIFY(RunXclip({"-o", "-t", "application/octet-stream"}) == bytes);
-
-    const std::span span(
-        reinterpret_cast<const std::uint8_t *>(bytes.data()), static_cast<std::size_t>(count));
-    const QByteArray list = CLIP_InitializerList(span, 1, 16);
-    clipboard->setMimeData(CLIP_RawTextData(list).release());
-    QVERIFY(RunXclip({"-o", "-t", "text/plain"}) == list);
-
-    const QString hex = QString::fromLatin1(bytes.toHex(' '));
-    clipboard->setMimeData(CLIP_TextData(hex).release());
-    QVERIFY(RunXclip({"-o", "-t", "UTF8_STRING"}) == hex.toUtf8()); // what editors ask for
-}
-
-void ClipboardX11Test::textsOfAnotherProgramArePastedAsTheirBytes()
-{
-    CopyInXclip("text/plain", "AB\n\xC3\xBC");
-    QCOMPARE(PasteBytes().value(), "AB\n\xC3\xBC");
-    const QByteArray binary = AllByteValues(4097);
-    CopyInXclip("application/octet-stream", binary);
-    QVERIFY(PasteBytes() == binary);
-    CopyInXclip("image/png", "no real picture");
-    QVERIFY(!PasteBytes());
-}
 
 int main(int argc, char **argv)
 {

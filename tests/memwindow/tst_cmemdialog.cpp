@@ -25,11 +25,9 @@ struct Fields {
                        : QTest::keyClicks(Box(name), text);
     }
     QString Range() const { return start->text() + u'|' + end->text() + u'|' + size->text(); }
-    bool CanAccept() const
+    QPushButton *Ok() const
     {
-        return dialog.findChild<QDialogButtonBox *>("buttonBox")
-            ->button(QDialogButtonBox::Ok)
-            ->isEnabled();
+        return dialog.findChild<QDialogButtonBox *>("buttonBox")->button(QDialogButtonBox::Ok);
     }
 
     CMemDialog dialog;
@@ -44,132 +42,94 @@ class MemDialogTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void eachModeHasItsTextsAndFields_data();
-    void eachModeHasItsTextsAndFields();
-    void typingBringsTheOtherFieldsInLine();
-    void okIsOfferedForSoundInputOnly();
-    void loadingTakesTheSizeFromTheFile();
-    void aFillValueIsTheLowestByteOfA32BitNumber();
+    void eachModeHasItsTextsAndFields()
+    {
+        const char *texts[] = {"Load Memory Data|Load|File:", "Save Memory Data|Save|File:",
+            "Fill Memory|Fill|Fill Value:"};
+        for (int mode = 0; mode < 3; ++mode) {
+            Fields fields(static_cast<MemDialogMode>(mode));
+            const QString label = fields.dialog.findChild<QLabel *>()->text(); // the first one
+            QCOMPARE(fields.dialog.windowTitle() + u'|' + fields.Ok()->text() + u'|' + label,
+                texts[mode]);
+            QCOMPARE(fields.end->isEnabled() && fields.size->isEnabled(), mode != 0);
+            QVERIFY(fields.start->isEnabled());
+            QCOMPARE(
+                fields.dialog.findChild<QPushButton *>("pButtonSelectFile")->isHidden(), mode == 2);
+        }
+    }
+
+    void typingBringsTheOtherFieldsInLine()
+    {
+        Fields fields(MemDialogMode::Save);
+        fields.dialog.SetStartAddress(0x20000000);
+        fields.dialog.SetSize(0x100);
+        QCOMPARE(fields.Range(), "20000000|200000FF|00000100");
+        const char *start = "pEditBoxAddr";
+        const char *end = "editBoxEndAddr";
+        const char *size = "pEditBoxSize";
+        const std::array<const char *, 3> steps[]
+            = {{start, "fffffff0", "fffffff0|1000000EF|00000100"}, // typed text stays as typed
+                {end, "ffffffff", "fffffff0|ffffffff|00000010"}, {end, "10", "fffffff0|10|"},
+                {end, "", "fffffff0||"}, {size, "0", "fffffff0|FFFFFFF0|0"},
+                {start, "1000", "1000||0"}, // a size of 0 means two things, on purpose
+                {size, "FFFFFFFFFFFFFFFF", "1000||FFFFFFFFFFFFFFFF"},
+                {size, "xyz", "1000|00001000|xyz"}};
+        for (const auto &[box, text, range] : steps) {
+            fields.Type(box, text);
+            QCOMPARE(fields.Range(), range);
+        }
+        QCOMPARE(fields.dialog.GetSize(), 0U);
+    }
+
+    void okIsOfferedForSoundInputOnly()
+    {
+        Fields save(MemDialogMode::Save);
+        save.dialog.SetStartAddress(0xFFFFFF00);
+        save.dialog.SetSize(0x100);
+        QVERIFY(!save.Ok()->isEnabled()); // no file name yet
+        const std::tuple<const char *, const char *, bool> steps[]
+            = {{"pEditBoxGenVal", "data.bin", true},
+                {"pEditBoxSize", "101", false}, // one byte past the end of the space
+                {"pEditBoxSize", "0", false}, {"pEditBoxSize", "1", true},
+                {"pEditBoxAddr", "main", false}};
+        for (const auto &[box, text, isSound] : steps) {
+            save.Type(box, text);
+            QVERIFY2(save.Ok()->isEnabled() == isSound, text);
+        }
+        Fields fill(MemDialogMode::Fill);
+        fill.dialog.SetStartAddress(0);
+        fill.dialog.SetSize(3);
+        const std::tuple<const char *, bool, int> values[]
+            = {{"FF", true, 0xFF}, {"0x1fE", true, 0xFE}, {"ffffffff", true, 0xFF}, {"0", true, 0},
+                {"", false, 0}, {"G", false, 0}, {"1000000AB", false, 0}, {"-1", false, 0}};
+        for (const auto &[value, isSound, byte] : values) {
+            fill.Type("pEditBoxGenVal", value);
+            QVERIFY2(fill.Ok()->isEnabled() == isSound, value);
+            QCOMPARE(int{FillByte(value)}, byte);
+        }
+    }
+
+    void loadingTakesTheSizeFromTheFile()
+    {
+        QTemporaryDir folder;
+        const QString name = folder.filePath("ten.bin");
+        QFile file(name);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("0123456789") == 10);
+        file.close();
+
+        Fields load(MemDialogMode::Load);
+        load.dialog.SetStartAddress(0x100);
+        QVERIFY(!load.Ok()->isEnabled());
+        load.dialog.SetFileName(name);
+        QCOMPARE(load.Range(), "00000100|00000109|0000000A");
+        QVERIFY(load.Ok()->isEnabled());
+        load.Type("pEditBoxGenVal", folder.path()); // a folder
+        QVERIFY(!load.Ok()->isEnabled());
+        load.Type("pEditBoxGenVal", name); // typed by hand, the size follows as well
+        QCOMPARE(load.dialog.GetSize(), 10U);
+        QVERIFY(load.Ok()->isEnabled());
+    }
 };
-
-void MemDialogTest::eachModeHasItsTextsAndFields_data()
-{
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<QString>("texts");
-    QTest::addColumn<bool>("takesRange");
-    QTest::newRow("load") << 0 << "Load Memory Data|Load|File:" << false;
-    QTest::newRow("save") << 1 << "Save Memory Data|Save|File:" << true;
-    QTest::newRow("fill") << 2 << "Fill Memory|Fill|Fill Value:" << true;
-}
-
-void MemDialogTest::eachModeHasItsTextsAndFields()
-{
-    QFETCH(int, mode);
-    QFETCH(bool, takesRange);
-    Fields fields(static_cast<MemDialogMode>(mode));
-    QString label;
-    for (const QLabel *candidate : fields.dialog.findChildren<QLabel *>()) {
-        if (candidate->buddy() == fields.Box("pEditBoxGenVal"))
-            label = candidate->text();
-    }
-    const QString ok = fields.dialog.findChild<QDialogButtonBox *>("buttonBox")
-                           ->button(QDialogButtonBox::Ok)
-                           ->text();
-    QTEST(fields.dialog.windowTitle() + u'|' + ok + u'|' + label, "texts");
-    QCOMPARE(fields.end->isEnabled(), takesRange);
-    QCOMPARE(fields.size->isEnabled(), takesRange);
-    QVERIFY(fields.start->isEnabled());
-    QCOMPARE(fields.dialog.findChild<QPushButton *>("pButtonSelectFile")->isHidden(), mode == 2);
-}
-
-void MemDialogTest::typingBringsTheOtherFieldsInLine()
-{
-    Fields fields(MemDialogMode::Save);
-    fields.dialog.SetStartAddress(0x20000000);
-    fields.dialog.SetSize(0x100);
-    QCOMPARE(fields.Range(), "20000000|200000FF|00000100");
-
-    fields.Type("pEditBoxAddr", "fffffff0");
-    QCOMPARE(fields.Range(), "fffffff0|1000000EF|00000100"); // typed text stays as typed
-    fields.Type("editBoxEndAddr", "ffffffff");
-    QCOMPARE(fields.Range(), "fffffff0|ffffffff|00000010");
-    fields.Type("editBoxEndAddr", "10");
-    QCOMPARE(fields.Range(), "fffffff0|10|");
-    fields.Type("editBoxEndAddr", "");
-    QCOMPARE(fields.Range(), "fffffff0||");
-
-    fields.Type("pEditBoxSize", "0");
-    QCOMPARE(fields.Range(), "fffffff0|FFFFFFF0|0");
-    fields.Type("pEditBoxAddr", "1000"); // a size of 0 means two things, on purpose
-    QCOMPARE(fields.Range(), "1000||0");
-    fields.Type("pEditBoxSize", "FFFFFFFFFFFFFFFF");
-    QCOMPARE(fields.Range(), "1000||FFFFFFFFFFFFFFFF");
-    QCOMPARE(fields.dialog.GetSize(), ~0ULL);
-    fields.Type("pEditBoxSize", "xyz");
-    QCOMPARE(fields.Range(), "1000|00001000|xyz");
-    QCOMPARE(fields.dialog.GetSize(), 0U);
-}
-
-void MemDialogTest::okIsOfferedForSoundInputOnly()
-{
-    Fields save(MemDialogMode::Save);
-    save.dialog.SetStartAddress(0xFFFFFF00);
-    save.dialog.SetSize(0x100);
-    QVERIFY(!save.CanAccept()); // no file name yet
-    save.Type("pEditBoxGenVal", "data.bin");
-    QVERIFY(save.CanAccept());
-    save.Type("pEditBoxSize", "101"); // one byte past the end of the space
-    QVERIFY(!save.CanAccept());
-    save.Type("pEditBoxSize", "0");
-    QVERIFY(!save.CanAccept());
-    save.Type("pEditBoxSize", "1");
-    QVERIFY(save.CanAccept());
-    save.Type("pEditBoxAddr", "main");
-    QVERIFY(!save.CanAccept());
-
-    Fields fill(MemDialogMode::Fill);
-    fill.dialog.SetStartAddress(0);
-    fill.dialog.SetSize(3);
-    for (const char *value : {"FF", "0x1FF", "ffffffff", "0"}) {
-        fill.Type("pEditBoxGenVal", value);
-        QVERIFY2(fill.CanAccept(), value);
-    }
-    for (const char *value : {"", "G", "100000000", "-1"}) {
-        fill.Type("pEditBoxGenVal", value);
-        QVERIFY2(!fill.CanAccept(), value);
-    }
-}
-
-void MemDialogTest::loadingTakesTheSizeFromTheFile()
-{
-    QTemporaryDir folder;
-    const QString name = folder.filePath("ten.bin");
-    QFile file(name);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("0123456789") == 10);
-    file.close();
-
-    Fields load(MemDialogMode::Load);
-    load.dialog.SetStartAddress(0x100);
-    QVERIFY(!load.CanAccept());
-    load.dialog.SetFileName(name);
-    QCOMPARE(load.Range(), "00000100|00000109|0000000A");
-    QVERIFY(load.CanAccept());
-    load.Type("pEditBoxGenVal", folder.path()); // a folder
-    QVERIFY(!load.CanAccept());
-    load.Type("pEditBoxGenVal", name); // typed by hand, the size follows as well
-    QCOMPARE(load.dialog.GetSize(), 10U);
-    QCOMPARE(load.dialog.GenericValue(), name);
-    QVERIFY(load.CanAccept());
-}
-
-void MemDialogTest::aFillValueIsTheLowestByteOfA32BitNumber()
-{
-    QCOMPARE(int{FillByte("FF")}, 0xFF);
-    QCOMPARE(int{FillByte("1234")}, 0x34);
-    QCOMPARE(int{FillByte("0x1ff")}, 0xFF);
-    QCOMPARE(int{FillByte("1000000AB")}, 0);
-    QCOMPARE(int{FillByte("no number")}, 0);
-}
 
 QTEST_MAIN(MemDialogTest)
 #include "tst_cmemdialog.moc"

@@ -3,22 +3,15 @@
 
 #include <QtTest>
 
-class NavigationTest : public QObject {
-    Q_OBJECT
+namespace {
 
-private slots:
-    void upAndDownScrollAtTheEdgesInsteadOfMoving();
-    void rightVisitsTheDigitsInScreenOrder_data();
-    void rightVisitsTheDigitsInScreenOrder();
-    void theLastRowOfTheSpaceCanBeReached();
-    void pageKeysMovePageAndCursorTogether();
-    void homeAndEndGoToTheRowsOuterDigits();
-    void scrollingStopsAtBothEndsOfTheSpace();
-    void noKeyLeavesTheAddressSpace();
-};
+using Key = CursorMove (Navigation::*)(EditCursor) const;
 
-// Ten rows of sixteen bytes, the last one partly visible.
-static ViewGeometry Geometry(int bytesPerItem = 1)
+constexpr std::uint64_t kLastPage = 0xFFFF'FF60; // of ten rows
+constexpr std::uint64_t kLastScroll = 0xFFFF'FF70;
+
+/// Ten rows of sixteen bytes, the last one partly visible.
+ViewGeometry Geometry(int bytesPerItem = 1)
 {
     ViewGeometry geometry;
     geometry.SetCharacterSize(8, 16);
@@ -27,152 +20,123 @@ static ViewGeometry Geometry(int bytesPerItem = 1)
     return geometry;
 }
 
-static Navigation At(const ViewGeometry &geometry, std::uint64_t base, bool bigEndian = false)
-{
-    return {geometry, geometry.PageAt(base), bigEndian};
-}
+/// The view and its cursor, moved as the window moves them.
+struct View {
+    ViewGeometry geometry;
+    bool bigEndian = false;
+    std::uint64_t base = 0;
+    EditCursor cursor;
 
-void NavigationTest::upAndDownScrollAtTheEdgesInsteadOfMoving()
-{
-    const ViewGeometry geometry = Geometry();
-    const Navigation keys = At(geometry, 0x1000);
-    const CursorMove atTop = keys.Up({0x1005, 1, false});
-    QCOMPARE(atTop.scrollRows, 1);
-    QCOMPARE(atTop.cursor, (EditCursor{0x1005, 1, false}));
-    QCOMPARE(keys.Up({0x1015, 1, false}).cursor.address, 0x1005ULL);
-    const CursorMove atBottom = keys.Down({0x1080, 0, false}); // row 8, the last whole one
-    QCOMPARE(atBottom.scrollRows, -1);
-    QCOMPARE(atBottom.cursor.address, 0x1080ULL);
-    QCOMPARE(keys.Down({0x1070, 0, false}).cursor.address, 0x1080ULL);
-    QCOMPARE(At(geometry, 0).Up({3, 0, false}).cursor.address, 3ULL);
-}
-
-void NavigationTest::rightVisitsTheDigitsInScreenOrder_data()
-{
-    QTest::addColumn<int>("bytesPerItem");
-    QTest::addColumn<bool>("bigEndian");
-    for (const int bytesPerItem : {1, 2, 4}) {
-        for (const bool bigEndian : {false, true})
-            QTest::addRow("%d bytes, %s", bytesPerItem, bigEndian ? "big" : "little")
-                << bytesPerItem << bigEndian;
-    }
-}
-
-void NavigationTest::rightVisitsTheDigitsInScreenOrder()
-{
-    QFETCH(int, bytesPerItem);
-    QFETCH(bool, bigEndian);
-    const ViewGeometry geometry = Geometry(bytesPerItem);
-    const Navigation keys = At(geometry, 0x1000, bigEndian);
-    const CellMap cells(geometry, 0x1000, bigEndian);
-    EditCursor cursor = keys.RowHome({0x1000, 0, false}).cursor;
-    int column = 9;
-    for (int row = 0; row < 3; ++row, column = 9) {
-        for (int digit = 0; digit < 32; ++digit) {
-            QCOMPARE(cells.RowOfAddress(cursor.address), qint64(row));
-            const int next = cells.HexColumn(cursor.address, cursor.digit);
-            QVERIFY(next > column);
-            column = next;
-            const CursorMove move = keys.Right(cursor);
-            QCOMPARE(keys.Left(move.cursor).cursor, cursor); // Left undoes Right
-            cursor = move.cursor;
-        }
-    }
-}
-
-void NavigationTest::theLastRowOfTheSpaceCanBeReached()
-{
-    const ViewGeometry geometry = Geometry();
-    for (const bool inTextColumn : {false, true}) {
-        std::uint64_t base = geometry.LastPageBase();
-        EditCursor cursor{0xFFFF'FFDF, 1, inTextColumn};
-        for (int step = 0; step < 100; ++step) {
-            const Navigation keys = At(geometry, base);
-            const CursorMove move = keys.Right(cursor);
-            cursor = move.cursor;
-            base = keys.ScrolledBase(move.scrollRows);
-        }
-        QCOMPARE(cursor.address, 0xFFFF'FFFFULL);
-        QCOMPARE(base, geometry.LastScrollBase());
-    }
-    EditCursor cursor{0xFFFF'FFE3, 0, false};
-    std::uint64_t base = geometry.LastPageBase();
-    for (int step = 0; step < 5; ++step) {
-        const Navigation keys = At(geometry, base);
-        const CursorMove move = keys.Down(cursor);
+    void Press(Key key)
+    {
+        const Navigation keys(geometry, geometry.PageAt(base), bigEndian);
+        const CursorMove move = (keys.*key)(cursor);
         cursor = move.cursor;
-        base = keys.ScrolledBase(move.scrollRows);
+        base = move.scrollRows != 0 ? keys.ScrolledBase(move.scrollRows) : move.pageBase;
     }
-    QCOMPARE(cursor.address, 0xFFFF'FFF3ULL);
-}
+};
 
-void NavigationTest::pageKeysMovePageAndCursorTogether()
-{
-    const ViewGeometry geometry = Geometry();
-    const CursorMove down = At(geometry, 0x1000).PageDown({0x1012, 1, false});
-    QCOMPARE(down.pageBase, 0x1090ULL);
-    QCOMPARE(down.cursor.address, 0x10A2ULL);
-    const CursorMove up = At(geometry, 0x1090).PageUp(down.cursor);
-    QCOMPARE(up.pageBase, 0x1000ULL);
-    QCOMPARE(up.cursor.address, 0x1012ULL);
-    const CursorMove nearZero = At(geometry, 0x20).PageUp({0x45, 0, false});
-    QCOMPARE(nearZero.pageBase, 0ULL);
-    QCOMPARE(nearZero.cursor.address, 0x25ULL);
-    QCOMPARE(At(geometry, 0).PageUp({0x45, 0, false}).cursor.address, 0x45ULL);
-    const CursorMove atEnd
-        = At(geometry, geometry.LastPageBase()).PageDown({0xFFFF'FFE3, 0, false});
-    QCOMPARE(atEnd.pageBase, geometry.LastPageBase());
-    QCOMPARE(atEnd.cursor.address, 0xFFFF'FFE3ULL);
-}
+} // namespace
 
-void NavigationTest::homeAndEndGoToTheRowsOuterDigits()
-{
-    const ViewGeometry geometry = Geometry(4);
-    const Navigation little = At(geometry, 0x1000);
-    QCOMPARE(little.RowHome({0x101A, 1, false}).cursor, (EditCursor{0x1013, 0, false}));
-    QCOMPARE(little.RowEnd({0x101A, 0, false}).cursor, (EditCursor{0x101C, 1, false}));
-    QCOMPARE(little.RowHome({0x101A, 1, true}).cursor, (EditCursor{0x1010, 1, true}));
-    QCOMPARE(little.RowEnd({0x101A, 1, true}).cursor, (EditCursor{0x101F, 1, true}));
-    const Navigation big = At(geometry, 0x1000, true);
-    QCOMPARE(big.RowHome({0x101A, 1, false}).cursor, (EditCursor{0x1010, 0, false}));
-    QCOMPARE(big.RowEnd({0x101A, 1, false}).cursor, (EditCursor{0x101F, 1, false}));
-}
+class NavigationTest : public QObject {
+    Q_OBJECT
 
-void NavigationTest::scrollingStopsAtBothEndsOfTheSpace()
-{
-    const ViewGeometry geometry = Geometry();
-    QCOMPARE(At(geometry, 0x23).ScrolledBase(2), 0x3ULL);
-    QCOMPARE(At(geometry, 0x23).ScrolledBase(3), 0ULL);
-    QCOMPARE(At(geometry, 0x1000).ScrolledBase(-3), 0x1030ULL);
-    QCOMPARE(At(geometry, 0xFFFF'FF00).ScrolledBase(-100), geometry.LastScrollBase());
-    QCOMPARE(At(geometry, 0xFFFF'FFF0).ScrolledBase(-1), 0xFFFF'FFF0ULL); // placed there by a jump
-}
-
-void NavigationTest::noKeyLeavesTheAddressSpace()
-{
-    auto generator = SeededGenerator();
-    using Key = CursorMove (Navigation::*)(EditCursor) const;
-    constexpr Key keys[]
-        = {&Navigation::Up, &Navigation::Down, &Navigation::Left, &Navigation::Right,
-            &Navigation::PageUp, &Navigation::PageDown, &Navigation::RowHome, &Navigation::RowEnd};
-    for (int round = 0; round < 400; ++round) {
-        const ViewGeometry geometry = Geometry(1 << Pick(generator, 0, 2));
-        const bool nearEnd = Pick(generator, 0, 1) == 1;
-        std::uint64_t base
-            = (nearEnd ? 0xFFFF'FF00 : 0) + Pick(generator, std::uint64_t{0}, std::uint64_t{255});
-        EditCursor cursor{base, Pick(generator, 0, 1), Pick(generator, 0, 2) == 0};
-        const bool bigEndian = Pick(generator, 0, 1) == 1;
-        for (int step = 0; step < 100; ++step) {
-            const Navigation navigation = At(geometry, base, bigEndian);
-            const CursorMove move = (navigation.*keys[Pick(generator, 0, 7)])(cursor);
-            QVERIFY(move.cursor.address <= kLastAddress);
-            QVERIFY(move.cursor.digit == 0 || move.cursor.digit == 1);
-            cursor = move.cursor;
-            base = move.scrollRows != 0 ? navigation.ScrolledBase(move.scrollRows) : move.pageBase;
-            QVERIFY(base <= kLastAddress);
+private slots:
+    void keysMoveCursorAndPage()
+    {
+        struct Step {
+            const char *name;
+            Key key;
+            std::uint64_t base;
+            EditCursor cursor;
+            std::uint64_t newBase;
+            EditCursor newCursor;
+            int bytesPerItem = 1;
+            bool bigEndian = false;
+        };
+        using N = Navigation;
+        const Step steps[] = {
+            {"up", &N::Up, 0x1000, {0x1015, 1, false}, 0x1000, {0x1005, 1, false}},
+            {"up at the edge", &N::Up, 0x1000, {0x1005, 1, false}, 0xFF0, {0x1005, 1, false}},
+            {"up at 0", &N::Up, 0, {3, 0, false}, 0, {3, 0, false}},
+            {"down", &N::Down, 0x1000, {0x1070, 0, false}, 0x1000, {0x1080, 0, false}},
+            {"down on the last whole row", &N::Down, 0x1000, {0x1080, 0, false}, 0x1010,
+                {0x1080, 0, false}},
+            {"page down", &N::PageDown, 0x1000, {0x1012, 1, false}, 0x1090, {0x10A2, 1, false}},
+            {"page up", &N::PageUp, 0x1090, {0x10A2, 1, false}, 0x1000, {0x1012, 1, false}},
+            {"page up near 0", &N::PageUp, 0x20, {0x45, 0, false}, 0, {0x25, 0, false}},
+            {"page up at 0", &N::PageUp, 0, {0x45, 0, false}, 0, {0x45, 0, false}},
+            {"page down at the end", &N::PageDown, kLastPage, {0xFFFF'FFE3, 0, false}, kLastPage,
+                {0xFFFF'FFE3, 0, false}},
+            {"home", &N::RowHome, 0, {0x1A, 1, false}, 0, {0x13, 0, false}, 4},
+            {"end", &N::RowEnd, 0, {0x1A, 0, false}, 0, {0x1C, 1, false}, 4},
+            {"home, big-endian", &N::RowHome, 0, {0x1A, 1, false}, 0, {0x10, 0, false}, 4, true},
+            {"end, big-endian", &N::RowEnd, 0, {0x1A, 1, false}, 0, {0x1F, 1, false}, 4, true},
+            {"home in the text", &N::RowHome, 0, {0x1A, 1, true}, 0, {0x10, 1, true}, 4},
+            {"end in the text", &N::RowEnd, 0, {0x1A, 1, true}, 0, {0x1F, 1, true}, 4}};
+        for (const Step &step : steps) {
+            View view{Geometry(step.bytesPerItem), step.bigEndian, step.base, step.cursor};
+            view.Press(step.key);
+            QVERIFY2(view.base == step.newBase && view.cursor == step.newCursor, step.name);
         }
     }
-}
+
+    void rightVisitsTheDigitsInScreenOrder()
+    {
+        for (const int bytesPerItem : {1, 2, 4}) {
+            for (const bool bigEndian : {false, true}) {
+                View view{Geometry(bytesPerItem), bigEndian, 0x1000, {0x1000, 0, false}};
+                const CellMap cells(view.geometry, 0x1000, bigEndian);
+                view.Press(&Navigation::RowHome);
+                for (int step = 0, column = 9; step < 3 * 32; ++step) {
+                    const EditCursor before = view.cursor;
+                    QCOMPARE(cells.RowOfAddress(before.address), qint64(step / 32));
+                    const int next = cells.HexColumn(before.address, before.digit);
+                    QVERIFY(step % 32 == 0 || next > column);
+                    column = next;
+                    view.Press(&Navigation::Right);
+                    View back = view;
+                    back.Press(&Navigation::Left);
+                    QCOMPARE(back.cursor, before);
+                }
+            }
+        }
+    }
+
+    void theLastRowOfTheSpaceCanBeReached()
+    {
+        for (const bool inTextColumn : {false, true}) {
+            View view{Geometry(), false, kLastPage, {0xFFFF'FFDF, 1, inTextColumn}};
+            for (int step = 0; step < 100; ++step)
+                view.Press(&Navigation::Right);
+            QCOMPARE(view.cursor.address, kLastAddress);
+            QCOMPARE(view.base, kLastScroll);
+        }
+        View view{Geometry(), false, kLastPage, {0xFFFF'FFE3, 0, false}};
+        for (int step = 0; step < 5; ++step)
+            view.Press(&Navigation::Down);
+        QCOMPARE(view.cursor.address, 0xFFFF'FFF3ULL);
+    }
+
+    void noKeyLeavesTheAddressSpace()
+    {
+        auto generator = SeededGenerator();
+        constexpr Key keys[] = {&Navigation::Up, &Navigation::Down, &Navigation::Left,
+            &Navigation::Right, &Navigation::PageUp, &Navigation::PageDown, &Navigation::RowHome,
+            &Navigation::RowEnd};
+        for (int round = 0; round < 400; ++round) {
+            const std::uint64_t base = (Pick(generator, 0, 1) == 1 ? 0xFFFF'FF00 : 0)
+                + Pick(generator, std::uint64_t{0}, std::uint64_t{255});
+            View view{Geometry(1 << Pick(generator, 0, 2)), Pick(generator, 0, 1) == 1, base,
+                {base, Pick(generator, 0, 1), Pick(generator, 0, 2) == 0}};
+            for (int step = 0; step < 100; ++step) {
+                view.Press(keys[Pick(generator, 0, 7)]);
+                QVERIFY(view.cursor.address <= kLastAddress && view.base <= kLastAddress);
+                QVERIFY(view.cursor.digit == 0 || view.cursor.digit == 1);
+            }
+        }
+    }
+};
 
 QTEST_GUILESS_MAIN(NavigationTest)
 #include "tst_navigation.moc"

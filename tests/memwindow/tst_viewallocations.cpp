@@ -1,4 +1,4 @@
-#include "shownwindow.h"
+#include "memtestwindow.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -41,6 +41,35 @@ void *realloc(void *block, size_t size)
 }
 #endif
 
+namespace {
+
+using Step = void (*)(MemTestWindow &);
+
+int AllocationsOf(MemTestWindow &w, Step step)
+{
+    s_allocations = 0;
+    s_counting = true;
+    step(w);
+    s_counting = false;
+    return s_allocations;
+}
+
+/// The usual cost of a step and its paint once every glyph has been seen.
+int SteadyAllocations(int heightPx, Step step)
+{
+    MemTestWindow w;
+    w.target.logs = false;
+    w.window.resize(900, heightPx);
+    QApplication::processEvents();
+    w.window.OnResizeTimerTimeout();
+    int least = INT_MAX;
+    for (int round = 0; round < 300; ++round)
+        least = std::min(least, AllocationsOf(w, step));
+    return least;
+}
+
+} // namespace
+
 /// Ticks, scrolls and paints allocate nothing for a byte, an item or a row: a page of four times
 /// as many rows costs as many allocations.
 class ViewAllocationsTest : public QObject {
@@ -52,80 +81,48 @@ private slots:
         if (!PELIMO_COUNTS_ALLOCATIONS)
             QSKIP("allocations cannot be counted under a sanitizer");
     }
-    void aLargePageCostsNoMoreThanASmallOne_data();
-    void aLargePageCostsNoMoreThanASmallOne();
-    void aTickOnUnchangedMemoryAllocatesNothing();
+
+    void aLargePageCostsNoMoreThanASmallOne()
+    {
+        const std::tuple<const char *, int, Step> steps[] = {{"every byte changes", 60,
+                                                                 [](MemTestWindow &w) {
+                                                                     w.target.ChangeAll();
+                                                                     w.Tick();
+                                                                 }},
+            {"every byte is painted", 60,
+                [](MemTestWindow &w) {
+                    w.window.InvalidateView();
+                    QApplication::processEvents();
+                }},
+            {"every row scrolls", 120,
+                [](MemTestWindow &w) {
+                    w.window.ScrollRows(w.window.BaseAddress() == 0 ? -2 : 2);
+                    QApplication::processEvents();
+                }},
+            {"some rows change", 40, [](MemTestWindow &w) {
+                 for (std::uint64_t address = 0; address < w.window.BytesPerPage(); address += 97)
+                     w.target.Set(address, std::uint8_t(w.target.ByteAt(address) + 1));
+                 w.window.UpdateFromTarget();
+                 QApplication::processEvents();
+             }}};
+        for (const auto &[name, most, step] : steps) {
+            const int small = SteadyAllocations(300, step);
+            const int large = SteadyAllocations(1200, step);
+            qInfo("%s: %d allocations on a small page, %d on a large one", name, small, large);
+            QVERIFY2(large <= most && large - small <= 8, name);
+        }
+    }
+
+    void aTickOnUnchangedMemoryAllocatesNothing()
+    {
+        MemTestWindow w;
+        w.target.logs = false;
+        w.GoTo(0x2000'0000);
+        w.window.OnAutoUpdateTimerTimeout();
+        const Step tick = [](MemTestWindow &idle) { idle.window.OnAutoUpdateTimerTimeout(); };
+        QCOMPARE(AllocationsOf(w, tick), 0);
+    }
 };
-
-using Step = void (*)(ShownWindow &);
-
-static int AllocationsOf(ShownWindow &s, Step step)
-{
-    s_allocations = 0;
-    s_counting = true;
-    step(s);
-    QApplication::processEvents();
-    s_counting = false;
-    return s_allocations;
-}
-
-/// The usual cost of a step once every glyph has been seen.
-static int SteadyAllocations(int heightPx, Step step)
-{
-    ShownWindow s;
-    s.target.logs = false;
-    s.window.resize(900, heightPx);
-    QApplication::processEvents();
-    s.window.OnResizeTimerTimeout();
-    int least = INT_MAX;
-    for (int round = 0; round < 300; ++round)
-        least = std::min(least, AllocationsOf(s, step));
-    return least;
-}
-
-void ViewAllocationsTest::aLargePageCostsNoMoreThanASmallOne_data()
-{
-    QTest::addColumn<Step>("step");
-    QTest::addColumn<int>("most");
-    QTest::newRow("every byte changes") << Step([](ShownWindow &s) {
-        s.target.ChangeAll();
-        s.window.OnAutoUpdateTimerTimeout();
-    }) << 60;
-    QTest::newRow("every byte is painted")
-        << Step([](ShownWindow &s) { s.window.InvalidateView(); }) << 60;
-    QTest::newRow("every row scrolls")
-        << Step([](ShownWindow &s) { s.window.ScrollRows(s.window.BaseAddress() == 0 ? -2 : 2); })
-        << 120;
-    QTest::newRow("some rows change") << Step([](ShownWindow &s) {
-        for (std::uint64_t address = 0; address < s.window.BytesPerPage(); address += 97)
-            s.target.Set(address, std::uint8_t(s.target.ByteAt(address) + 1));
-        s.window.UpdateFromTarget();
-    }) << 40;
-}
-
-void ViewAllocationsTest::aLargePageCostsNoMoreThanASmallOne()
-{
-    QFETCH(Step, step);
-    QFETCH(int, most);
-    const int small = SteadyAllocations(300, step);
-    const int large = SteadyAllocations(1200, step);
-    qInfo("%d allocations on a small page, %d on a large one", small, large);
-    QVERIFY2(large <= most, qPrintable(QString::number(large)));
-    QVERIFY2(large - small <= 8, qPrintable(QStringLiteral("%1 and %2").arg(small).arg(large)));
-}
-
-void ViewAllocationsTest::aTickOnUnchangedMemoryAllocatesNothing()
-{
-    ShownWindow s;
-    s.target.logs = false;
-    s.GoTo(0x2000'0000);
-    s.window.OnAutoUpdateTimerTimeout();
-    s_allocations = 0;
-    s_counting = true;
-    s.window.OnAutoUpdateTimerTimeout();
-    s_counting = false;
-    QCOMPARE(s_allocations.load(), 0);
-}
 
 QTEST_MAIN(ViewAllocationsTest)
 #include "tst_viewallocations.moc"

@@ -44,86 +44,57 @@ class WindowSettingsTest : public QObject {
 private slots:
     void init() { QSettings().clear(); }
     void anEmptyStoreIsAFirstStart() { CheckFirstStart(WINSET_Load(kWindow)); }
-    void everythingComesBack();
-    void theAddressLosesItsUpperHalf();
-    void keysAndTypesInTheFile();
-    void nonsenseInTheFileReadsAsAFirstStart();
-    void theDialogsPathsComeBack();
-};
 
-void WindowSettingsTest::everythingComesBack()
-{
-    WindowSettings saved;
-    saved.baseAddress = 0x80000010;
-    saved.bytesPerItem = 4;
-    saved.accessWidth = 2;
-    saved.showToolbar = false;
-    saved.addressBoxItems = QStringList{"0x20000A00", "main, or so", "1F"};
-    saved.lastInputText = "a, b";
-    WINSET_Save(kWindow, saved);
-    const WindowSettings loaded = WINSET_Load(kWindow);
-    QCOMPARE(loaded.baseAddress, saved.baseAddress);
-    QCOMPARE(loaded.bytesPerItem, saved.bytesPerItem);
-    QCOMPARE(loaded.accessWidth, saved.accessWidth);
-    QCOMPARE(loaded.showToolbar, saved.showToolbar);
-    QCOMPARE(loaded.addressBoxItems, saved.addressBoxItems);
-    QCOMPARE(loaded.lastInputText, saved.lastInputText);
-
-    for (const QStringList &items : {QStringList("7"), QStringList()}) {
-        saved.addressBoxItems = items;
+    void everythingComesBackFromItsKey()
+    {
+        WindowSettings saved{0x1'8000'0010, 4, 2, false, {"0x20000A00", "main, or so"}, "a, b"};
         WINSET_Save(kWindow, saved);
-        QCOMPARE(WINSET_Load(kWindow).addressBoxItems, items);
+        QFile file(StoreFile());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(),
+            "[AppData]\n"
+            "HexEditor\\Access%20Width=2\n"
+            "HexEditor\\Address%20Box%20Items=0x20000A00, \"main, or so\"\n"
+            "HexEditor\\Base%20Address=6442450960\n"
+            "HexEditor\\Bytes%20Per%20Item=4\n"
+            "HexEditor\\Last%20Input%20Text=\"a, b\"\n"
+            "HexEditor\\Show%20Toolbar=false\n");
+        for (const QStringList &items : {saved.addressBoxItems, {"7"}, QStringList()}) {
+            saved.addressBoxItems = items;
+            WINSET_Save(kWindow, saved);
+            const WindowSettings loaded = WINSET_Load(kWindow);
+            QCOMPARE(loaded.baseAddress, 0x8000'0010U); // loses its upper half
+            QCOMPARE(loaded.bytesPerItem, saved.bytesPerItem);
+            QCOMPARE(loaded.accessWidth, saved.accessWidth);
+            QCOMPARE(loaded.showToolbar, saved.showToolbar);
+            QCOMPARE(loaded.addressBoxItems, items);
+            QCOMPARE(loaded.lastInputText, saved.lastInputText);
+        }
     }
-}
 
-void WindowSettingsTest::theAddressLosesItsUpperHalf()
-{
-    WindowSettings saved;
-    saved.baseAddress = 0x1'2345'6780;
-    WINSET_Save(kWindow, saved);
-    QCOMPARE(QSettings().value("AppData/HexEditor/Base Address").toULongLong(), 0x1'2345'6780U);
-    QCOMPARE(WINSET_Load(kWindow).baseAddress, 0x2345'6780U);
-}
+    void nonsenseInTheFileReadsAsAFirstStart()
+    {
+        HandEdit("[AppData]\n"
+                 "HexEditor\\Base%20Address=-5\n"
+                 "HexEditor\\Bytes%20Per%20Item=3\n"
+                 "HexEditor\\Access%20Width=4294967297\n"
+                 "HexEditor\\Address%20Box%20Items=@Variant(\\0\\0\\0\\x2)\n"
+                 "HexEditor\\Last%20Input%20Text=0\n");
+        CheckFirstStart(WINSET_Load(kWindow));
+        HandEdit("[AppData]\nHexEditor\\Base%20Address=\"1,2\"\nHexEditor\\Bytes%20Per%20Item=a,b\n"
+                 "HexEditor\\Access%20Width=@Size(3 4)\n[AppData\nHexEditor=7\n\0\xFF=\n");
+        CheckFirstStart(WINSET_Load(kWindow));
+    }
 
-void WindowSettingsTest::keysAndTypesInTheFile()
-{
-    WINSET_Save(kWindow, {.baseAddress = 536870912, .addressBoxItems = {"A", "B"}});
-    QFile file(StoreFile());
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(),
-        "[AppData]\n"
-        "HexEditor\\Access%20Width=0\n"
-        "HexEditor\\Address%20Box%20Items=A, B\n"
-        "HexEditor\\Base%20Address=536870912\n"
-        "HexEditor\\Bytes%20Per%20Item=1\n"
-        "HexEditor\\Last%20Input%20Text=0\n"
-        "HexEditor\\Show%20Toolbar=true\n");
-}
-
-void WindowSettingsTest::nonsenseInTheFileReadsAsAFirstStart()
-{
-    HandEdit("[AppData]\n"
-             "HexEditor\\Base%20Address=-5\n"
-             "HexEditor\\Bytes%20Per%20Item=3\n"
-             "HexEditor\\Access%20Width=4294967297\n"
-             "HexEditor\\Address%20Box%20Items=@Variant(\\0\\0\\0\\x2)\n"
-             "HexEditor\\Last%20Input%20Text=0\n");
-    CheckFirstStart(WINSET_Load(kWindow));
-    HandEdit("[AppData]\nHexEditor\\Base%20Address=\"1,2\"\nHexEditor\\Bytes%20Per%20Item=a,b\n"
-             "HexEditor\\Access%20Width=@Size(3 4)\n[AppData\nHexEditor=7\n\0\xFF=\n");
-    CheckFirstStart(WINSET_Load(kWindow));
-}
-
-void WindowSettingsTest::theDialogsPathsComeBack()
-{
-    QCOMPARE(WINSET_RememberedFile(RememberedFile::Open), QDir::homePath() + "/data.bin");
-    QCOMPARE(WINSET_RememberedFile(RememberedFile::Save), QDir::homePath() + "/data.bin");
-    WINSET_RememberFile(RememberedFile::Save, "/tmp/a, b.bin");
-    QCOMPARE(WINSET_RememberedFile(RememberedFile::Save), "/tmp/a, b.bin");
-    QCOMPARE(WINSET_RememberedFile(RememberedFile::Open), QDir::homePath() + "/data.bin");
-    QCOMPARE(
-        QSettings().value("AppData/HexEditorMemDialog/DefaultDirSave").toString(), "/tmp/a, b.bin");
-}
+    void theDialogsPathsComeBack()
+    {
+        WINSET_RememberFile(RememberedFile::Save, "/tmp/a, b.bin");
+        QCOMPARE(WINSET_RememberedFile(RememberedFile::Save), "/tmp/a, b.bin");
+        QCOMPARE(WINSET_RememberedFile(RememberedFile::Open), QDir::homePath() + "/data.bin");
+        QCOMPARE(QSettings().value("AppData/HexEditorMemDialog/DefaultDirSave").toString(),
+            "/tmp/a, b.bin");
+    }
+};
 
 QTEST_GUILESS_MAIN(WindowSettingsTest)
 #include "tst_windowsettings.moc"
