@@ -80,11 +80,12 @@ private slots:
         QTest::addColumn<QString>("family");
         QTest::addColumn<int>("pixelSize");
         QTest::addColumn<qreal>("scale");
-        for (const char *family : {"DejaVu Sans Mono", "Liberation Mono", "Nimbus Mono PS"}) {
+        for (const QString &family :
+            QStringList{"DejaVu Sans Mono", "Liberation Mono", "Nimbus Mono PS"}) {
             for (const int pixelSize : {12, 13}) {
                 for (const qreal scale : {1.0, 1.25, 1.5, 1.75, 2.0})
-                    QTest::addRow("%s %d at %g", family, pixelSize, scale)
-                        << QString(family) << pixelSize << scale;
+                    QTest::addRow("%s %d at %g", qPrintable(family), pixelSize, scale)
+                        << family << pixelSize << scale;
             }
         }
     }
