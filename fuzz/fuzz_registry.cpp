@@ -1,3 +1,4 @@
+#include "fuzzhome.h"
 #include "fuzzinput.h"
 #include "sysregistry.h"
 
@@ -8,23 +9,17 @@
 #include <optional>
 #include <vector>
 
-#include <unistd.h>
-
 namespace {
 
 namespace fs = std::filesystem;
 
 constexpr std::array kNames = {"Speed", "Text", "List", "Data"};
 
-/// A home of this process alone, in memory where the system has such a place.
 const fs::path &RegistryFile()
 {
     static const fs::path file = [] {
-        const fs::path base = fs::is_directory("/dev/shm") ? "/dev/shm" : fs::temp_directory_path();
-        const fs::path home = base / ("pelimo-fuzz-" + std::to_string(getpid()));
-        fs::create_directories(home / ".config/TOLVEN");
-        setenv("HOME", home.c_str(), 1);
-        return home / ".config/TOLVEN/TOLVEN_REG_HKEY_CURRENT_USER.xml";
+        fs::create_directories(FuzzHome() / ".config/TOLVEN");
+        return FuzzHome() / ".config/TOLVEN/TOLVEN_REG_HKEY_CURRENT_USER.xml";
     }();
     return file;
 }

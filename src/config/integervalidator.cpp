@@ -15,6 +15,8 @@ QValidator::State IntegerValidator::validate(QString &text, int &caret) const
     caret = std::min(caret, static_cast<int>(text.size()));
     if (text.isEmpty() || (m_min < 0 && text == QLatin1String("-")))
         return Acceptable;
+    if (text.contains(QChar::Null)) // Qt reads numbers up to a NUL only
+        return Invalid;
     bool isNumber = false;
     const qint64 value = text.toLongLong(&isNumber);
     return isNumber && value >= m_min && value <= m_max ? Acceptable : Invalid;
