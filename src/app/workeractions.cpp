@@ -53,11 +53,12 @@ void OnConnectionChecked(Job *job)
         const SysLock lock(state.stateMutex);
         changed = connected != state.window.connected;
         state.window.connected = connected;
-        lostWhileShown = changed && connected == 0 && state.window.memoryWindowWanted != 0;
+        // Also for a target that was lost before any check had found it connected.
+        lostWhileShown = connected == 0 && state.window.memoryWindowWanted != 0;
         if (lostWhileShown)
             state.window.memoryWindowWanted = 0;
     }
-    if (changed)
+    if (changed || lostWhileShown)
         connected == 0 ? PROBE_MarkTargetLost() : PROBE_MarkTargetReachable();
     if (changed)
         WORKER_PostJob(&g_jobs.status);
