@@ -3,6 +3,7 @@
 #include "appstate.h"
 #include "mainwindow.h"
 
+#include "ceditoverlay.h"
 #include "chexeditor.h"
 #include "configdialog.h"
 
@@ -13,6 +14,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QStatusBar>
 #include <QTest>
 
@@ -20,12 +22,15 @@ namespace {
 
 std::mutex g_callsMutex;
 QStringList g_calls;
+std::atomic<int> g_closes = 0; ///< calls of RANVOARM_Close so far
 
 void NoteCall(const char *function)
 {
     const QString name = QString::fromLatin1(function).remove(QStringLiteral("RANVOARM_"));
     static const QStringList polling = {QStringLiteral("IsConnected"), QStringLiteral("ReadMemEx"),
         QStringLiteral("DEVICE_GetInfo"), QStringLiteral("GetIdData"), QStringLiteral("GetSpeed")};
+    if (name == QLatin1String("Close"))
+        ++g_closes;
     const std::lock_guard lock(g_callsMutex);
     if (!polling.contains(name))
         g_calls.append(name);
@@ -79,6 +84,9 @@ AppHarness::~AppHarness()
     ClearHooks(Hooks());
     if (!QTest::qWaitFor([] { return APP_State().workerExited.load() != 0; }, 20'000))
         qFatal("the worker did not end");
+    // The thread that closes the probe must not come late and close the next window's.
+    if (!QTest::qWaitFor([this] { return g_closes >= m_closesDue; }, 20'000))
+        qFatal("the probe was not closed");
 }
 
 QByteArray AppHarness::SettingsFile()
@@ -92,12 +100,31 @@ void AppHarness::Start()
     m_window = std::make_unique<MainWindow>();
 }
 
+void AppHarness::TypeOver(std::uint32_t address, std::uint8_t value)
+{
+    CHexEditor &memory = *MemoryWindow();
+    memory.GoTo(address, true, false);
+    const QString digits = QStringLiteral("%1").arg(value, 2, 16, QLatin1Char('0'));
+    QTest::keyClick(memory.findChild<QPlainTextEdit *>(), digits.front().toLatin1());
+    auto *const overlay = memory.findChild<CEditOverlay *>();
+    QTest::keyClick(overlay, digits.back().toLatin1());
+    QTest::keyClick(overlay, Qt::Key_Return);
+    memory.OnEditUpdateTimerTimeout();
+}
+
 void AppHarness::DestroyWindow()
 {
     if (m_window == nullptr)
         return;
-    m_window->close();
+    CloseWindow();
     m_window.reset();
+}
+
+void AppHarness::CloseWindow()
+{
+    if (m_window->isVisible())
+        m_closesDue = g_closes + 1;
+    m_window->close();
 }
 
 CHexEditor *AppHarness::MemoryWindow() const
@@ -126,6 +153,13 @@ QStringList AppHarness::BoxTexts() const
     QStringList texts;
     for (const QString &box : m_boxes)
         texts.append(box.section(QLatin1Char('|'), 1));
+    return texts;
+}
+
+QStringList AppHarness::TakeBoxTexts()
+{
+    const QStringList texts = BoxTexts();
+    m_boxes.clear();
     return texts;
 }
 

@@ -43,6 +43,10 @@ public:
     CHexEditor *MemoryWindow() const;
     QString StatusText(unsigned field) const;
     QAction *Action(const QString &text) const;
+    /// Types a byte over in the memory window and lets it be written at once.
+    /// @param address  where a row of the window begins
+    void TypeOver(std::uint32_t address, std::uint8_t value);
+    void CloseWindow();
     /// Destroys the window early, as the end of main() does.
     void DestroyWindow();
 
@@ -50,6 +54,8 @@ public:
     const QStringList &Boxes() const { return m_boxes; }
     /// The texts alone.
     QStringList BoxTexts() const;
+    /// The texts alone; they count as not shown from now on.
+    QStringList TakeBoxTexts();
     /// While false, boxes stay open until it is set again.
     void AnswerBoxes(bool answer) { m_answerBoxes = answer; }
     /// How many message boxes are visible at this moment.
@@ -68,4 +74,5 @@ private:
     QTimer m_answerTimer;
     QStringList m_boxes;
     bool m_answerBoxes = true;
+    int m_closesDue = 0; ///< calls of RANVOARM_Close that must have come before the end
 };
