@@ -1,5 +1,7 @@
 #include "ceditoverlay.h"
 
+#include "itemedit.h"
+
 #include <QFocusEvent>
 #include <QKeyEvent>
 #include <QPainter>
@@ -10,13 +12,6 @@ namespace {
 
 constexpr int kFrameBelowPx = 2; // height of the frame below the row
 constexpr int kCaretPx = 2;
-
-bool IsHexDigit(const QString &text)
-{
-    bool isNumber = false;
-    (void)text.toUInt(&isNumber, 16);
-    return isNumber && text.size() == 1;
-}
 
 } // namespace
 

@@ -4,16 +4,12 @@
 
 #include <algorithm>
 
-namespace {
-
 bool IsHexDigit(const QString &typed)
 {
     bool isNumber = false;
     (void)typed.toUInt(&isNumber, 16);
     return isNumber && typed.size() == 1;
 }
-
-} // namespace
 
 std::optional<ItemEdit> EditOfTypedKey(std::optional<std::uint64_t> value, int bytesPerItem,
     int position, const QString &typed, bool isBackspace)

@@ -7,6 +7,9 @@
 #include <optional>
 #include <span>
 
+/// Whether a typed text is one hexadecimal digit.
+[[nodiscard]] bool IsHexDigit(const QString &typed);
+
 /// The text of the edit box and the digit before which its caret stands.
 struct ItemEdit {
     QString text;

@@ -26,9 +26,9 @@ std::atomic<int> g_closes = 0; ///< calls of RANVOARM_Close so far
 
 void NoteCall(const char *function)
 {
-    const QString name = QString::fromLatin1(function).remove(QStringLiteral("RANVOARM_"));
-    static const QStringList polling = {QStringLiteral("IsConnected"), QStringLiteral("ReadMemEx"),
-        QStringLiteral("DEVICE_GetInfo"), QStringLiteral("GetIdData"), QStringLiteral("GetSpeed")};
+    const QString name = QString::fromLatin1(function).remove("RANVOARM_");
+    static const QStringList polling
+        = {"IsConnected", "ReadMemEx", "DEVICE_GetInfo", "GetIdData", "GetSpeed"};
     if (name == QLatin1String("Close"))
         ++g_closes;
     const std::lock_guard lock(g_callsMutex);
@@ -48,22 +48,21 @@ void ClearHooks(FaultHooks &hooks)
 QString SettingsPath()
 {
     const QString program = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
-    return QDir::homePath() + QStringLiteral("/.config/TOLVEN\\") + program
-        + QStringLiteral("Settings.ini");
+    return QDir::homePath() + "/.config/TOLVEN\\" + program + "Settings.ini";
 }
 
 void WriteSettings(const QStringList &lines)
 {
-    const QString folder = QDir::homePath() + QStringLiteral("/.config");
+    const QString folder = QDir::homePath() + "/.config";
     QDir().mkpath(folder);
     // Other programs' folders aside, the tests' home holds nothing else that starts like this.
-    for (const QString &old : QDir(folder).entryList({QStringLiteral("TOLVEN\\*")}, QDir::Files))
+    for (const QString &old : QDir(folder).entryList({"TOLVEN\\*"}, QDir::Files))
         QFile::remove(folder + QLatin1Char('/') + old);
     if (lines.isEmpty())
         return;
     QFile file(SettingsPath());
     if (file.open(QIODevice::WriteOnly))
-        file.write(lines.join(QStringLiteral("\r\n")).toUtf8() + "\r\n");
+        file.write(lines.join("\r\n").toUtf8() + "\r\n");
 }
 
 } // namespace

@@ -39,7 +39,7 @@ public:
         if (bind(m_socket, generic, size) != 0 || listen(m_socket, 8) != 0
             || getsockname(m_socket, generic, &size) != 0)
             qFatal("no port to listen on");
-        m_name = QStringLiteral("127.0.0.1:%1").arg(ntohs(address.sin_port));
+        m_name = QString("127.0.0.1:%1").arg(ntohs(address.sin_port));
     }
     ~SilentHost() { close(m_socket); }
     SilentHost(const SilentHost &) = delete;
@@ -71,154 +71,133 @@ class ConnectionRoadTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void acceptingAChangeSavesItAndReconnects();
-    void acceptingWithoutAChangeOnlyConnects();
-    void cancellingLeavesEverythingAsItWas();
-    void everyWayToAProbeEndsInMemoryOrInABox_data();
-    void everyWayToAProbeEndsInMemoryOrInABox();
-    void theWindowLivesWhileAHostIsSilent();
+    void acceptingAChangeSavesItAndReconnects()
+    {
+        AppHarness app;
+        app.Start();
+        QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
+        const QPointer<CHexEditor> formerMemory = app.MemoryWindow();
+        QCOMPARE(AppHarness::SettingsFile(), QByteArray()); // nothing was changed, nothing is saved
+        app.TakeCalls();
+
+        Configure(app, [](ConfigDialog &dialog) {
+            ChooseUsb(dialog, "28100001");
+            dialog._OnComboBoxTIF(0);
+            dialog._OnComboBoxDRPre(2);
+            dialog._OnGBoxJTAGTargets(true);
+            dialog.findChild<QLineEdit *>("pLineEditIRPre")->setText("9");
+        });
+        QTRY_VERIFY(formerMemory.isNull());
+        QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
+        QCOMPARE(app.StatusText(kStatusMessage), "Configuration applied");
+        QCOMPARE(app.TakeCalls().join(QLatin1Char(' ')),
+            "Close EMU_SelectByUSBSN Open ExecCommand SetEndian TIF_Select ConfigJTAG SetMaxSpeed "
+            "Connect");
+        const QByteArray saved = AppHarness::SettingsFile();
+        for (const char *line : {"USBSerialNo = 0x1ACC5A1\r\n", "UseSerialNo = 1\r\n",
+                 "TargetIF = 0\r\n", "MultipleTargets = 1\r\n", "DRPre = 2\r\n", "IRPre = 9\r\n"})
+            QVERIFY2(saved.contains(line), saved.constData());
+        QCOMPARE(app.Boxes(), QStringList());
+    }
+
+    void acceptingWithoutAChangeOnlyConnects()
+    {
+        AppHarness app({}, AppHarness::FirstDialog::Reject);
+        app.Start();
+        app.AnswerDialogs(AppHarness::FirstDialog::Accept);
+        Configure(app, {});
+        QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
+        QCOMPARE(app.TakeCalls().join(QLatin1Char(' ')),
+            "Open ExecCommand SetEndian TIF_Select SetMaxSpeed Connect");
+        const QPointer<CHexEditor> memory = app.MemoryWindow();
+        Configure(app, {});
+        QTRY_COMPARE(app.StatusText(kStatusMessage), "Configuration applied");
+        QCOMPARE(app.TakeCalls(), QStringList());
+        QCOMPARE(app.MemoryWindow(), memory.data());
+        QCOMPARE(AppHarness::SettingsFile(), QByteArray());
+    }
+
+    void cancellingLeavesEverythingAsItWas()
+    {
+        const QStringList lines{"; mine", "[TIF]", "  Speed=77", "UseMaxSpeed = 0"};
+        AppHarness app(lines);
+        app.Start();
+        QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
+        const QByteArray before = AppHarness::SettingsFile();
+        const QPointer<CHexEditor> memory = app.MemoryWindow();
+        app.TakeCalls();
+        app.AnswerDialogs(AppHarness::FirstDialog::Reject);
+        Configure(app, [](ConfigDialog &dialog) {
+            ChooseTcpIp(dialog, "elsewhere");
+            dialog._OnRBtnAutoSel(true);
+        });
+        QTRY_COMPARE(app.StatusText(kStatusMessage), "Configuration discarded");
+        QCOMPARE(AppHarness::SettingsFile(), before);
+        QVERIFY(before.startsWith("; mine\r\n"));
+        QCOMPARE(app.TakeCalls(), QStringList());
+        QCOMPARE(app.MemoryWindow(), memory.data());
+    }
+
+    void everyWayToAProbeEndsInMemoryOrInABox()
+    {
+        struct Way {
+            bool tcpIp;
+            QString where;
+            bool connects;
+            const char *boxText;
+        };
+        const Way ways[] = {{false, "2", true, ""}, {false, "28100001", true, ""},
+            // The report does not end the attempt: the default probe is opened then.
+            {false, "123456", true, "No emulator with given S/N connected!"},
+            {true, "sim", true, ""}, {true, "127.0.0.1:1", false, "Could not connect to Ranvo:\n"},
+            {true, QString("x\"y z").repeated(1000), false, "Could not connect to Ranvo:\n"}};
+        for (const Way &way : ways) {
+            AppHarness app({}, AppHarness::FirstDialog::Reject);
+            app.Start();
+            app.AnswerDialogs(AppHarness::FirstDialog::Accept);
+            Configure(app, [&](ConfigDialog &dialog) {
+                way.tcpIp ? ChooseTcpIp(dialog, way.where) : ChooseUsb(dialog, way.where);
+            });
+            if (way.connects)
+                QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
+            QTRY_VERIFY_WITH_TIMEOUT(app.Boxes().isEmpty() == (*way.boxText == '\0'), kLimitMs);
+            for (const QString &text : app.BoxTexts())
+                QVERIFY2(text.startsWith(way.boxText), qPrintable(text));
+            // Whatever came of it, the next attempt works.
+            Configure(app, [](ConfigDialog &dialog) { ChooseUsb(dialog, {}); });
+            QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
+        }
+    }
+
+    void theWindowLivesWhileAHostIsSilent()
+    {
+        const SilentHost host;
+        AppHarness app({}, AppHarness::FirstDialog::Reject);
+        app.Start();
+        app.AnswerDialogs(AppHarness::FirstDialog::Accept);
+        Configure(app, [&](ConfigDialog &dialog) { ChooseTcpIp(dialog, host.Name()); });
+        // The worker waits for the host; meanwhile menus answer and the dialog opens again.
+        emit app.Action("&About...")->hovered();
+        QTRY_COMPARE(app.StatusText(kStatusMessage), "Show the about box");
+        app.AnswerDialogs(AppHarness::FirstDialog::Reject);
+        Configure(app, {});
+        QTRY_COMPARE(app.StatusText(kStatusMessage), "Configuration discarded");
+        QCOMPARE(app.Boxes(), QStringList());
+
+        QTRY_VERIFY_WITH_TIMEOUT(!app.Boxes().isEmpty(), kLimitMs);
+        QVERIFY(app.BoxTexts().first().startsWith("Could not connect to Ranvo:\n"));
+        app.AnswerDialogs(AppHarness::FirstDialog::Accept);
+        Configure(app, [](ConfigDialog &dialog) { ChooseTcpIp(dialog, "sim:0"); });
+        QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
+    }
 
 private:
     static void Configure(AppHarness &app, std::function<void(ConfigDialog &)> edit)
     {
         app.EditDialog(std::move(edit));
-        app.Action(QStringLiteral("&General..."))->trigger();
+        app.Action("&General...")->trigger();
     }
 };
-
-void ConnectionRoadTest::acceptingAChangeSavesItAndReconnects()
-{
-    AppHarness app;
-    app.Start();
-    QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
-    const QPointer<CHexEditor> formerMemory = app.MemoryWindow();
-    QCOMPARE(AppHarness::SettingsFile(), QByteArray()); // nothing was changed, nothing is saved
-    app.TakeCalls();
-
-    Configure(app, [](ConfigDialog &dialog) {
-        ChooseUsb(dialog, QStringLiteral("28100001"));
-        dialog._OnComboBoxTIF(0);
-        dialog._OnComboBoxDRPre(2);
-        dialog._OnGBoxJTAGTargets(true);
-        dialog.findChild<QLineEdit *>("pLineEditIRPre")->setText("9");
-    });
-    QTRY_VERIFY(formerMemory.isNull());
-    QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
-    QCOMPARE(app.StatusText(kStatusMessage), QStringLiteral("Configuration applied"));
-    QCOMPARE(app.TakeCalls().join(QLatin1Char(' ')),
-        "Close EMU_SelectByUSBSN Open ExecCommand SetEndian TIF_Select ConfigJTAG SetMaxSpeed "
-        "Connect");
-    const QByteArray saved = AppHarness::SettingsFile();
-    for (const char *line : {"USBSerialNo = 0x1ACC5A1\r\n", "UseSerialNo = 1\r\n",
-             "TargetIF = 0\r\n", "MultipleTargets = 1\r\n", "DRPre = 2\r\n", "IRPre = 9\r\n"})
-        QVERIFY2(saved.contains(line), saved.constData());
-    QCOMPARE(app.Boxes(), QStringList());
-}
-
-void ConnectionRoadTest::acceptingWithoutAChangeOnlyConnects()
-{
-    AppHarness app({}, AppHarness::FirstDialog::Reject);
-    app.Start();
-    app.AnswerDialogs(AppHarness::FirstDialog::Accept);
-    Configure(app, {});
-    QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
-    QCOMPARE(app.TakeCalls().join(QLatin1Char(' ')),
-        "Open ExecCommand SetEndian TIF_Select SetMaxSpeed Connect");
-    const QPointer<CHexEditor> memory = app.MemoryWindow();
-    Configure(app, {});
-    QTRY_COMPARE(app.StatusText(kStatusMessage), QStringLiteral("Configuration applied"));
-    QCOMPARE(app.TakeCalls(), QStringList());
-    QCOMPARE(app.MemoryWindow(), memory.data());
-    QCOMPARE(AppHarness::SettingsFile(), QByteArray());
-}
-
-void ConnectionRoadTest::cancellingLeavesEverythingAsItWas()
-{
-    const QStringList lines{QStringLiteral("; mine"), QStringLiteral("[TIF]"),
-        QStringLiteral("  Speed=77"), QStringLiteral("UseMaxSpeed = 0")};
-    AppHarness app(lines);
-    app.Start();
-    QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
-    const QByteArray before = AppHarness::SettingsFile();
-    const QPointer<CHexEditor> memory = app.MemoryWindow();
-    app.TakeCalls();
-    app.AnswerDialogs(AppHarness::FirstDialog::Reject);
-    Configure(app, [](ConfigDialog &dialog) {
-        ChooseTcpIp(dialog, QStringLiteral("elsewhere"));
-        dialog._OnRBtnAutoSel(true);
-    });
-    QTRY_COMPARE(app.StatusText(kStatusMessage), QStringLiteral("Configuration discarded"));
-    QCOMPARE(AppHarness::SettingsFile(), before);
-    QVERIFY(before.startsWith("; mine\r\n"));
-    QCOMPARE(app.TakeCalls(), QStringList());
-    QCOMPARE(app.MemoryWindow(), memory.data());
-}
-
-void ConnectionRoadTest::everyWayToAProbeEndsInMemoryOrInABox_data()
-{
-    QTest::addColumn<bool>("tcpIp");
-    QTest::addColumn<QString>("where");
-    QTest::addColumn<bool>("connects");
-    QTest::addColumn<QString>("boxText");
-    QTest::newRow("USB device index") << false << "2" << true << "";
-    QTest::newRow("serial number") << false << "28100001" << true << "";
-    // The report does not end the attempt: the default probe is opened then.
-    QTest::newRow("unknown serial number")
-        << false << "123456" << true << "No emulator with given S/N connected!";
-    QTest::newRow("good host") << true << "sim" << true << "";
-    QTest::newRow("host that refuses")
-        << true << "127.0.0.1:1" << false << "Could not connect to Ranvo:\n";
-    QTest::newRow("host that cannot be") << true << QStringLiteral("x\"y z").repeated(1000) << false
-                                         << "Could not connect to Ranvo:\n";
-}
-
-void ConnectionRoadTest::everyWayToAProbeEndsInMemoryOrInABox()
-{
-    QFETCH(bool, tcpIp);
-    QFETCH(QString, where);
-    QFETCH(bool, connects);
-    QFETCH(QString, boxText);
-    AppHarness app({}, AppHarness::FirstDialog::Reject);
-    app.Start();
-    app.AnswerDialogs(AppHarness::FirstDialog::Accept);
-    Configure(app, [&](ConfigDialog &dialog) {
-        if (tcpIp)
-            ChooseTcpIp(dialog, where);
-        else
-            ChooseUsb(dialog, where);
-    });
-    if (connects)
-        QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
-    QTRY_VERIFY_WITH_TIMEOUT(boxText.isEmpty() == app.Boxes().isEmpty(), kLimitMs);
-    for (const QString &text : app.BoxTexts())
-        QVERIFY2(text.startsWith(boxText), qPrintable(text));
-
-    // Whatever came of it, the next attempt works.
-    Configure(app, [](ConfigDialog &dialog) { ChooseUsb(dialog, {}); });
-    QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
-}
-
-void ConnectionRoadTest::theWindowLivesWhileAHostIsSilent()
-{
-    const SilentHost host;
-    AppHarness app({}, AppHarness::FirstDialog::Reject);
-    app.Start();
-    app.AnswerDialogs(AppHarness::FirstDialog::Accept);
-    Configure(app, [&](ConfigDialog &dialog) { ChooseTcpIp(dialog, host.Name()); });
-    // The worker waits for the host; meanwhile menus answer and the dialog opens again.
-    emit app.Action(QStringLiteral("&About..."))->hovered();
-    QTRY_COMPARE(app.StatusText(kStatusMessage), QStringLiteral("Show the about box"));
-    app.AnswerDialogs(AppHarness::FirstDialog::Reject);
-    Configure(app, {});
-    QTRY_COMPARE(app.StatusText(kStatusMessage), QStringLiteral("Configuration discarded"));
-    QCOMPARE(app.Boxes(), QStringList());
-
-    QTRY_VERIFY_WITH_TIMEOUT(!app.Boxes().isEmpty(), kLimitMs);
-    QVERIFY(app.BoxTexts().first().startsWith(QStringLiteral("Could not connect to Ranvo:\n")));
-    app.AnswerDialogs(AppHarness::FirstDialog::Accept);
-    Configure(app, [](ConfigDialog &dialog) { ChooseTcpIp(dialog, QStringLiteral("sim:0")); });
-    QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
-}
 
 QTEST_MAIN(ConnectionRoadTest)
 #include "tst_connectionroad.moc"

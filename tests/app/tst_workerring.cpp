@@ -47,151 +47,119 @@ class WorkerRingTest : public QObject {
 
 private slots:
     void init() { g_order.clear(); }
-    void jobsRunInTheOrderOfTheirPosts();
-    void thePostAfterAFullRingWaitsForTheOldestJob();
-    void aFullRingGivesUpAfterItsTimeLimit();
-    void theWorkerPostsToItsOwnFullRing();
-    void theWorkerPostsWhileAnotherPosterWaitsForItWithTheRingsLock();
-    void anExitLetsWaitingPostersGoAndALaterPostStartsAnew();
-    void exitAndPostsFromManyThreadsNeverHang();
-};
 
-void WorkerRingTest::jobsRunInTheOrderOfTheirPosts()
-{
-    constexpr unsigned count = 3 * kRingSlots + 5;
-    std::vector<Job> jobs;
-    for (std::uint64_t i = 0; i < count; ++i)
-        jobs.push_back(HandlerJob(NoteOrder, i));
-    for (Job &job : jobs)
-        WORKER_PostJob(&job);
-    QVERIFY(g_done.Acquire(count, kLimit));
-    for (std::uint64_t i = 0; i < count; ++i)
-        QCOMPARE(g_order[i], i);
-}
-
-void WorkerRingTest::thePostAfterAFullRingWaitsForTheOldestJob()
-{
-    Job blocker = HandlerJob(Block);
-    Job filler = HandlerJob([](Job *) { g_done.Release(); });
-    WORKER_PostJob(&blocker);
-    QVERIFY(g_blocked.Acquire(1, kLimit));
-    for (unsigned i = 1; i < kRingSlots; ++i)
-        WORKER_PostJob(&filler); // the running job keeps its slot: these just fit
-    TestSemaphore posted;
-    std::thread poster([&] {
-        WORKER_PostJob(&filler);
-        posted.Release();
-    });
-    QVERIFY(!posted.Acquire(1, std::chrono::milliseconds(50)));
-    g_unblock.Release();
-    QVERIFY(posted.Acquire(1, kLimit));
-    poster.join();
-    QVERIFY(g_done.Acquire(kRingSlots, kLimit));
-}
-
-void WorkerRingTest::aFullRingGivesUpAfterItsTimeLimit()
-{
-    Job blocker = HandlerJob(Block);
-    Job filler = HandlerJob([](Job *) { g_done.Release(); });
-    WORKER_PostJob(&blocker);
-    QVERIFY(g_blocked.Acquire(1, kLimit));
-    for (unsigned i = 1; i < kRingSlots; ++i)
-        QCOMPARE(WORKER_PostJobWithin(&filler, 1), SYS_WAIT_OK);
-    QCOMPARE(WORKER_PostJobWithin(&filler, 5), SYS_WAIT_TIMEOUT);
-    g_unblock.Release();
-    QVERIFY(g_done.Acquire(kRingSlots - 1, kLimit));
-    QVERIFY(!g_done.Acquire(1, std::chrono::milliseconds(20))); // the refused job does not run
-}
-
-void WorkerRingTest::theWorkerPostsToItsOwnFullRing()
-{
-    static Job own = HandlerJob(NoteOrder, 1);
-    static Job filler = HandlerJob(NoteOrder, 2);
-    Job poster = HandlerJob([](Job *) {
-        g_blocked.Release();
-        g_unblock.Acquire();
-        WORKER_PostJob(&own); // every slot is taken: waiting here would be for ever
-    });
-    WORKER_PostJob(&poster);
-    QVERIFY(g_blocked.Acquire(1, kLimit));
-    for (unsigned i = 1; i < kRingSlots; ++i)
-        WORKER_PostJob(&filler);
-    g_unblock.Release();
-    QVERIFY(g_done.Acquire(kRingSlots, kLimit));
-    QCOMPARE(g_order.front(), std::uint64_t{1}); // right after the job that posted it
-}
-
-void WorkerRingTest::theWorkerPostsWhileAnotherPosterWaitsForItWithTheRingsLock()
-{
-    static Job own = HandlerJob([](Job *) { g_done.Release(); });
-    Job poster = HandlerJob([](Job *) {
-        g_blocked.Release();
-        g_unblock.Acquire();
-        WORKER_PostJob(&own);
-        WORKER_PostJob(&own);
-    });
-    Job filler = HandlerJob([](Job *) { g_done.Release(); });
-    WORKER_PostJob(&poster);
-    QVERIFY(g_blocked.Acquire(1, kLimit));
-    for (unsigned i = 1; i < kRingSlots; ++i)
-        WORKER_PostJob(&filler);
-    std::atomic<int> entered = 0;
-    std::vector<std::thread> waiting;
-    for (int i = 0; i < 3; ++i)
-        waiting.emplace_back([&] {
-            ++entered;
-            WORKER_PostJob(&filler);
-        });
-    QTRY_COMPARE(entered.load(), 3);
-    g_unblock.Release();
-    QVERIFY(g_done.Acquire(kRingSlots - 1 + 3 + 2, kLimit));
-    for (std::thread &thread : waiting)
-        thread.join();
-}
-
-void WorkerRingTest::anExitLetsWaitingPostersGoAndALaterPostStartsAnew()
-{
-    AppState &state = APP_State();
-    Job blocker = HandlerJob(Block);
-    static Job filler = HandlerJob(nullptr);
-    WORKER_PostJob(&blocker);
-    QVERIFY(g_blocked.Acquire(1, kLimit));
-    state.workerExited = 0;
-    QVERIFY(WORKER_PostExit());
-    for (unsigned i = 2; i < kRingSlots; ++i)
-        WORKER_PostJob(&filler);
-    std::thread waiting([] { WORKER_PostJob(&filler); });
-    g_unblock.Release();
-    QTRY_COMPARE_WITH_TIMEOUT(state.workerExited.load(), 1u, 20'000);
-    waiting.join();
-    Job last = HandlerJob(NoteOrder, 7);
-    WORKER_PostJob(&last);
-    QVERIFY(g_done.Acquire(1, kLimit));
-}
-
-void WorkerRingTest::exitAndPostsFromManyThreadsNeverHang()
-{
-    AppState &state = APP_State();
-    static Job filler = HandlerJob(nullptr);
-    for (int round = 0; round < 30; ++round) {
-        std::vector<std::thread> posters;
-        for (int i = 0; i < 4; ++i)
-            posters.emplace_back([] {
-                for (int post = 0; post < 50; ++post)
-                    WORKER_PostJob(&filler);
-            });
-        state.workerExited = 0;
-        const bool exiting = WORKER_PostExit();
-        for (std::thread &poster : posters)
-            poster.join();
-        if (exiting)
-            QTRY_COMPARE_WITH_TIMEOUT(state.workerExited.load(), 1u, 20'000);
+    void jobsRunInTheOrderOfTheirPosts()
+    {
+        constexpr unsigned count = 3 * kRingSlots + 5;
+        std::vector<Job> jobs;
+        for (std::uint64_t i = 0; i < count; ++i)
+            jobs.push_back(HandlerJob(NoteOrder, i));
+        for (Job &job : jobs)
+            WORKER_PostJob(&job);
+        QVERIFY(g_done.Acquire(count, kLimit));
+        for (std::uint64_t i = 0; i < count; ++i)
+            QCOMPARE(g_order[i], i);
     }
-    g_done.Drain();
-    Job last = HandlerJob([](Job *) { g_done.Release(); });
-    WORKER_PostJob(&last);
-    QVERIFY(g_done.Acquire(1, kLimit));
-}
+
+    void aPostToAFullRingWaitsForTheOldestJobOrItsTimeLimit()
+    {
+        Job blocker = HandlerJob(Block);
+        Job filler = HandlerJob(NoteOrder);
+        FillRing(blocker, filler);
+        QCOMPARE(WORKER_PostJobWithin(&filler, 5), SYS_WAIT_TIMEOUT);
+        TestSemaphore posted;
+        std::thread poster([&] {
+            WORKER_PostJob(&filler);
+            posted.Release();
+        });
+        QVERIFY(!posted.Acquire(1, std::chrono::milliseconds(50)));
+        g_unblock.Release();
+        QVERIFY(posted.Acquire(1, kLimit));
+        poster.join();
+        QVERIFY(g_done.Acquire(kRingSlots, kLimit));
+        QVERIFY(!g_done.Acquire(1, std::chrono::milliseconds(20))); // the refused job does not run
+    }
+
+    void theWorkerPostsWhileOthersWaitForItWithTheRingsLock()
+    {
+        static Job own = HandlerJob(NoteOrder, 1);
+        Job filler = HandlerJob(NoteOrder, 2);
+        Job poster = HandlerJob([](Job *) {
+            g_blocked.Release();
+            g_unblock.Acquire();
+            WORKER_PostJob(&own); // every slot is taken: waiting here would be for ever
+            WORKER_PostJob(&own);
+        });
+        FillRing(poster, filler);
+        std::atomic<int> entered = 0;
+        std::vector<std::thread> waiting;
+        for (int i = 0; i < 3; ++i)
+            waiting.emplace_back([&] {
+                ++entered;
+                WORKER_PostJob(&filler);
+            });
+        QTRY_COMPARE(entered.load(), 3);
+        g_unblock.Release();
+        QVERIFY(g_done.Acquire(kRingSlots - 1 + 3 + 2, kLimit));
+        for (std::thread &thread : waiting)
+            thread.join();
+        QCOMPARE(g_order[0] + g_order[1], 2U); // right after the job that posted them
+    }
+
+    void anExitLetsWaitingPostersGoAndALaterPostStartsAnew()
+    {
+        AppState &state = APP_State();
+        Job blocker = HandlerJob(Block);
+        static Job filler = HandlerJob(nullptr);
+        WORKER_PostJob(&blocker);
+        QVERIFY(g_blocked.Acquire(1, kLimit));
+        state.workerExited = 0;
+        QVERIFY(WORKER_PostExit());
+        for (unsigned i = 2; i < kRingSlots; ++i)
+            WORKER_PostJob(&filler);
+        std::thread waiting([] { WORKER_PostJob(&filler); });
+        g_unblock.Release();
+        QTRY_COMPARE_WITH_TIMEOUT(state.workerExited.load(), 1u, 20'000);
+        waiting.join();
+        Job last = HandlerJob(NoteOrder, 7);
+        WORKER_PostJob(&last);
+        QVERIFY(g_done.Acquire(1, kLimit));
+    }
+
+    void exitAndPostsFromManyThreadsNeverHang()
+    {
+        AppState &state = APP_State();
+        static Job filler = HandlerJob(nullptr);
+        for (int round = 0; round < 30; ++round) {
+            std::vector<std::thread> posters;
+            for (int i = 0; i < 4; ++i)
+                posters.emplace_back([] {
+                    for (int post = 0; post < 50; ++post)
+                        WORKER_PostJob(&filler);
+                });
+            state.workerExited = 0;
+            const bool exiting = WORKER_PostExit();
+            for (std::thread &poster : posters)
+                poster.join();
+            if (exiting)
+                QTRY_COMPARE_WITH_TIMEOUT(state.workerExited.load(), 1u, 20'000);
+        }
+        g_done.Drain();
+        Job last = HandlerJob([](Job *) { g_done.Release(); });
+        WORKER_PostJob(&last);
+        QVERIFY(g_done.Acquire(1, kLimit));
+    }
+
+private:
+    /// Fills every slot behind a job that holds the worker and keeps its own.
+    static void FillRing(Job &holder, Job &filler)
+    {
+        WORKER_PostJob(&holder);
+        QVERIFY(g_blocked.Acquire(1, kLimit));
+        for (unsigned i = 1; i < kRingSlots; ++i)
+            QCOMPARE(WORKER_PostJobWithin(&filler, 1), SYS_WAIT_OK);
+    }
+};
 
 QTEST_GUILESS_MAIN(WorkerRingTest)
 #include "tst_workerring.moc"

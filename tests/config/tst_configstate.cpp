@@ -14,32 +14,24 @@ class ConfigStateTest : public QObject {
 private slots:
     void init() { CustomSpeedText().fill('\0'); }
 
-    void speedsComeFromTheRecord_data()
-    {
-        QTest::addColumn<int>("speed");
-        QTest::addColumn<uint>("frequency");
-        QTest::addColumn<QString>("customText");
-        QTest::newRow("row 0's own value") << -1 << 0U << "";
-        QTest::newRow("listed and searched") << 5 << 2U << "";
-        QTest::newRow("last one searched") << 10 << 3U << "";
-        QTest::newRow("listed, not searched: custom") << 4000 << 0U << "4000";
-        QTest::newRow("not listed: custom") << 4001 << 0U << "4001";
-        QTest::newRow("negative: custom") << -7 << 0U << "-7";
-        QTest::newRow("largest: custom") << std::numeric_limits<int>::max() << 0U << "2147483647";
-        QTest::newRow("none: 4000 kHz") << 0 << 21U << "";
-    }
-
     void speedsComeFromTheRecord()
     {
-        QFETCH(int, speed);
-        const ConnectionRecord record = MakeFixedSpeedRecord(speed);
-        const ConfigState state = LoadConfigState(record);
-        QCOMPARE(state.speedMode, kFixedSpeed);
-        QTEST(state.frequencyIndex, "frequency");
-        QTEST(QString::fromLatin1(CustomSpeedText().data()), "customText");
-        ConnectionRecord stored = record;
-        StoreConfigState(state, &stored);
-        QCOMPARE(stored.Speed, speed == 0 ? 4000 : speed);
+        const std::tuple<int, unsigned, const char *, int> speeds[] = {// and what is stored
+            {-1, 0, "", -1}, {5, 2, "", 5}, {10, 3, "", 10},
+            // Only the first rows are searched, so any other speed is a custom one.
+            {4000, 0, "4000", 4000}, {4001, 0, "4001", 4001}, {-7, 0, "-7", -7},
+            {std::numeric_limits<int>::max(), 0, "2147483647", std::numeric_limits<int>::max()},
+            {0, 21, "", 4000}};
+        for (const auto &[speed, row, customText, storedSpeed] : speeds) {
+            CustomSpeedText().fill('\0');
+            ConnectionRecord record = MakeFixedSpeedRecord(speed);
+            const ConfigState state = LoadConfigState(record);
+            QCOMPARE(state.speedMode, kFixedSpeed);
+            QCOMPARE(state.frequencyIndex, row);
+            QCOMPARE(CustomSpeedText().data(), customText);
+            StoreConfigState(state, &record);
+            QCOMPARE(record.Speed, storedSpeed);
+        }
     }
 
     void theSpeedModeLeavesAStoredSpeedAlone()
@@ -48,16 +40,14 @@ private slots:
         record.UseAdaptive = 1;
         record.UseMaxSpeed = 1;
         ConfigState state = LoadConfigState(record);
-        QCOMPARE(state.speedMode, kAdaptiveSpeed);
-        StoreConfigState(state, &record);
-        QCOMPARE(record.UseMaxSpeed, 0U);
-        QCOMPARE(record.UseAdaptive, 1U);
-        QCOMPARE(record.Speed, 1234);
-        state.speedMode = kAutoSpeed;
-        StoreConfigState(state, &record);
-        QCOMPARE(record.UseMaxSpeed, 1U);
-        QCOMPARE(record.UseAdaptive, 0U);
-        QCOMPARE(record.Speed, 1234);
+        QCOMPARE(state.speedMode, kAdaptiveSpeed); // which beats the other
+        for (const bool isAdaptive : {true, false}) {
+            state.speedMode = isAdaptive ? kAdaptiveSpeed : kAutoSpeed;
+            StoreConfigState(state, &record);
+            QCOMPARE(record.UseAdaptive == 1, isAdaptive);
+            QCOMPARE(record.UseMaxSpeed == 1, !isAdaptive);
+            QCOMPARE(record.Speed, 1234);
+        }
     }
 
     void aCustomSpeedStaysListedUntilTheProgramEnds()
@@ -66,127 +56,87 @@ private slots:
         QCOMPARE(ListRowOfFrequency(0), -1);
         (void)LoadConfigState(MakeFixedSpeedRecord(777));
         (void)LoadConfigState(MakeFixedSpeedRecord(5));
-        QCOMPARE(std::string(CustomSpeedText().data()), "777");
+        QCOMPARE(CustomSpeedText().data(), "777");
         QCOMPARE(FrequencyOfListRow(0), 0U);
         QCOMPARE(ListRowOfFrequency(21), 21);
         QCOMPARE(FrequencyOfListRow(99), 33U);
         QCOMPARE(FrequencyOfListRow(-1), 0U);
     }
 
-    void unknownStoredValuesFallBack_data()
-    {
-        QTest::addColumn<int>("targetInterface");
-        QTest::addColumn<int>("endianMode");
-        QTest::addColumn<int>("connectMode");
-        QTest::addColumn<int>("drPre");
-        QTest::addColumn<int>("storedInterface");
-        QTest::addColumn<int>("storedEndian");
-        QTest::addColumn<int>("storedMode");
-        QTest::addColumn<int>("storedDrPre");
-        QTest::newRow("known") << 4 << 1 << 2 << 7 << 4 << 1 << 2 << 7;
-        QTest::newRow("the interface left out") << 2 << 0 << 1 << 0 << 1 << 0 << 1 << 0;
-        QTest::newRow("too large") << 99 << 2 << 3 << 8 << 1 << 0 << 1 << 0;
-        QTest::newRow("negative") << -1 << -1 << -2 << -99 << 1 << 0 << 1 << 0;
-    }
-
     void unknownStoredValuesFallBack()
     {
-        QFETCH(int, targetInterface);
-        QFETCH(int, endianMode);
-        QFETCH(int, connectMode);
-        QFETCH(int, drPre);
-        ConnectionRecord record = MakeRecord();
-        record.TargetIF = targetInterface;
-        record.EndianMode = endianMode;
-        record.ConnectMode = connectMode;
-        record.DRPre = drPre;
-        const ConfigState state = LoadConfigState(record);
-        StoreConfigState(state, &record);
-        QTEST(record.TargetIF, "storedInterface");
-        QTEST(record.EndianMode, "storedEndian");
-        QTEST(record.ConnectMode, "storedMode");
-        QTEST(record.DRPre, "storedDrPre");
+        using Values = std::array<int, 4>; // interface, byte order, connection, position
+        const std::pair<Values, Values> values[]
+            = {{{4, 1, 2, 7}, {4, 1, 2, 7}}, {{2, 0, 1, 0}, {1, 0, 1, 0}}, // the interface left out
+                {{99, 2, 3, 8}, {1, 0, 1, 0}}, {{-1, -1, -2, -99}, {1, 0, 1, 0}}};
+        for (const auto &[read, stored] : values) {
+            ConnectionRecord record = MakeRecord();
+            record.TargetIF = read[0];
+            record.EndianMode = read[1];
+            record.ConnectMode = read[2];
+            record.DRPre = read[3];
+            StoreConfigState(LoadConfigState(record), &record);
+            QCOMPARE((Values{record.TargetIF, record.EndianMode, record.ConnectMode, record.DRPre}),
+                stored);
+        }
     }
 
     void anUntouchedRecordStaysEqual()
     {
         ConnectionRecord record = MakeFixedSpeedRecord(4000);
-        record.InitRegs = 1;
-        record.LocalhostOnly = 1;
-        record.MultipleTargets = 1;
-        record.UseSerialNo = 1;
+        record.InitRegs = record.LocalhostOnly = record.MultipleTargets = record.UseSerialNo = 1;
         record.USBSerialNo = 0xFFFFFFFF;
         record.IRPre = -5;
         SetText(&record.HostName, std::string(127, 'h'));
         SetText(&record.Device, "STM32F407IG");
         record.Device[20] = 'x'; // behind the name: copied as it is
         const ConnectionRecord before = record;
-        StoreConfigState(LoadConfigState(record), &record);
-        QVERIFY(AreEqual(record, before));
-    }
-
-    void initRegsIsNeverWrittenBack()
-    {
-        ConnectionRecord record = MakeRecord();
         ConfigState state = LoadConfigState(record);
-        state.initRegs = true;
         StoreConfigState(state, &record);
-        QCOMPARE(record.InitRegs, 0U);
+        QVERIFY(AreEqual(record, before));
+        state.initRegs = false; // never written back
+        StoreConfigState(state, &record);
+        QVERIFY(AreEqual(record, before));
     }
 
     void aPositionPresetsTheInstructionBits()
     {
         ConfigState state = LoadConfigState(MakeRecord());
         ChoosePosition(&state, 3);
+        ChoosePosition(&state, 8); // there is none
         QCOMPARE(state.irPrefix, 12);
-        ChoosePosition(&state, 8);
         QCOMPARE(state.drPrefixIndex, 3U);
-    }
-
-    void namesAreBoundedAndCleaned_data()
-    {
-        QTest::addColumn<QByteArray>("typed");
-        QTest::addColumn<QByteArray>("kept");
-        QTest::newRow("plain") << QByteArray("192.168.2.3") << QByteArray("192.168.2.3");
-        QTest::newRow("signs and spaces") << QByteArray(" -+ a ") << QByteArray(" -+ a ");
-        QTest::newRow("what would end its line or its quotes")
-            << QByteArray("a\"\r\n[TIF]\x7F\tb") << QByteArray("a[TIF]b");
-        QTest::newRow("10,000 characters") << QByteArray(10000, 'x') << QByteArray(127, 'x');
-        QTest::newRow("a character across the bound")
-            << QByteArray(126, 'x') + "\xC3\xA4" << QByteArray(126, 'x');
-        QTest::newRow("characters of two bytes")
-            << QByteArray("\xC3\xA4").repeated(5000) << QByteArray("\xC3\xA4").repeated(63);
     }
 
     void namesAreBoundedAndCleaned()
     {
-        QFETCH(QByteArray, typed);
-        std::array<char, 128> name;
-        name.fill('?');
-        SetName(&name, std::string_view(typed.constData(), static_cast<std::size_t>(typed.size())));
-        QTEST(QByteArray(name.data()), "kept");
-        QVERIFY(std::all_of(name.begin() + static_cast<long>(strlen(name.data())), name.end(),
-            [](char c) { return c == '\0'; }));
-    }
-
-    void numbersAreReadWholeOrNotAtAll_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<qint64>("number");
-        QTest::newRow("plain") << QByteArray("28100001") << 28100001LL;
-        QTest::newRow("blanks and a sign") << QByteArray(" \t+5 ") << 5LL;
-        QTest::newRow("zeros in front") << QByteArray("007") << 7LL;
-        QTest::newRow("largest") << QByteArray("4294967295") << 4294967295LL;
-        for (const char *text : {"", " ", "-", "+", "+-5", "5x", "x5", "0x10", "1.5", "5 6", "-1",
-                 "4294967296", "99999999999999999999999"})
-            QTest::newRow(text) << QByteArray(text) << 0LL;
-        QTest::newRow("10,000 digits") << QByteArray(10000, '9') << 0LL;
+        const QByteArray umlaut("\xC3\xA4"); // a character of two bytes
+        const std::pair<QByteArray, QByteArray> names[]
+            = {{"192.168.2.3", "192.168.2.3"}, {" -+ a ", " -+ a "},
+                {"a\"\r\n[TIF]\x7F\tb", "a[TIF]b"}, // what would end its line or its quotes
+                {QByteArray(10000, 'x'), QByteArray(127, 'x')},
+                {QByteArray(126, 'x') + umlaut, QByteArray(126, 'x')},
+                {umlaut.repeated(5000), umlaut.repeated(63)}};
+        for (const auto &[typed, kept] : names) {
+            std::array<char, 128> name;
+            name.fill('?');
+            SetName(&name, typed.toStdString());
+            QCOMPARE(QByteArray(name.data()), kept);
+            QVERIFY(std::all_of(
+                name.begin() + kept.size(), name.end(), [](char c) { return c == '\0'; }));
+        }
     }
 
     void numbersAreReadWholeOrNotAtAll()
     {
-        QFETCH(QByteArray, text);
-        QTEST(qint64(ReadNumber(text.toStdString(), 0, 0xFFFFFFFF)), "number");
+        const std::pair<const char *, std::int64_t> good[]
+            = {{"28100001", 28100001}, {" \t+5 ", 5}, {"007", 7}, {"4294967295", 4294967295}};
+        for (const auto &[text, number] : good)
+            QCOMPARE(std::int64_t{ReadNumber(text, 0, 0xFFFFFFFF)}, number);
+        for (const char *text : {"", " ", "-", "+", "+-5", "5x", "x5", "0x10", "1.5", "5 6",
+                 "-1", "4294967296", "99999999999999999999999"})
+            QVERIFY2(ReadNumber(text, 0, 0xFFFFFFFF) == 0, text);
+        QCOMPARE(std::int64_t{ReadNumber(std::string(10000, '9'), 0, 0xFFFFFFFF)}, 0);
     }
 
     void theOptionStringFollowsTheState()
@@ -199,9 +149,7 @@ private slots:
         QCOMPARE(OptionsOf(state),
             "-select USB -device STM32F407IG -endian little -if SWD -speed 4000 -noir "
             "-noLocalhostOnly");
-        state.useSerialNo = true;
-        state.initRegs = true;
-        state.localhostOnly = true;
+        state.useSerialNo = state.initRegs = state.localhostOnly = true;
         state.speedMode = kAdaptiveSpeed;
         state.interfaceIndex = 3;
         QCOMPARE(OptionsOf(state),

@@ -37,12 +37,6 @@ private slots:
         }
     }
 
-    void theBoxTellsTextsOfDifferentCaseApart()
-    {
-        QCOMPARE(WithAddressBoxText({"b", "a"}, "A"), QStringList({"A", "b", "a"}));
-        QCOMPARE(WithAddressBoxText({"b", "a"}, "a"), QStringList({"a", "b"}));
-    }
-
     void aListFromTheStoreIsBroughtIntoForm()
     {
         QStringList stored = {"0x1a", "", "0x1A", "main"};
