@@ -133,8 +133,8 @@ private slots:
             = {{"28100001", 28100001}, {" \t+5 ", 5}, {"007", 7}, {"4294967295", 4294967295}};
         for (const auto &[text, number] : good)
             QCOMPARE(std::int64_t{ReadNumber(text, 0, 0xFFFFFFFF)}, number);
-        for (const char *text : {"", " ", "-", "+", "+-5", "5x", "x5", "0x10", "1.5", "5 6",
-                 "-1", "4294967296", "99999999999999999999999"})
+        for (const char *text : {"", " ", "-", "+", "+-5", "5x", "x5", "0x10", "1.5", "5 6", "-1",
+                 "4294967296", "99999999999999999999999"})
             QVERIFY2(ReadNumber(text, 0, 0xFFFFFFFF) == 0, text);
         QCOMPARE(std::int64_t{ReadNumber(std::string(10000, '9'), 0, 0xFFFFFFFF)}, 0);
     }
