@@ -34,7 +34,7 @@ function(pelimo_add_test)
     COMMAND "${CMAKE_COMMAND}" -DPROGRAM=$<TARGET_FILE:${arg_NAME}>
       -DHOME_DIR=${CMAKE_BINARY_DIR}/testhome/${arg_NAME} -P "${PROJECT_SOURCE_DIR}/cmake/RunTest.cmake")
   if(NOT arg_TIMEOUT)
-    set(arg_TIMEOUT 120)
+    set(arg_TIMEOUT 300)
   endif()
   set_tests_properties(${arg_NAME} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}"
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;${arg_ENVIRONMENT}"
