@@ -15,7 +15,7 @@ public:
         : m_process(std::move(process))
     {
     }
-    ~PidBackend() override { Close(); }
+    ~PidBackend() override { PidBackend::Close(); }
 
     std::string Open(const CancelSignal &cancel) override;
     bool Connect(const TargetSetup &) override { return Alive(); }

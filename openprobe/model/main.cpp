@@ -72,6 +72,7 @@ int Listen(std::uint16_t port)
     if (bind(listener, generic, size) != 0 || listen(listener, 1) != 0
         || getsockname(listener, generic, &size) != 0) {
         std::perror("boardmodel");
+        close(listener);
         return -1;
     }
     std::printf("listening on 127.0.0.1:%u\n", ntohs(address.sin_port));

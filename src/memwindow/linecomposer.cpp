@@ -21,7 +21,7 @@ char PlaceholderOf(ByteStatus status)
 /// tells a byte 20 from the room beside the text.
 constexpr std::array<char, 256> kTextCharacters = [] {
     std::array<char, 256> characters{};
-    for (unsigned byte = 0; byte < characters.size(); ++byte) {
+    for (unsigned byte = 0; byte < 256; ++byte) {
         const bool hidden = byte < 33 || (byte >= 127 && byte <= 160) || byte == 173;
         characters[byte] = hidden ? '.' : char(byte);
     }

@@ -100,7 +100,7 @@ void Group(const MemActions &actions, std::span<const SizeAction> sizes, QWidget
     auto *group = new QActionGroup(window);
     for (const SizeAction &size : sizes)
         group->addAction(actions[size.action]);
-} // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the window owns the group
+}
 
 std::uint8_t CheckedSize(
     const MemActions &actions, std::span<const SizeAction> sizes, std::uint8_t otherwise)

@@ -48,8 +48,8 @@ public:
     {
         // A text with a comma in it, typed into the file by hand, arrives as a list.
         const QVariant value = m_settings.value(key, otherwise);
-        return value.userType() == QMetaType::QStringList ? value.toStringList().join(u", ")
-                                                          : value.toString();
+        const bool isList = value.userType() == QMetaType::QStringList;
+        return isList ? value.toStringList().join(u", ") : value.toString();
     }
 
 private:
