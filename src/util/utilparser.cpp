@@ -100,21 +100,26 @@ void ReadWhile(
     word[length] = '\0';
 }
 
-/// The opening quote behind blanks, where a quoted text must start; else null and the error is set.
-const char *FindOpeningQuote(UtilParseError error, const char *&cursor)
+/// @param lenient  takes also what is longer than the buffer or has no closing quote
+void ReadQuoted(UtilParseError error, const char *&cursor, std::span<char> text, bool lenient)
 {
+    if (UTIL_HasFailed(error) || text.empty())
+        return;
     cursor = BehindBlanks(cursor);
-    if (*cursor == '"')
-        return cursor;
-    FailWithMark(error);
-    return nullptr;
-}
-
-void CopyQuoted(std::span<char> text, const char *first, std::size_t length)
-{
-    const std::size_t count = std::min(length, text.size() - 1);
-    std::memcpy(text.data(), first, count);
-    text[count] = '\0';
+    if (*cursor != '"') {
+        FailWithMark(error);
+        return;
+    }
+    const char *const first = cursor + 1;
+    const std::size_t length = std::strcspn(first, "\"");
+    if (!lenient && (length + 1 >= text.size() || first[length] == '\0')) {
+        FailWithMark(error);
+        return;
+    }
+    const std::size_t kept = std::min(length, text.size() - 1);
+    std::memcpy(text.data(), first, kept);
+    text[kept] = '\0';
+    cursor = first + length + (first[length] == '"' ? 1 : 0);
 }
 
 } // namespace
@@ -193,35 +198,12 @@ void UTIL_ReadIdentifier(UtilParseError error, const char *&cursor, std::span<ch
 
 void UTIL_ReadQuoted(UtilParseError error, const char *&cursor, std::span<char> text)
 {
-    if (UTIL_HasFailed(error) || text.empty())
-        return;
-    const char *const quote = FindOpeningQuote(error, cursor);
-    if (!quote)
-        return;
-    const char *const first = quote + 1;
-    const std::size_t reach = strnlen(first, text.size() - 1);
-    const auto *const closing = static_cast<const char *>(std::memchr(first, '"', reach));
-    if (!closing) {
-        FailWithMark(error);
-        return;
-    }
-    CopyQuoted(text, first, static_cast<std::size_t>(closing - first));
-    cursor = closing + 1;
+    ReadQuoted(error, cursor, text, false);
 }
 
 void UTIL_ReadQuotedLenient(UtilParseError error, const char *&cursor, std::span<char> text)
 {
-    if (UTIL_HasFailed(error) || text.empty())
-        return;
-    const char *const quote = FindOpeningQuote(error, cursor);
-    if (!quote)
-        return;
-    const char *const first = quote + 1;
-    const std::size_t length = std::strcspn(first, "\"");
-    CopyQuoted(text, first, length);
-    cursor = first + length;
-    if (*cursor == '"')
-        ++cursor;
+    ReadQuoted(error, cursor, text, true);
 }
 
 void UTIL_ReadHex(UtilParseError error, const char *&cursor, std::uint32_t min, std::uint32_t max,
