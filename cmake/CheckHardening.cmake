@@ -1,0 +1,32 @@
+# A program or library that is delivered is hardened: its code lies anywhere, its tables are read-only
+# once it runs, overwritten stacks and buffers are noticed, and it searches no folder for libraries.
+foreach(part -h -l -d --dyn-syms)
+  execute_process(COMMAND "${READELF}" -W ${part} "${FILE}" OUTPUT_VARIABLE text RESULT_VARIABLE result)
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "cannot read ${FILE}")
+  endif()
+  string(APPEND elf "${text}")
+endforeach()
+
+function(require what pattern)
+  if(NOT elf MATCHES "${pattern}")
+    message(SEND_ERROR "${FILE}: ${what}")
+  endif()
+endfunction()
+
+function(forbid what pattern)
+  if(elf MATCHES "${pattern}")
+    message(SEND_ERROR "${FILE}: ${what}: ${CMAKE_MATCH_0}")
+  endif()
+endfunction()
+
+require("not position-independent" "Type: +DYN")
+require("symbols are bound late" "BIND_NOW|Flags:[^\n]* NOW")
+require("tables stay writable" "GNU_RELRO")
+require("stack is executable" "GNU_STACK[^\n]* RW ")
+require("stack is not watched" "UND __stack_chk_fail")
+if(FORTIFIED)
+  require("buffers are not watched" "UND __[a-rt-z][a-z]*_chk")
+endif()
+forbid("searches a folder for libraries" "\\((RPATH|RUNPATH)\\)[^\n]*")
+forbid("code is relocated" "TEXTREL")
