@@ -1,16 +1,16 @@
 #include "mainwindow.h"
 
+#include "sysprocess.h"
+
 #include <QApplication>
 #include <QClipboard>
 
-#include <csignal>
 #include <cstdio>
 
 int main(int argc, char **argv)
 {
+    SYS_PrepareProcess();
     std::setvbuf(stdout, nullptr, _IONBF, 0);
-    // A limit on file sizes fails the one save that reaches it; it must not end the program.
-    std::signal(SIGXFSZ, SIG_IGN);
     QApplication application(argc, argv);
     {
         MainWindow window;

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -21,7 +22,8 @@ constinit std::atomic<void *> libraryHandle{nullptr};
 
 void *OpenLibrary(const char *path)
 {
-    return dlopen(path, RTLD_LAZY);
+    // A name without a slash would be searched in the system's own places.
+    return std::strchr(path, '/') ? dlopen(path, RTLD_LAZY) : nullptr;
 }
 
 /// Two threads may have loaded the library at the same time: the first one to say so wins.

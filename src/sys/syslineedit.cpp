@@ -17,11 +17,11 @@ void *OpenBesideProgram()
     std::array<char, SYS_MAX_PATH> directory;
     SYS_ExecutablePath(getpid(), directory.data(), SYS_MAX_PATH);
     directory[static_cast<std::size_t>(SYS_FileName(directory.data()) - directory.data())] = '\0';
-    if (directory[0] == '\0')
-        return nullptr;
     std::array<char, SYS_MAX_PATH> path;
-    UTIL_Format(path, "%sThirdParty/%s", directory.data(), kFileName);
-    return dlopen(path.data(), RTLD_LAZY);
+    const char *const end = UTIL_Format(path, "%sThirdParty/%s", directory.data(), kFileName);
+    // A path that was cut names some other file.
+    const bool isWhole = directory[0] != '\0' && end < path.data() + path.size() - 1;
+    return isWhole ? dlopen(path.data(), RTLD_LAZY) : nullptr;
 }
 
 void *OpenInstalled()

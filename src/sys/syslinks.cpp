@@ -16,20 +16,6 @@ constexpr int kMaxLinks = 40; // as many as the system itself follows
 
 using WorkPath = std::array<char, kWorkSize>;
 
-void FollowGlobalLink(WorkPath &path, SysReadLink readLink)
-{
-    SYS_Trace(SYS_TRACE_CALLS, "Initial module path: Check for potential global symlink\n");
-    WorkPath link;
-    WorkPath target;
-    UTIL_Format(link, "/usr/bin/%s", path.data());
-    if (readLink(link.data(), target.data(), kWorkSize)) {
-        SYS_Trace(SYS_TRACE_CALLS, "Global symlink\n");
-        path = target;
-    } else {
-        SYS_Trace(SYS_TRACE_CALLS, "Not a global symlink\n");
-    }
-}
-
 /// Puts the link's target in the place of the link.
 void ReplaceByTarget(WorkPath &path, const WorkPath &target)
 {
@@ -40,6 +26,23 @@ void ReplaceByTarget(WorkPath &path, const WorkPath &target)
     const auto nameStart = static_cast<std::size_t>(SYS_FileName(path.data()) - path.data());
     path[nameStart] = '\0';
     UTIL_AppendText(path, target.data());
+}
+
+/// @return whether the name is a link in /usr/bin; it is replaced by the link's target then
+bool FollowGlobalLink(WorkPath &name, SysReadLink readLink)
+{
+    SYS_Trace(SYS_TRACE_CALLS, "Initial module path: Check for potential global symlink\n");
+    WorkPath link;
+    WorkPath target;
+    UTIL_Format(link, "/usr/bin/%s", name.data());
+    if (!readLink(link.data(), target.data(), kWorkSize)) {
+        SYS_Trace(SYS_TRACE_CALLS, "Not a global symlink\n");
+        return false;
+    }
+    SYS_Trace(SYS_TRACE_CALLS, "Global symlink\n");
+    name = link;
+    ReplaceByTarget(name, target);
+    return true;
 }
 
 } // namespace
@@ -60,9 +63,10 @@ void SYS_ResolveModulePath(const char *name, SysReadLink readLink, char *buffer,
     path[0] = '\0';
     UTIL_CopyText(path, name);
     SYS_Trace(SYS_TRACE_CALLS, "Initial module path: %s\n", path.data());
-    if (!std::strchr(path.data(), '/'))
-        FollowGlobalLink(path, readLink);
-    for (int links = 0; links < kMaxLinks; ++links) {
+    // A bare name says nothing about the current folder: a link that happens to have it there must
+    // not decide from where libraries are loaded.
+    const bool follow = std::strchr(path.data(), '/') || FollowGlobalLink(path, readLink);
+    for (int links = 0; follow && links < kMaxLinks; ++links) {
         SYS_Trace(SYS_TRACE_CALLS, "Resolving potential symlink: %s\n", path.data());
         if (!readLink(path.data(), target.data(), kWorkSize))
             break;

@@ -12,7 +12,7 @@ using SysReadLink = bool (*)(const char *path, char *target, std::uint32_t size)
 bool SYS_ReadLink(const char *path, char *target, std::uint32_t size);
 
 /// Follows a program's name to the file behind all links. A bare name is looked up as a link in
-/// /usr/bin first. Links that lead in a circle end at one of them.
+/// /usr/bin, and stays as it is when there is none. Links that lead in a circle end at one of them.
 void SYS_ResolveModulePath(
     const char *name, SysReadLink readLink, char *buffer, std::uint32_t size);
 

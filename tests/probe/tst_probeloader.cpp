@@ -36,19 +36,46 @@ public:
     /// Runs the driver there; stores its exit status.
     QStringList Run(const QStringList &arguments)
     {
-        const QString program = m_folder.filePath("driver");
-        if (!QFile::exists(program))
-            QFile::copy(PROBE_DRIVER, program);
         QProcess process;
-        process.start(program, arguments);
-        process.waitForFinished();
-        exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-        return QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+        process.setProgram(Driver());
+        process.setArguments(arguments);
+        return Finish(process);
+    }
+
+    /// Runs the driver under another name of its own telling, in a folder that the system searches
+    /// for libraries.
+    QStringList RunAs(const QString &name, const QString &folder, const QStringList &arguments)
+    {
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("LD_LIBRARY_PATH", folder);
+        process.setProcessEnvironment(environment);
+        process.setWorkingDirectory(folder);
+        process.setProgram("bash");
+        process.setArguments(
+            QStringList{"-c", "exec -a \"$0\" \"$@\"", name, Driver()} + arguments);
+        return Finish(process);
     }
 
     int exitCode = -1;
 
 private:
+    [[nodiscard]] QString Driver() const
+    {
+        QString program = m_folder.filePath("driver");
+        if (!QFile::exists(program))
+            QFile::copy(PROBE_DRIVER, program);
+        return program;
+    }
+
+    QStringList Finish(QProcess &process)
+    {
+        process.start();
+        process.waitForFinished();
+        exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+        return QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+    }
+
     QTemporaryDir m_folder;
 };
 
@@ -63,6 +90,8 @@ private slots:
     void placesAreTriedInTheirOrder();
     void everyFunctionIsCalledOrReported();
     void theX86NameIsPreferred();
+    void theNameItIsStartedByChoosesNoOtherFolder_data();
+    void theNameItIsStartedByChoosesNoOtherFolder();
     void withoutALibraryTheProcessEnds();
     void manyThreadsMayMakeTheFirstCall();
 };
@@ -116,6 +145,26 @@ void ProbeLoaderTest::theX86NameIsPreferred()
     installation.Add(FAKE_PLAIN, "libranvoarm.so");
     installation.Add(FAKE_X86, "libranvoarm_x86.so");
     QCOMPARE(installation.Run({"call"}), QStringList({"IsConnected() of x86", "= -3"}));
+}
+
+void ProbeLoaderTest::theNameItIsStartedByChoosesNoOtherFolder_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("a link in the current folder") << "driver";
+    QTest::newRow("a library that the system would search") << "x\\driver";
+}
+
+void ProbeLoaderTest::theNameItIsStartedByChoosesNoOtherFolder()
+{
+    QFETCH(QString, name);
+    Installation installation;
+    installation.Add(FAKE_PLAIN, "libranvoarm.so");
+    const QTemporaryDir trap;
+    QVERIFY(QFile::link("deeper/driver", trap.filePath("driver")));
+    QVERIFY(QDir(trap.path()).mkdir("deeper"));
+    for (const char *file : {"libranvoarm.so", "deeper/libranvoarm.so", "x\\libranvoarm.so"})
+        QVERIFY(QFile::copy(FAKE_X86, trap.filePath(file)));
+    QCOMPARE(installation.RunAs(name, trap.path(), {"call"}).value(0), "IsConnected() of plain");
 }
 
 void ProbeLoaderTest::withoutALibraryTheProcessEnds()

@@ -1,6 +1,7 @@
 #include "syslineedit.h"
 #include "syslinks.h"
 #include "syspaths.h"
+#include "sysprocess.h"
 
 #include <QDir>
 #include <QFile>
@@ -10,14 +11,19 @@
 #include <QTest>
 
 #include <array>
+#include <cerrno>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
 using Path = std::array<char, SYS_MAX_PATH>;
 
-constexpr std::array<std::array<const char *, 2>, 6> kLinks = {{
+constexpr std::array<std::array<const char *, 2>, 7> kLinks = {{
     {"/usr/bin/pelimo", "/opt/app/bin/pelimo"},
     {"/opt/app/bin/pelimo", "../lib/pelimo.real"},
+    {"/usr/bin/relative", "../lib/real"},
     {"link", "dir/other"},
     {"dir/other", "end"},
     {"/round/a", "b"},
@@ -46,6 +52,7 @@ private slots:
     void aProgramStartedThroughTwoRelativeLinksFindsItself();
     void theConfigurationDirectoryIsMade();
     void theTemporaryDirectoryFallsBackToTheUsersOwn();
+    void closedStandardStreamsGetNoFiles();
 };
 
 void SysPathsTest::linksAreFollowedToTheirEnd_data()
@@ -56,7 +63,10 @@ void SysPathsTest::linksAreFollowedToTheirEnd_data()
     QTest::newRow("bare name through /usr/bin")
         << QByteArray("pelimo") << QByteArray("/opt/app/bin/../lib/pelimo.real");
     QTest::newRow("bare name elsewhere") << QByteArray("other") << QByteArray("other");
-    QTest::newRow("bare name that is a link itself") << QByteArray("link") << QByteArray("dir/end");
+    QTest::newRow("bare name through a relative link")
+        << QByteArray("relative") << QByteArray("/usr/bin/../lib/real");
+    QTest::newRow("bare name that is a link here") << QByteArray("link") << QByteArray("link");
+    QTest::newRow("relative links") << QByteArray("dir/other") << QByteArray("dir/end");
     QTest::newRow("circle") << QByteArray("/round/a") << QByteArray("/round/a");
 }
 
@@ -121,6 +131,23 @@ void SysPathsTest::theTemporaryDirectoryFallsBackToTheUsersOwn()
     qunsetenv("HOME");
     SYS_TempDirBelow("/no/such/directory", path.data(), SYS_MAX_PATH);
     QCOMPARE(path.data(), "");
+}
+
+void SysPathsTest::closedStandardStreamsGetNoFiles()
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        close(STDIN_FILENO);
+        close(STDOUT_FILENO);
+        SYS_PrepareProcess();
+        int ends[2] = {};
+        const bool good = pipe(ends) == 0 && ends[0] > STDERR_FILENO && close(ends[0]) == 0
+            && write(ends[1], "x", 1) < 0 && errno == EPIPE; // and is still alive
+        _exit(good ? 0 : 1);
+    }
+    int status = -1;
+    QCOMPARE(waitpid(child, &status, 0), child);
+    QCOMPARE(status, 0);
 }
 
 QTEST_GUILESS_MAIN(SysPathsTest)
