@@ -16,6 +16,7 @@
 #include "wheelnotches.h"
 #include "windowslots.h"
 
+#include <QElapsedTimer>
 #include <QMainWindow>
 #include <QPoint>
 #include <QRegion>
@@ -264,7 +265,7 @@ private:
     std::uint64_t m_baseAddress = 0;      // of the top row
     std::uint64_t m_requestedAddress = 0; // what the last jump asked for
     std::uint64_t m_editedItem = 0;       // under the edit box while it is open
-    qint64 m_menuClosedAtMs = 0;          // since the epoch
+    QElapsedTimer m_sinceMenuClosed;      // the clock on the wall may jump back
     std::uint32_t m_featureFlags = 0;
     QPoint m_pressPoint;
     QRegion m_paintRegion; // of the paint event under way

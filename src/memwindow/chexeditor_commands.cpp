@@ -7,7 +7,6 @@
 #include <QAbstractButton>
 #include <QAction>
 #include <QCursor>
-#include <QDateTime>
 #include <QDropEvent>
 #include <QLabel>
 #include <QMenu>
@@ -92,12 +91,12 @@ void CHexEditor::OnContextMenuRequested(QPoint position)
     if (!self)
         return;
     menu->deleteLater();
-    m_menuClosedAtMs = QDateTime::currentMSecsSinceEpoch();
+    m_sinceMenuClosed.start();
 }
 
 void CHexEditor::OnToolbarChevronClicked()
 {
-    if (QDateTime::currentMSecsSinceEpoch() - m_menuClosedAtMs < kReopenGuardMs)
+    if (m_sinceMenuClosed.isValid() && !m_sinceMenuClosed.hasExpired(kReopenGuardMs))
         return;
     OnContextMenuRequested(mapFromGlobal(QCursor::pos()));
 }

@@ -73,7 +73,11 @@ bool MEMFILE_Write(const QString &fileName, std::span<const std::uint8_t> bytes)
     if (fileName.isEmpty() || (info.exists() && !info.isFile()))
         return false;
     QSaveFile file(fileName);
-    if (!file.open(QIODevice::WriteOnly))
-        return info.exists() && WriteInPlace(fileName, bytes);
-    return WriteAll(file, bytes) && file.commit();
+    if (!file.open(QIODevice::WriteOnly)) {
+        // A folder that merely has no room now would cost the old contents as well.
+        const bool isRefused = !QFileInfo(info.canonicalPath()).isWritable();
+        return info.exists() && isRefused && WriteInPlace(fileName, bytes);
+    }
+    // commit() does not look whether its own flush of the last bytes failed.
+    return WriteAll(file, bytes) && file.flush() && file.commit();
 }
