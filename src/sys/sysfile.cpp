@@ -95,6 +95,9 @@ Result ResultOfOpenError(int error, const char *path)
         return ResultOfMissing(path);
     case ENOTDIR:
         return Result::PathNotFound;
+    case ENOSPC:
+    case EDQUOT:
+        return Result::TransferFailed;
     default:
         return Result::InvalidFile;
     }
@@ -166,6 +169,22 @@ bool TakeOver(int file, const struct stat *old)
             && fchmod(file, old->st_mode & kModeBits) == 0);
 }
 
+/// Whether a directory does not take a new file of ours at all. One that has no room for it now
+/// does not count: an old file is not put at stake then.
+bool IsRefusal(int error)
+{
+    switch (error) {
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case EBUSY:        // a file that is mounted by itself
+    case ENAMETOOLONG: // the temporary name is longer
+        return true;
+    default:
+        return false;
+    }
+}
+
 /// Writes a new file beside the target and puts it in the target's place.
 /// @param old      the target's properties, null when it does not exist
 /// @param allowed  cleared, with nothing changed, when this is not allowed here
@@ -175,9 +194,10 @@ Result ReplaceAtomically(
     LongPath temporary;
     UTIL_Format(temporary, "%s.XXXXXX", target);
     File file(mkostemp(temporary.data(), O_CLOEXEC));
-    allowed = file.IsOpen();
-    if (!allowed)
-        return Result::AccessDenied;
+    if (!file.IsOpen()) {
+        allowed = !IsRefusal(errno);
+        return ResultOfOpenError(errno, target);
+    }
     allowed = TakeOver(file.Get(), old);
     const bool written = allowed && WriteAll(file.Get(), content) && fsync(file.Get()) == 0;
     if (!file.Close() || !written) {
@@ -187,7 +207,7 @@ Result ReplaceAtomically(
     if (rename(temporary.data(), target) != 0) {
         const int error = errno;
         unlink(temporary.data());
-        allowed = error != EACCES && error != EPERM && error != EBUSY;
+        allowed = !IsRefusal(error);
         return ResultOfOpenError(error, target);
     }
     const LongPath directory = DirectoryOf(target);

@@ -50,7 +50,7 @@ bool IsWritable(const char *directory)
 {
     std::array<char, SYS_MAX_PATH> name;
     UTIL_Format(name, "%s/TOLVENXXXXXX", directory);
-    const int created = mkstemp(name.data());
+    const int created = mkostemp(name.data(), O_CLOEXEC);
     if (created < 0)
         return false;
     const int opened = open(name.data(), O_RDWR | O_CLOEXEC);

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <optional>
 
+#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -17,6 +18,8 @@
 namespace {
 
 constexpr uid_t kNobody = 65534;
+constexpr QFile::Permissions kModeOf0640
+    = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser | QFile::ReadGroup;
 
 /// A folder with one file, which a user without privileges owns when the test runs as root.
 class Folder {
@@ -40,7 +43,7 @@ public:
     }
 
     [[nodiscard]] const char *Path() const { return m_path.constData(); }
-    [[nodiscard]] QString File(const char *name) const { return m_folder.filePath(name); }
+    [[nodiscard]] QString File(const QString &name) const { return m_folder.filePath(name); }
     void SetMode(mode_t mode) const { chmod(qPrintable(m_folder.path()), mode); }
 
     [[nodiscard]] QByteArray Content() const
@@ -95,10 +98,13 @@ class SysFileTest : public QObject {
 private slots:
     void savingReplacesTheFileAndKeepsItsMode();
     void linksAreFollowed();
+    void newFilesAreForTheUserAlone();
+    void whatIsNoFileIsNeitherReadNorWritten();
     void whatMustNotBeWrittenIsLeftAlone();
     void aClosedDirectoryIsWrittenInPlace();
-    void aFullDiskLeavesTheOldFile();
-    void aKilledSaveLeavesAWholeFile();
+    void aSizeLimitLeavesTheOldFile();
+    void withoutDescriptorsNothingIsLost();
+    void aSaveKilledAtAnySystemCallLeavesAWholeFile();
 };
 
 void SysFileTest::savingReplacesTheFileAndKeepsItsMode()
@@ -131,13 +137,59 @@ void SysFileTest::linksAreFollowed()
     QVERIFY(QFileInfo(link).isSymLink());
 }
 
+void SysFileTest::newFilesAreForTheUserAlone()
+{
+    const Folder folder;
+    const mode_t mask = umask(0);
+    QFile::remove(folder.Path());
+    QCOMPARE(SYS_ReplaceFile(folder.Path(), "new"), Result::Ok);
+    umask(mask);
+    QCOMPARE(folder.Mode(), 0600U);
+}
+
+void SysFileTest::whatIsNoFileIsNeitherReadNorWritten()
+{
+    const Folder folder;
+    QCOMPARE(mkfifo(folder.File("pipe").toUtf8(), 0600), 0);
+    QVERIFY(QFile::link("loop", folder.File("loop")));
+    QVERIFY(QFile::link("/dev/zero", folder.File("device")));
+    const std::pair<const char *, Result> places[] = {{"pipe", Result::InvalidFile},
+        {".", Result::InvalidFile}, {"device", Result::InvalidFile}, {"loop", Result::BadName},
+        {"none/x", Result::PathNotFound}, {"settings.ini/x", Result::PathNotFound}};
+    std::array<char, 8> buffer{};
+    std::size_t length = 8;
+    for (const auto &[name, result] : places) {
+        const QByteArray path = folder.File(name).toUtf8();
+        QCOMPARE(SYS_ReplaceFile(path, "new"), result);
+        QCOMPARE(SYS_ReadFile(path, buffer, length), result);
+        QCOMPARE(length, 0U);
+    }
+    QCOMPARE(folder.Names(), QStringList({"device", "loop", "pipe", "settings.ini"}));
+}
+
+void SysFileTest::withoutDescriptorsNothingIsLost()
+{
+    const Folder folder("old");
+    std::array<char, 8> buffer{};
+    std::size_t length = 0;
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit none{3, limit.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    const Result written = SYS_ReplaceFile(folder.Path(), "n");
+    const Result read = SYS_ReadFile(folder.Path(), buffer, length);
+    setrlimit(RLIMIT_NOFILE, &limit);
+    QCOMPARE(written, Result::InvalidFile);
+    QCOMPARE(read, Result::InvalidFile);
+    QCOMPARE(folder.Content(), "old");
+    QCOMPARE(SYS_ReplaceFile(folder.Path(), "new"), Result::Ok);
+}
+
 void SysFileTest::whatMustNotBeWrittenIsLeftAlone()
 {
     const Folder folder("kept", 0444);
     QCOMPARE(SYS_ReplaceFile(folder.Path(), "new"), Result::ReadOnly); // for root, too
     QCOMPARE(folder.Content(), "kept");
-    const QByteArray directory = folder.File(".").toUtf8();
-    QCOMPARE(SYS_ReplaceFile(directory.constData(), "new"), Result::InvalidFile);
     if (geteuid() == 0) {
         const Folder foreign("kept", 0644);
         QCOMPARE(chown(foreign.Path(), 0, 0), 0);
@@ -162,11 +214,10 @@ void SysFileTest::aClosedDirectoryIsWrittenInPlace()
     QCOMPARE(folder.Names(), QStringList("settings.ini"));
 }
 
-void SysFileTest::aFullDiskLeavesTheOldFile()
+void SysFileTest::aSizeLimitLeavesTheOldFile()
 {
     const Folder folder("old", 0600);
     const std::string content(5000, 'n');
-    // A size limit fails a write just as a full disk does.
     signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
@@ -184,36 +235,51 @@ void SysFileTest::aFullDiskLeavesTheOldFile()
     QCOMPARE(folder.Names(), QStringList("settings.ini"));
 }
 
-void SysFileTest::aKilledSaveLeavesAWholeFile()
+/// A child that saves, stopped in front of its first step.
+pid_t StartStoppedSave(const char *path, const std::string &content)
 {
-    const std::string first(20'000, 'a');
-    const std::string second(29'000, 'b');
-    const Folder folder(QByteArray::fromStdString(first), 0600);
-    for (int round = 0; round < 20; ++round) {
-        int ends[2];
-        QCOMPARE(pipe(ends), 0);
-        const pid_t child = fork();
-        if (child == 0) {
-            for (;;) {
-                for (const std::string &content : {first, second}) {
-                    if (SYS_ReplaceFile(folder.Path(), content) != Result::Ok
-                        || write(ends[1], "x", 1) != 1)
-                        _exit(1);
-                }
-            }
-        }
-        char told = 0;
-        for (int saves = 0; saves <= round; ++saves)
-            QCOMPARE(read(ends[0], &told, 1), 1);
-        kill(child, SIGKILL);
-        int status = 0;
+    const pid_t child = fork();
+    if (child != 0)
+        return child;
+    if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0)
+        _exit(2);
+    raise(SIGSTOP);
+    _exit(SYS_ReplaceFile(path, content) == Result::Ok ? 0 : 1);
+}
+
+/// Kills the child at one of its stops, at the entry or the exit of a system call.
+/// @return whether the child had ended before
+bool KillAtStop(pid_t child, int stop)
+{
+    int status = 0;
+    waitpid(child, &status, 0);
+    for (int passed = 0; passed < stop && WIFSTOPPED(status); ++passed) {
+        ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
         waitpid(child, &status, 0);
-        close(ends[0]);
-        close(ends[1]);
-        QVERIFY(WIFSIGNALED(status)); // it was saving until then
-        const std::string content = folder.Content().toStdString();
-        QVERIFY(content == first || content == second);
     }
+    if (!WIFSTOPPED(status))
+        return true;
+    kill(child, SIGKILL);
+    waitpid(child, &status, 0);
+    return false;
+}
+
+void SysFileTest::aSaveKilledAtAnySystemCallLeavesAWholeFile()
+{
+    const QByteArray first(20'000, 'a');
+    const std::string second(29'000, 'b');
+    int stop = 0;
+    bool finished = false;
+    for (; !finished; ++stop) {
+        const Folder folder(first, 0640);
+        finished = KillAtStop(StartStoppedSave(folder.Path(), second), stop);
+        const QByteArray content = folder.Content();
+        QVERIFY2(content == QByteArray::fromStdString(second) || (content == first && !finished),
+            qPrintable(QStringLiteral("torn at stop %1").arg(stop)));
+        for (const QString &name : folder.Names()) // also of what was left behind
+            QCOMPARE(QFile::permissions(folder.File(name)) & ~kModeOf0640, QFile::Permissions());
+    }
+    QVERIFY(stop > 10); // it was not all done in one step
 }
 
 QTEST_GUILESS_MAIN(SysFileTest)
