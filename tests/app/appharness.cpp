@@ -18,21 +18,26 @@
 #include <QStatusBar>
 #include <QTest>
 
+#include <algorithm>
+#include <array>
+
 namespace {
 
-std::mutex g_callsMutex;
-QStringList g_calls;
+// Never destroyed: the thread that closes the probe may come back while the process ends.
+std::mutex &g_callsMutex = *new std::mutex;
+QStringList &g_calls = *new QStringList;
 std::atomic<int> g_closes = 0; ///< calls of RANVOARM_Close so far
 
 void NoteCall(const char *function)
 {
     const QString name = QString::fromLatin1(function).remove("RANVOARM_");
-    static const QStringList polling
+    constexpr std::array polling
         = {"IsConnected", "ReadMemEx", "DEVICE_GetInfo", "GetIdData", "GetSpeed"};
     if (name == QLatin1String("Close"))
         ++g_closes;
     const std::lock_guard lock(g_callsMutex);
-    if (!polling.contains(name))
+    if (std::none_of(polling.begin(), polling.end(),
+            [&name](const char *polled) { return name == QLatin1String(polled); }))
         g_calls.append(name);
 }
 

@@ -238,11 +238,13 @@ void EnduranceTest::nothingGrows()
     QVERIFY(!back->isEnabled());
 
     std::map<std::uint32_t, std::uint8_t> typed;
-    Repeat("edits", kEdits * Percent(), 0, [&](int) {
+    Repeat("edits", kEdits * Percent(), 0, [&](int i) {
         const std::uint32_t address = kFreeRam + 0x80 * m_random.bounded(kFreeRamRows);
         typed[address] = static_cast<std::uint8_t>(m_random.generate());
         app.TypeOver(address, typed[address]);
-        app.TakeCalls(); // or the record of the writes would grow
+        app.TakeCalls(); // or the record of the writes would grow, and Qt's list of posted events
+        if (i % 10 == 0)
+            QCoreApplication::processEvents();
     });
     for (const auto &[address, value] : typed) {
         std::uint8_t byte = 0;

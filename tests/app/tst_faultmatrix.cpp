@@ -451,7 +451,8 @@ private:
 /// One life in a process of its own that ends as the program does, whoever is still caught.
 int RunAndEnd(int row, int fault, int step)
 {
-    auto *const app = new AppHarness(
+    // Never destroyed, as nobody destroys what the program has when it ends.
+    static auto *const app = new AppHarness(
         SettingsFor(QString::fromLatin1(kRows[static_cast<std::size_t>(row)].name)));
     Life life(*app, row, static_cast<Fault>(fault), static_cast<Step>(step));
     for (int i = 0; i < kSteps; ++i) {
