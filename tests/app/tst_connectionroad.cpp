@@ -5,6 +5,7 @@
 
 #include "appstate.h"
 #include "mainwindow.h"
+#include "scriptedpeer.h"
 
 #include "chexeditor.h"
 #include "configdialog.h"
@@ -17,40 +18,9 @@
 #include <QRadioButton>
 #include <QTest>
 
-#include <arpa/inet.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 namespace {
 
 constexpr int kLimitMs = 20'000;
-
-/// A port of this machine that takes connections and never says a word.
-class SilentHost {
-public:
-    SilentHost()
-        : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
-    {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        auto *const generic = reinterpret_cast<sockaddr *>(&address);
-        if (bind(m_socket, generic, size) != 0 || listen(m_socket, 8) != 0
-            || getsockname(m_socket, generic, &size) != 0)
-            qFatal("no port to listen on");
-        m_name = QString("127.0.0.1:%1").arg(ntohs(address.sin_port));
-    }
-    ~SilentHost() { close(m_socket); }
-    SilentHost(const SilentHost &) = delete;
-    SilentHost &operator=(const SilentHost &) = delete;
-
-    const QString &Name() const { return m_name; }
-
-private:
-    int m_socket;
-    QString m_name;
-};
 
 void ChooseUsb(ConfigDialog &dialog, const QString &serialNo)
 {
@@ -171,11 +141,12 @@ private slots:
 
     void theWindowLivesWhileAHostIsSilent()
     {
-        const SilentHost host;
+        const ScriptedPeer host([](const ScriptedPeer &peer) { peer.AwaitClient(); });
+        const QString where = QString("127.0.0.1:%1").arg(host.Port());
         AppHarness app({}, AppHarness::FirstDialog::Reject);
         app.Start();
         app.AnswerDialogs(AppHarness::FirstDialog::Accept);
-        Configure(app, [&](ConfigDialog &dialog) { ChooseTcpIp(dialog, host.Name()); });
+        Configure(app, [&](ConfigDialog &dialog) { ChooseTcpIp(dialog, where); });
         // The worker waits for the host; meanwhile menus answer and the dialog opens again.
         emit app.Action("&About...")->hovered();
         QTRY_COMPARE(app.StatusText(kStatusMessage), "Show the about box");

@@ -1,26 +1,17 @@
 #include "peerprocess.h"
 
+#include "loopback.h"
+
 #include <QFile>
 #include <QStandardPaths>
 #include <QtTest>
 
 #include <csignal>
 #include <fcntl.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-static sockaddr_in Loopback(quint16 port)
-{
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
-}
 
 QString PeerProcess::Missing(const QString &program)
 {
@@ -28,25 +19,10 @@ QString PeerProcess::Missing(const QString &program)
     return found ? QString() : program + " is not installed";
 }
 
-int PeerProcess::Listen(quint16 *port)
-{
-    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const int on = 1;
-    setsockopt(listener, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on); // its connections inherit that
-    sockaddr_in address = Loopback(0);
-    auto *const generic = reinterpret_cast<sockaddr *>(&address);
-    socklen_t size = sizeof address;
-    if (bind(listener, generic, size) != 0 || listen(listener, 8) != 0
-        || getsockname(listener, generic, &size) != 0)
-        qFatal("no port of the loopback address is free");
-    *port = ntohs(address.sin_port);
-    return listener;
-}
-
 quint16 PeerProcess::FreePort()
 {
     quint16 port = 0;
-    close(Listen(&port));
+    close(ListenOnLoopback(&port));
     return port;
 }
 

@@ -12,8 +12,7 @@ public:
 
     /// Empty when the program is installed, else a sentence that says that it is not.
     static QString Missing(const QString &program);
-    /// A socket that listens at a TCP port of 127.0.0.1 that nobody else uses.
-    static int Listen(quint16 *port);
+    /// A TCP port of 127.0.0.1 that nobody uses at this moment.
     static quint16 FreePort();
     /// Whether somebody accepts connections there, tried until that holds.
     static bool AwaitListener(quint16 port);

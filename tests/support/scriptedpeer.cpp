@@ -1,13 +1,13 @@
 #include "scriptedpeer.h"
 
-#include "peerprocess.h"
+#include "loopback.h"
 
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 ScriptedPeer::ScriptedPeer(const Serve &serve)
-    : m_listener(PeerProcess::Listen(&m_port))
+    : m_listener(ListenOnLoopback(&m_port))
     , m_thread([this, serve] {
         while ((m_client = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC)) >= 0) {
             serve(*this);

@@ -1,0 +1,28 @@
+#include "loopback.h"
+
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+sockaddr_in Loopback(quint16 port)
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return address;
+}
+
+int ListenOnLoopback(quint16 *port, int backlog)
+{
+    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int on = 1;
+    setsockopt(listener, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on); // its connections inherit that
+    sockaddr_in address = Loopback(0);
+    auto *const generic = reinterpret_cast<sockaddr *>(&address);
+    socklen_t size = sizeof address;
+    if (bind(listener, generic, size) != 0 || listen(listener, backlog) != 0
+        || getsockname(listener, generic, &size) != 0)
+        qFatal("no port of the loopback address is free");
+    *port = ntohs(address.sin_port);
+    return listener;
+}
