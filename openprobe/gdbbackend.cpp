@@ -19,37 +19,14 @@ constexpr auto kHandshakeLimit = 1500ms;
 constexpr auto kTransferLimit = 1500ms; // for each kTransferBytes
 constexpr std::size_t kTransferBytes = 0x10000;
 constexpr auto kFarewellLimit = 50ms;
-constexpr std::size_t kSliceBytes = 0x4000;       // then a halted target runs for a moment
-constexpr std::size_t kBytesPerRequest = 32;      // what a small request counts for a slice
-constexpr std::uint32_t kMaxRequestBytes = 2048;  // an emulator refuses more than that
-constexpr std::uint32_t kDefaultPacketSize = 256; // small stubs tell none and overrun above that
-constexpr std::uint32_t kWriteOverhead = 32;      // "M", address, length and their separators
+constexpr std::size_t kSliceBytes = 0x4000;  // then a halted target runs for a moment
+constexpr std::size_t kBytesPerRequest = 32; // what a small request counts for a slice
 constexpr const char *kInterrupt = "\x03";
 constexpr const char *kContinuePacket = "$c#63";
-
-std::uint32_t PacketBytes(std::uint32_t packetSize, std::uint32_t overhead)
-{
-    const std::uint32_t room = packetSize > overhead ? packetSize - overhead : 0;
-    return std::clamp(room / 2 & ~3U, 4U, kMaxRequestBytes);
-}
 
 std::string MemoryRequest(char kind, std::uint32_t address, std::size_t count)
 {
     return kind + HexNumber(address) + ',' + HexNumber(count);
-}
-
-/// Whether the target of the last handshake that came to an end ran when it was last seen and may
-/// be told to run on. Only ever used by the one back end that is open; leaked, as all that outlives
-/// it.
-struct LastSeen {
-    std::string where;
-    bool ran = false;
-};
-
-LastSeen &LastTarget()
-{
-    static auto *const last = new LastSeen;
-    return *last;
 }
 
 } // namespace
@@ -75,9 +52,15 @@ std::string GdbBackend::Open(const CancelSignal &cancel)
             "Start the target, e.g. qemu-system-arm ... -gdb tcp::"
                 + std::to_string(m_selection.port) + ".");
     m_deadline = Deadline::ForPeer(kHandshakeLimit);
-    if (!NegotiateModes() || !FindRunState()) {
+    const bool understood = ShakeHands(m_session, m_stub, m_deadline);
+    if (understood) {
+        RememberTarget(m_selection, m_stub);
+        FindCoreId();
+        EndAccess();
+    }
+    if (!understood || m_lost) {
         const std::string where = HostAndPort(m_selection);
-        if (m_ended)
+        if (m_stub.ended)
             return "The target at " + where + " has ended. Start it again.";
         return where
             + " accepted the connection but does not answer as a debug stub"
@@ -85,105 +68,6 @@ std::string GdbBackend::Open(const CancelSignal &cancel)
     }
     m_session.BeginTransfers();
     return {};
-}
-
-bool GdbBackend::NegotiateModes()
-{
-    std::string reply;
-    if (!m_session.SendRaw("+", m_deadline) || !m_session.Ask("qSupported", reply, m_deadline))
-        return false;
-    const RspFeatures features = ParseFeatures(reply);
-    m_maxRead = PacketBytes(features.packetSize, 0);
-    if (features.packetSize == 0)
-        m_maxRead = PacketBytes(kDefaultPacketSize, 0);
-    m_maxWrite = PacketBytes(
-        features.packetSize != 0 ? features.packetSize : kDefaultPacketSize, kWriteOverhead);
-    m_isDebugServer = features.knowsMemoryMap;
-    if (features.noAckMode) {
-        if (!m_session.Ask("QStartNoAckMode", reply, m_deadline) || !m_session.Flush(m_deadline))
-            return false;
-        if (reply == "OK")
-            m_session.LeaveAckMode();
-    }
-    if (features.nonStop) {
-        if (!m_session.Ask("QNonStop:1", reply, m_deadline))
-            return false;
-        m_nonStop = reply == "OK";
-    }
-    return true;
-}
-
-// Connecting stops an emulator that ran; it says so with a stop that nobody asked for, before its
-// first reply.
-bool GdbBackend::FindRunState()
-{
-    constexpr int kSigInt = 2;
-    if (const auto stop = m_session.TakeStop()) {
-        m_interruptSignal = stop->signal;
-        m_state = RunState::HaltedByUs;
-    }
-    std::string reply;
-    if (!m_session.Ask("?", reply, m_deadline))
-        return false;
-    const auto stop = ParseStop(reply);
-    m_ended = stop && stop->ended;
-    if (m_ended || (!stop && !(m_nonStop && reply == "OK")))
-        return false;
-    m_decided = true;
-    if (m_nonStop && !EnterNonStop())
-        return false;
-    if (!m_nonStop && m_state == RunState::Halted && stop->signal == 0) {
-        m_state = RunState::AnswersInRun; // "stopped by no signal" is how a debug server says: runs
-    } else if (!m_nonStop && m_state == RunState::Halted && m_isDebugServer
-        && stop->signal == kSigInt) {
-        // A debug server that halts the core for each new client, and answers while it runs.
-        if (!m_session.Tell("c", m_deadline))
-            return false;
-        m_state = RunState::AnswersInRun;
-    }
-    NoteState();
-    FindCoreId();
-    EndAccess();
-    return !m_lost;
-}
-
-void GdbBackend::NoteState() const
-{
-    // "c" means nothing good to a server in non-stop mode.
-    LastTarget() = {HostAndPort(m_selection), m_state != RunState::Halted && !m_nonStop};
-}
-
-// Every thread that is stopped is told of before it may be continued.
-bool GdbBackend::CollectStops()
-{
-    std::string reply;
-    do {
-        if (!m_session.Ask("vStopped", reply, m_deadline))
-            return Lose();
-        const auto stop = ParseStop(reply);
-        if (stop && stop->ended)
-            return Lose();
-    } while (!reply.empty() && reply != "OK" && reply[0] != 'E');
-    return true;
-}
-
-// A process that the stub has attached to ran before that, so it runs on; one that the stub has
-// started stays where it is.
-bool GdbBackend::EnterNonStop()
-{
-    std::string reply;
-    if (!CollectStops() || !m_session.Ask("qC", reply, m_deadline))
-        return false;
-    if (reply.starts_with("QC") && !m_session.Ask("Hg" + reply.substr(2), reply, m_deadline))
-        return false;
-    if (!m_session.Ask("qAttached", reply, m_deadline))
-        return false;
-    if (reply.starts_with('1')) {
-        if (!m_session.Ask("vCont;c", reply, m_deadline) || reply != "OK")
-            return false;
-        m_state = RunState::AnswersInRun;
-    }
-    return true;
 }
 
 // The core's identification word, where there is one at the place that all M cores have it.
@@ -211,9 +95,9 @@ void GdbBackend::NoteUnaskedStop()
         return;
     if (stop->ended)
         Lose();
-    else if (m_state == RunState::Running)
-        m_state = RunState::Halted;
-    else if (m_nonStop && !CollectStops())
+    else if (m_stub.state == GdbRunState::Running)
+        m_stub.state = GdbRunState::Halted;
+    else if (m_stub.nonStop && !CollectStops(m_session, m_deadline))
         Lose();
 }
 
@@ -225,8 +109,8 @@ bool GdbBackend::BeginAccess()
     NoteUnaskedStop();
     if (m_lost)
         return false;
-    const bool ready = m_state != RunState::Running || HaltTarget();
-    NoteState();
+    const bool ready = m_stub.state != GdbRunState::Running || HaltTarget();
+    RememberTarget(m_selection, m_stub);
     return ready;
 }
 
@@ -234,7 +118,7 @@ bool GdbBackend::HaltTarget()
 {
     if (!m_session.SendRaw(kInterrupt, m_deadline))
         return Lose();
-    m_state = RunState::HaltedByUs; // from now on it may have stopped
+    m_stub.state = GdbRunState::HaltedByUs; // from now on it may have stopped
     std::string packet;
     std::optional<RspStop> stop;
     while (!stop) {
@@ -244,19 +128,19 @@ bool GdbBackend::HaltTarget()
     }
     if (stop->ended)
         return Lose();
-    if (m_interruptSignal < 0)
-        m_interruptSignal = stop->signal;
-    if (stop->signal != m_interruptSignal)
-        m_state = RunState::Halted; // a breakpoint was faster
+    if (m_stub.interruptSignal < 0)
+        m_stub.interruptSignal = stop->signal;
+    if (stop->signal != m_stub.interruptSignal)
+        m_stub.state = GdbRunState::Halted; // a breakpoint was faster
     return true;
 }
 
 void GdbBackend::EndAccess()
 {
-    if (m_state != RunState::HaltedByUs || m_lost)
+    if (m_stub.state != GdbRunState::HaltedByUs || m_lost)
         return;
     if (m_session.Tell("c", Deadline::ForPeer(RspSession::kProgressLimit)))
-        m_state = RunState::Running;
+        m_stub.state = GdbRunState::Running;
     else
         Lose();
 }
@@ -264,7 +148,7 @@ void GdbBackend::EndAccess()
 // A long transfer is no reason to keep the target from its work all the time.
 void GdbBackend::LetItRunForAMoment()
 {
-    if (m_state != RunState::HaltedByUs)
+    if (m_stub.state != GdbRunState::HaltedByUs)
         return;
     EndAccess();
     if (m_cancel->WaitFor(1))
@@ -278,16 +162,16 @@ void GdbBackend::LetItRunForAMoment()
 // "?", which looks like no reply; else the request is repeated.
 bool GdbBackend::Ask(std::string_view request, std::string &reply)
 {
-    if (!m_session.Ask(request, reply, m_deadline, m_state == RunState::Halted))
+    if (!m_session.Ask(request, reply, m_deadline, m_stub.state == GdbRunState::Halted))
         return Lose();
-    if (m_state != RunState::Halted || !reply.empty())
+    if (m_stub.state != GdbRunState::Halted || !reply.empty())
         return true;
     const auto stop = m_session.TakeStop();
     if (!stop)
         return true; // an empty reply: not supported
     if (stop->ended)
         return Lose();
-    m_state = RunState::HaltedByUs;
+    m_stub.state = GdbRunState::HaltedByUs;
     if (!m_session.Ask("?", reply, m_deadline))
         return Lose();
     if (ParseStop(reply))
@@ -316,7 +200,7 @@ PieceResult GdbBackend::ReadPiece(
             LetItRunForAMoment();
         if (m_lost)
             return PieceResult::LinkLost;
-        const std::uint32_t count = NextRequestBytes(address, data.size(), width, m_maxRead);
+        const std::uint32_t count = NextRequestBytes(address, data.size(), width, m_stub.maxRead);
         const PieceResult result = ReadRequest(address, data.first(count));
         if (result != PieceResult::Read)
             return result;
@@ -340,7 +224,7 @@ int GdbBackend::Read(std::uint32_t address, std::span<std::uint8_t> data, std::u
     m_deadline = Deadline::ForPeer(kTransferLimit);
     if (!BeginAccess())
         return kTransferFailed;
-    const int result = ReadRange(address, data, m_maxRead, reader);
+    const int result = ReadRange(address, data, m_stub.maxRead, reader);
     EndAccess();
     return m_lost ? kTransferFailed : result;
 }
@@ -354,7 +238,7 @@ bool GdbBackend::WriteRequests(
             LetItRunForAMoment();
         if (m_lost)
             return false;
-        const std::uint32_t count = NextRequestBytes(address, data.size(), width, m_maxWrite);
+        const std::uint32_t count = NextRequestBytes(address, data.size(), width, m_stub.maxWrite);
         std::string request = MemoryRequest('M', address, count) + ':';
         AppendHex(request, data.first(count));
         if (!Ask(request, reply) || reply != "OK")
@@ -384,24 +268,6 @@ int GdbBackend::Write(
     return written && !m_lost ? static_cast<int>(data.size()) : kTransferFailed;
 }
 
-// Connecting alone stops an emulator, or a process behind its server. A stub that answers is asked
-// how its target stood, so that one which ran runs on; for a silent one, which will see the
-// connection only later, what is known from before has to do. A target that may have been halted
-// already is never set running.
-void GdbBackend::SettleAbandonedHandshake()
-{
-    std::string packet;
-    m_deadline = Deadline::After(kFarewellLimit);
-    const bool spoke = m_session.Await(packet, m_deadline); // the answer on its way, or a stop
-    if (m_session.TakeStop() || (spoke && ParseStop(packet)))
-        m_state = RunState::HaltedByUs;
-    else if (spoke && m_cancel->IsRaised())
-        (void)(NegotiateModes() && FindRunState());
-    else if (const LastSeen &last = LastTarget();
-             !spoke && last.ran && last.where == HostAndPort(m_selection))
-        m_state = RunState::HaltedByUs;
-}
-
 // A target that runs is left to itself. One that we have halted is told to run on, whatever its
 // stub still has to say to us: it takes the bytes in order, a stub that was frozen when it goes on.
 void GdbBackend::Close() noexcept
@@ -411,12 +277,13 @@ void GdbBackend::Close() noexcept
     const bool frozen = m_lost && !m_cancel->IsRaised();
     m_link.IgnoreCancel();
     try {
-        if (!m_decided)
-            SettleAbandonedHandshake();
+        if (!m_stub.decided)
+            FinishAbandonedHandshake(m_session, m_selection, m_stub,
+                Deadline::After(kFarewellLimit), m_cancel->IsRaised());
     } catch (...) {
         m_lost = true; // no memory left for a packet: nothing more can be found out
     }
-    if (m_state == RunState::HaltedByUs) {
+    if (m_stub.state == GdbRunState::HaltedByUs) {
         const Deadline deadline = Deadline::After(kFarewellLimit);
         if (m_link.Send(kContinuePacket, deadline) && !frozen)
             m_link.AwaitFarewell(deadline);

@@ -1,10 +1,9 @@
 #pragma once
 
 #include "backend.h"
+#include "gdbhandshake.h"
 #include "knownranges.h"
 #include "rangescan.h"
-#include "rspsession.h"
-#include "selection.h"
 
 #include <atomic>
 
@@ -33,17 +32,6 @@ public:
     void Close() noexcept override;
 
 private:
-    enum class RunState {
-        Halted,       // not by us
-        Running,      // has to be stopped for each transfer
-        HaltedByUs,   // runs again after the transfer
-        AnswersInRun, // can be asked while it runs
-    };
-
-    [[nodiscard]] bool NegotiateModes();
-    [[nodiscard]] bool FindRunState();
-    [[nodiscard]] bool EnterNonStop();
-    [[nodiscard]] bool CollectStops();
     void FindCoreId();
     [[nodiscard]] bool BeginAccess();
     [[nodiscard]] bool HaltTarget();
@@ -57,8 +45,6 @@ private:
     [[nodiscard]] bool WriteRequests(
         std::uint32_t address, std::span<const std::uint8_t> data, std::uint32_t width);
     bool Lose();
-    void NoteState() const;
-    void SettleAbandonedHandshake();
 
     Selection m_selection;
     TcpLink m_link;
@@ -66,14 +52,7 @@ private:
     const CancelSignal *m_cancel = nullptr;
     Deadline m_deadline = Deadline::After({});
     std::atomic<bool> m_lost = false;
-    RunState m_state = RunState::Halted;
-    int m_interruptSignal = -1; // what the stub answers to our interrupt; -1: not seen yet
-    bool m_decided = false;     // whether the handshake got as far as knowing how the target stood
-    bool m_ended = false;
-    bool m_nonStop = false;
-    bool m_isDebugServer = false; // in front of a core with a flash, not of a program
-    std::uint32_t m_maxRead = 128;
-    std::uint32_t m_maxWrite = 64;
+    GdbStub m_stub;
     std::uint32_t m_coreId = 0;
     std::size_t m_sliceBytes = 0; // moved since the target ran last
     KnownRanges m_known;

@@ -1,0 +1,154 @@
+#include "gdbhandshake.h"
+
+#include "openerrors.h"
+
+#include <algorithm>
+#include <string>
+
+namespace OpenProbe {
+namespace {
+
+constexpr std::uint32_t kMaxRequestBytes = 2048;  // an emulator refuses more than that
+constexpr std::uint32_t kDefaultPacketSize = 256; // small stubs tell none and overrun above that
+constexpr std::uint32_t kWriteOverhead = 32;      // "M", address, length and their separators
+
+std::uint32_t PacketBytes(std::uint32_t packetSize, std::uint32_t overhead)
+{
+    const std::uint32_t room = packetSize > overhead ? packetSize - overhead : 0;
+    return std::clamp(room / 2 & ~3U, 4U, kMaxRequestBytes);
+}
+
+/// Whether the target of the last handshake that came to an end ran when it was last seen and may
+/// be told to run on. Only ever used by the one back end that is open; leaked, as all that outlives
+/// it.
+struct LastSeen {
+    std::string where;
+    bool ran = false;
+};
+
+LastSeen &LastTarget()
+{
+    static auto *const last = new LastSeen;
+    return *last;
+}
+
+bool NegotiateModes(RspSession &session, GdbStub &stub, Deadline deadline)
+{
+    std::string reply;
+    if (!session.SendRaw("+", deadline) || !session.Ask("qSupported", reply, deadline))
+        return false;
+    const RspFeatures features = ParseFeatures(reply);
+    const std::uint32_t size = features.packetSize != 0 ? features.packetSize : kDefaultPacketSize;
+    stub.maxRead = PacketBytes(size, 0);
+    stub.maxWrite = PacketBytes(size, kWriteOverhead);
+    stub.isDebugServer = features.knowsMemoryMap;
+    if (features.noAckMode) {
+        if (!session.Ask("QStartNoAckMode", reply, deadline) || !session.Flush(deadline))
+            return false;
+        if (reply == "OK")
+            session.LeaveAckMode();
+    }
+    if (features.nonStop) {
+        if (!session.Ask("QNonStop:1", reply, deadline))
+            return false;
+        stub.nonStop = reply == "OK";
+    }
+    return true;
+}
+
+// A process that the stub has attached to ran before that, so it runs on; one that the stub has
+// started stays where it is.
+bool EnterNonStop(RspSession &session, GdbStub &stub, Deadline deadline)
+{
+    std::string reply;
+    if (!CollectStops(session, deadline) || !session.Ask("qC", reply, deadline))
+        return false;
+    if (reply.starts_with("QC") && !session.Ask("Hg" + reply.substr(2), reply, deadline))
+        return false;
+    if (!session.Ask("qAttached", reply, deadline))
+        return false;
+    if (reply.starts_with('1')) {
+        if (!session.Ask("vCont;c", reply, deadline) || reply != "OK")
+            return false;
+        stub.state = GdbRunState::AnswersInRun;
+    }
+    return true;
+}
+
+// Connecting stops an emulator that ran; it says so with a stop that nobody asked for, before its
+// first reply. One that says nothing of it cannot be told from one that was halted before.
+bool FindRunState(RspSession &session, GdbStub &stub, Deadline deadline)
+{
+    constexpr int kSigInt = 2;
+    if (const auto stop = session.TakeStop()) {
+        stub.interruptSignal = stop->signal;
+        stub.state = GdbRunState::HaltedByUs;
+    }
+    std::string reply;
+    if (!session.Ask("?", reply, deadline))
+        return false;
+    const auto stop = ParseStop(reply);
+    stub.ended = stop && stop->ended;
+    if (stub.ended || (!stop && !(stub.nonStop && reply == "OK")))
+        return false;
+    stub.decided = true;
+    if (stub.nonStop)
+        return EnterNonStop(session, stub, deadline);
+    if (stub.state != GdbRunState::Halted)
+        return true;
+    if (stop->signal == 0) {
+        stub.state = GdbRunState::AnswersInRun; // "by no signal" is how a debug server says: runs
+    } else if (stub.isDebugServer && stop->signal == kSigInt) {
+        // A debug server that halts the core for each new client, and answers while it runs.
+        if (!session.Tell("c", deadline))
+            return false;
+        stub.state = GdbRunState::AnswersInRun;
+    }
+    return true;
+}
+
+} // namespace
+
+bool ShakeHands(RspSession &session, GdbStub &stub, Deadline deadline)
+{
+    return NegotiateModes(session, stub, deadline) && FindRunState(session, stub, deadline);
+}
+
+bool CollectStops(RspSession &session, Deadline deadline)
+{
+    std::string reply;
+    do {
+        if (!session.Ask("vStopped", reply, deadline))
+            return false;
+        const auto stop = ParseStop(reply);
+        if (stop && stop->ended)
+            return false;
+    } while (!reply.empty() && reply != "OK" && reply[0] != 'E');
+    return true;
+}
+
+void RememberTarget(const Selection &selection, const GdbStub &stub)
+{
+    // "c" means nothing good to a server in non-stop mode.
+    LastTarget() = {HostAndPort(selection), stub.state != GdbRunState::Halted && !stub.nonStop};
+}
+
+// Connecting alone stops an emulator, or a process behind its server. A stub that answers is asked
+// how its target stood, so that one which ran runs on; for a silent one, which will see the
+// connection only later, what is known from before has to do. A target that may have been halted
+// already is never set running.
+void FinishAbandonedHandshake(RspSession &session, const Selection &selection, GdbStub &stub,
+    Deadline deadline, bool cancelled)
+{
+    std::string packet;
+    const bool spoke = session.Await(packet, deadline); // the answer on its way, or a stop
+    if (session.TakeStop() || (spoke && ParseStop(packet)))
+        stub.state = GdbRunState::HaltedByUs;
+    else if (spoke && cancelled)
+        (void)ShakeHands(session, stub, deadline);
+    else if (const LastSeen &last = LastTarget();
+             !spoke && last.ran && last.where == HostAndPort(selection))
+        stub.state = GdbRunState::HaltedByUs;
+}
+
+} // namespace OpenProbe
