@@ -73,6 +73,11 @@ TcpLink::Failure TcpLink::ConnectTo(
         error = errno;
     if (error == EINPROGRESS || error == EINTR) {
         waited = WaitFor(descriptor, POLLOUT, deadline);
+        // A connection that came about all the same is one for the peer too, so it is not just
+        // dropped: whoever uses the link ends it in the peer's terms.
+        pollfd entry{descriptor, POLLOUT, 0};
+        if (waited != Wait::Ready && poll(&entry, 1, 0) > 0)
+            waited = Wait::Ready;
         socklen_t length = sizeof error;
         getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &length);
     }

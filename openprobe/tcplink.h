@@ -26,8 +26,10 @@ public:
     TcpLink &operator=(const TcpLink &) = delete;
     ~TcpLink() { Close(); }
 
-    /// Connects to the first address of the host that accepts. Only looking up a name is out of
-    /// reach of deadline and cancel: the system offers no way to end it.
+    /// Connects to the first address of the host that accepts. A peer that accepted before the
+    /// deadline or the cancel took effect counts as connected: it may have stopped its target. Only
+    /// looking up a name is out of reach of deadline and cancel: the system offers no way to end
+    /// it.
     [[nodiscard]] Failure Connect(
         const std::string &host, std::uint16_t port, Deadline deadline, const CancelSignal &cancel);
 

@@ -16,6 +16,7 @@ private slots:
     void requestsAreAsLongAndAsWideAsAllowed();
     void theTargetIsLeftAsItWasFound_data();
     void theTargetIsLeftAsItWasFound();
+    void aCancelledOpenLeavesTheTargetRunning();
     void longReadsLetTheTargetRunAndWritesAskFirst();
 };
 
@@ -131,6 +132,21 @@ void GdbBackendTest::theTargetIsLeftAsItWasFound()
     backend.Close();
     QTRY_COMPARE_WITH_TIMEOUT(stub.Runs(), ranBefore, 60'000);
     QVERIFY(ranBefore || !stub.Requests().contains("c"));
+}
+
+// A cancel that comes as early as it can: the stub has seen the connection and stopped its target.
+void GdbBackendTest::aCancelledOpenLeavesTheTargetRunning()
+{
+    FakeStub::Manners manners;
+    manners.ranBefore = true;
+    FakeStub stub(manners);
+    const CancelSignal cancel;
+    cancel.Raise();
+    GdbBackend backend(At(stub.Port()));
+    QVERIFY(!backend.Open(cancel).empty());
+    backend.Close();
+    QTRY_COMPARE_WITH_TIMEOUT(stub.Requests().count("c"), 1, 60'000);
+    QTRY_VERIFY_WITH_TIMEOUT(stub.Runs(), 60'000);
 }
 
 void GdbBackendTest::longReadsLetTheTargetRunAndWritesAskFirst()
