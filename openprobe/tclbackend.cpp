@@ -59,14 +59,24 @@ std::string TclBackend::Open(const CancelSignal &cancel)
             + " accepted the connection but does not answer as OpenOCD's Tcl server. For a debug "
               "stub use gdb:HOST:PORT.";
     std::string names;
-    if (!Ask("target names", names) || names.empty())
+    const bool hasTarget = Ask("target names", names) && !names.empty();
+    const bool answers = hasTarget && TargetAnswers();
+    m_bigEndian = answers && Ask("[target current] cget -endian", reply) && reply == "big";
+    m_progressLimit = kProgressLimit;
+    if (answers)
+        FindCoreId();
+    if (m_lost)
+        return where + " gave up while its target was asked. See OpenOCD's messages there.";
+    if (!hasTarget)
         return "OpenOCD at " + where + " has no target. Start it with your chip's file, e.g. -f "
             + "target/stm32f4x.cfg.";
-    if (!TargetAnswers())
-        return "OpenOCD at " + where + " does not reach its target (" + names
+    return answers ? std::string()
+                   : "OpenOCD at " + where + " does not reach its target (" + names
             + "). Is the board powered and connected?";
-    m_bigEndian = Ask("[target current] cget -endian", reply) && reply == "big";
-    m_progressLimit = kProgressLimit;
+}
+
+void TclBackend::FindCoreId()
+{
     std::array<std::uint8_t, 4> id{};
     if (ReadPiece(kCpuIdAddress, id, 4) == PieceResult::Read) {
         for (std::uint32_t i = 0; i < id.size(); ++i)
@@ -74,8 +84,6 @@ std::string TclBackend::Open(const CancelSignal &cancel)
         if ((m_coreId & 0xFF0C0000) != 0x410C0000)
             m_coreId = 0; // no M core's identification word
     }
-    return m_lost ? where + " gave up while its target was asked. See OpenOCD's messages there."
-                  : std::string();
 }
 
 // One time-out is the end: a late reply would be taken for the answer to the next command.

@@ -36,6 +36,7 @@ private:
     [[nodiscard]] bool WritePieces(
         std::uint32_t address, std::span<const std::uint8_t> data, std::uint32_t width);
     [[nodiscard]] bool TargetAnswers();
+    void FindCoreId();
 
     Selection m_selection;
     TcpLink m_link;

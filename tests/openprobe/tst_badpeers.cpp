@@ -1,10 +1,14 @@
 #include "backendtools.h"
 #include "fakestub.h"
 #include "gdbbackend.h"
+#include "loopback.h"
 #include "peerprocess.h"
 #include "probelibrary.h"
 
 #include <QtTest>
+#include <cerrno>
+#include <sys/socket.h>
+#include <unistd.h>
 
 using namespace OpenProbe;
 
@@ -15,6 +19,7 @@ private slots:
     void aBadPeerGetsAText_data();
     void aBadPeerGetsAText();
     void aPlaceWithoutPeersGetsAText();
+    void aSilentPlaceGetsAText();
     void aPeerThatTurnsBadIsGivenUp_data();
     void aPeerThatTurnsBadIsGivenUp();
 };
@@ -41,13 +46,15 @@ static QByteArray Polite(const QByteArray &command)
     return command.startsWith("read_memory") ? "0x1\x1a" : "\x1a";
 }
 
+// Answers every command; hangs up where the answer is null.
 static void ServeTcl(ScriptedPeer &peer, const Answer &answer)
 {
     QByteArray input;
     for (QByteArray more; !(more = peer.Receive()).isEmpty();) {
         input += more;
         for (qsizetype end = 0; (end = input.indexOf('\x1a')) >= 0; input.remove(0, end + 1)) {
-            if (!peer.Send(answer(input.left(end))))
+            const QByteArray says = answer(input.left(end));
+            if (says.isNull() || !peer.Send(says))
                 return;
         }
     }
@@ -86,9 +93,9 @@ void BadPeersTest::aBadPeerGetsAText_data()
     row("half a packet", "+$PacketSi", Waits);
     row("half a packet and gone", "+$PacketSi", HangsUp);
     row("more answers than questions", "Open On-Chip Debugger\x1amore\x1a", Waits);
-    const auto server = [](const char *name, const Answer &answer, const QString &text) {
+    const auto server = [](const QByteArray &name, const Answer &answer, const QString &text) {
         const ScriptedPeer::Serve serve = [=](ScriptedPeer &peer) { ServeTcl(peer, answer); };
-        QTest::addRow("server: %s", name) << int(TargetKind::Tcl) << serve << text;
+        QTest::addRow("server: %s", name.constData()) << int(TargetKind::Tcl) << serve << text;
     };
     const Answer noTarget = [](const QByteArray &command) {
         return command == "target names" ? QByteArray("\x1a") : Polite(command);
@@ -102,6 +109,14 @@ void BadPeersTest::aBadPeerGetsAText_data()
     };
     server("no board", noBoard,
         "OpenOCD at %1 does not reach its target (cpu). Is the board powered and connected?");
+    for (const QByteArray last :
+        {"target names", "curstate", "-endian", "read_memory 0xe000ed00"}) {
+        const Answer hangsUp = [last](const QByteArray &command) {
+            return command.contains(last) ? QByteArray() : Polite(command);
+        };
+        server("ends at " + last, hangsUp,
+            "%1 gave up while its target was asked. See OpenOCD's messages there.");
+    }
 }
 
 void BadPeersTest::aBadPeerGetsAText()
@@ -133,6 +148,29 @@ void BadPeersTest::aPlaceWithoutPeersGetsAText()
     QCOMPARE(OpenError(*nowhere),
         "No address for host \"no-such-host.invalid\". Check its "
         "spelling or type its number, e.g. 192.168.0.10.");
+    const auto unreachable = MakeBackend(ParseSelector("255.255.255.255:9", 0)); // has no host
+    QCOMPARE(OpenError(*unreachable),
+        QString("255.255.255.255:9 cannot be reached (%1). Check the address and this machine's "
+                "network.")
+            .arg(qt_error_string(ENETUNREACH)));
+}
+
+// A host that takes no notice of an attempt to connect: its queue of clients is full.
+void BadPeersTest::aSilentPlaceGetsAText()
+{
+    SetPatience(1);
+    quint16 port = 0;
+    const int listener = ListenOnLoopback(&port, 0);
+    const int first = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_in address = Loopback(port);
+    QCOMPARE(::connect(first, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    const QString text = OpenError(*BackendAt(TargetKind::Gdb, port));
+    close(first);
+    close(listener);
+    QCOMPARE(text,
+        QString("127.0.0.1:%1 does not answer within 2 s. Check the address, and whether the "
+                "machine is on and lets the port through.")
+            .arg(port));
 }
 
 void BadPeersTest::aPeerThatTurnsBadIsGivenUp_data()
