@@ -152,16 +152,21 @@ void *WorkerLoop(void *)
     }
 }
 
-void EnsureWorker(RingState &ring)
+/// @return whether there is a worker. A system that refuses a thread now may grant one later.
+bool EnsureWorker(RingState &ring)
 {
     const std::lock_guard lock(ring.startMutex);
     if (ring.workerExists)
-        return;
+        return true;
     ring.ringMutex = SYS_CreateMutex(nullptr);
     // The event stands before the thread: the worker reads its handle once, at its start.
     ring.wakeEvent = SYS_CreateEvent("WorkerWakeup", 0, 0);
-    SYS_CreateThread(WorkerLoop, nullptr, nullptr);
-    ring.workerExists = true;
+    ring.workerExists = SYS_CreateThread(WorkerLoop, nullptr, nullptr) != 0;
+    if (!ring.workerExists) {
+        SYS_CloseEvent(ring.wakeEvent);
+        SYS_CloseMutex(&ring.ringMutex);
+    }
+    return ring.workerExists;
 }
 
 /// Waits for the write slot while ringMutex is held. @return whether it is free
@@ -179,7 +184,10 @@ bool WaitForWriteSlot(RingState &ring, std::uint32_t timeoutMs)
 
 int PostFromOutside(RingState &ring, Job *job, std::uint32_t timeoutMs)
 {
-    EnsureWorker(ring);
+    if (!EnsureWorker(ring)) {
+        WORKER_DiscardJob(job); // a ring that nobody empties would hold up the thirty-third post
+        return SYS_WAIT_ERROR;
+    }
     const int waited = SYS_WaitForMutex(ring.ringMutex, timeoutMs);
     if (waited != SYS_WAIT_OK)
         return waited;

@@ -11,6 +11,8 @@
 #include <thread>
 #include <vector>
 
+#include <pthread.h>
+
 namespace {
 
 constexpr auto kHandlerOnly = static_cast<JobKind>(99);
@@ -47,6 +49,23 @@ class WorkerRingTest : public QObject {
 
 private slots:
     void init() { g_order.clear(); }
+
+    void whereThereIsNoThreadNoPostWaits() // the first one here: there is no worker yet
+    {
+        pthread_attr_t usual;
+        pthread_attr_t endless; // no system has room for such a stack
+        QCOMPARE(pthread_getattr_default_np(&usual), 0);
+        QCOMPARE(pthread_getattr_default_np(&endless), 0);
+        QCOMPARE(pthread_attr_setstacksize(&endless, std::size_t{1} << 60), 0);
+        QCOMPARE(pthread_setattr_default_np(&endless), 0);
+        Job job = HandlerJob(NoteOrder);
+        for (unsigned i = 0; i < 2 * kRingSlots; ++i)
+            QCOMPARE(WORKER_PostJob(&job), SYS_WAIT_ERROR);
+        QCOMPARE(pthread_setattr_default_np(&usual), 0);
+        QCOMPARE(WORKER_PostJob(&job), SYS_WAIT_OK);
+        QVERIFY(g_done.Acquire(1, kLimit));
+        QCOMPARE(g_order.size(), 1U);
+    }
 
     void jobsRunInTheOrderOfTheirPosts()
     {
