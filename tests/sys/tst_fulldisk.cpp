@@ -5,8 +5,8 @@
 #include "settingsstore.h"
 #include "sysregistry.h"
 
-#include <QDir>
-#include <QFile>
+#include "testfile.h"
+
 #include <QTest>
 
 #include <cstdio>
@@ -24,17 +24,6 @@ constexpr char kInsideVariable[] = "FULLDISK_INSIDE";
 enum class Shortage { Room, Files };
 
 QByteArrayList shownErrors;
-
-QByteArray Content(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<none>");
-}
-
-QStringList Names(const QString &folder)
-{
-    return QDir(folder).entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Name);
-}
 
 /// Fills the disk until an error says that it is full, and empties it again at its end.
 class Filler {
@@ -65,98 +54,91 @@ class FullDiskTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void settingsStay_data() { AddShortages(); }
-    void settingsStay();
-    void registryStays_data() { AddShortages(); }
-    void registryStays();
-    void savedMemoryStays_data() { AddShortages(); }
-    void savedMemoryStays();
-
-private:
-    static void AddShortages()
+    void initTestCase_data()
     {
         QTest::addColumn<Shortage>("shortage");
         QTest::newRow("no room") << Shortage::Room;
         QTest::newRow("no further file") << Shortage::Files;
     }
+    void settingsStay()
+    {
+        QFETCH_GLOBAL(Shortage, shortage);
+        const QString folder = QDir::homePath();
+        const QString path = folder + "/test.ini";
+        QFile::remove(path);
+        SETTINGS_SetHost({[](const char *text) { shownErrors.append(text); }, nullptr});
+        SETTINGS_SetPath(path.toUtf8().constData());
+        SETTINGS_CloseStore();
+        shownErrors.clear();
+        const QByteArray text(1000, 't');
+        QCOMPARE(SETTINGS_WriteText("S", "Text", text), SETTINGS_OK);
+        const QByteArray before = FileContent(path);
+        {
+            const Filler filler(shortage);
+            QCOMPARE(SETTINGS_WriteDecimal("S", "Number", 7), SETTINGS_ERROR);
+            QCOMPARE(SETTINGS_DeleteKey("S", "Text"), SETTINGS_ERROR); // a shorter file, too
+            QCOMPARE(shownErrors.size(), 2);
+            QCOMPARE(shownErrors[0],
+                "Could not save file [" + path.toUtf8() + "]\nFailed to write data!");
+            QCOMPARE(FileContent(path), before);
+            QCOMPARE(FileNames(folder), QStringList("test.ini"));
+        }
+        QCOMPARE(SETTINGS_WriteDecimal("S", "Further", 8), SETTINGS_OK);
+        QCOMPARE(FileContent(path), "[S]\r\nFurther = 8\r\nNumber = 7\r\n");
+        QFile::remove(path);
+    }
+
+    void registryStays()
+    {
+        QFETCH_GLOBAL(Shortage, shortage);
+        const QString folder = QDir::homePath() + "/.config/TOLVEN";
+        const QString path = folder + "/TOLVEN_REG_HKEY_CURRENT_USER.xml";
+        QDir(folder).removeRecursively();
+        SYS_RegRelease();
+        const auto set = [](SYS_REG_KEY root, std::uint8_t value) {
+            return SYS_RegSetValue(root, "V", SYS_REG_TYPE_BINARY, &value, 1);
+        };
+        QCOMPARE(set(SYS_REG_CURRENT_USER, 0x11), SYS_REG_OK);
+        const QByteArray before = FileContent(path);
+        {
+            const Filler filler(shortage);
+            QCOMPARE(set(SYS_REG_CURRENT_USER, 0x22), SYS_REG_ERROR);
+            QCOMPARE(
+                set(SYS_REG_LOCAL_MACHINE, 0x33), SYS_REG_ERROR); // its file is still to be made
+            std::uint8_t value = 0;
+            std::uint32_t size = 1;
+            QCOMPARE(
+                SYS_RegQueryValue(SYS_REG_CURRENT_USER, "V", nullptr, &value, &size), SYS_REG_OK);
+            QCOMPARE(value, 0x11);
+            QCOMPARE(FileContent(path), before);
+            QCOMPARE(FileNames(folder).size(), 1);
+        }
+        QCOMPARE(set(SYS_REG_CURRENT_USER, 0x22), SYS_REG_OK);
+        QCOMPARE(set(SYS_REG_LOCAL_MACHINE, 0x33), SYS_REG_OK);
+        QVERIFY(FileContent(path).contains("<V>22</V>"));
+        SYS_RegRelease();
+        QDir(folder).removeRecursively();
+    }
+
+    void savedMemoryStays()
+    {
+        QFETCH_GLOBAL(Shortage, shortage);
+        const QString folder = QDir::homePath();
+        const QString path = folder + "/data.bin";
+        const std::vector<std::uint8_t> old(5000, 'o');
+        const std::vector<std::uint8_t> other(6000, 'n');
+        QVERIFY(MEMFILE_Write(path, old));
+        {
+            const Filler filler(shortage);
+            QVERIFY(!MEMFILE_Write(path, other));
+            QVERIFY(!MEMFILE_Write(folder + "/new.bin", other));
+            QCOMPARE(FileContent(path), QByteArray(5000, 'o'));
+            QCOMPARE(FileNames(folder), QStringList("data.bin"));
+        }
+        QVERIFY(MEMFILE_Write(path, other));
+        QFile::remove(path);
+    }
 };
-
-void FullDiskTest::settingsStay()
-{
-    QFETCH(Shortage, shortage);
-    const QString folder = QDir::homePath();
-    const QString path = folder + "/test.ini";
-    QFile::remove(path);
-    SETTINGS_SetHost({[](const char *text) { shownErrors.append(text); }, nullptr});
-    SETTINGS_SetPath(path.toUtf8().constData());
-    SETTINGS_CloseStore();
-    shownErrors.clear();
-    const QByteArray text(1000, 't');
-    QCOMPARE(SETTINGS_WriteText("S", "Text", text), SETTINGS_OK);
-    const QByteArray before = Content(path);
-    {
-        const Filler filler(shortage);
-        QCOMPARE(SETTINGS_WriteDecimal("S", "Number", 7), SETTINGS_ERROR);
-        QCOMPARE(SETTINGS_DeleteKey("S", "Text"), SETTINGS_ERROR); // a shorter file, too
-        QCOMPARE(shownErrors.size(), 2);
-        QCOMPARE(
-            shownErrors[0], "Could not save file [" + path.toUtf8() + "]\nFailed to write data!");
-        QCOMPARE(Content(path), before);
-        QCOMPARE(Names(folder), QStringList("test.ini"));
-    }
-    QCOMPARE(SETTINGS_WriteDecimal("S", "Further", 8), SETTINGS_OK);
-    QCOMPARE(Content(path), "[S]\r\nFurther = 8\r\nNumber = 7\r\n");
-    QFile::remove(path);
-}
-
-void FullDiskTest::registryStays()
-{
-    QFETCH(Shortage, shortage);
-    const QString folder = QDir::homePath() + "/.config/TOLVEN";
-    const QString path = folder + "/TOLVEN_REG_HKEY_CURRENT_USER.xml";
-    QDir(folder).removeRecursively();
-    SYS_RegRelease();
-    const auto set = [](SYS_REG_KEY root, std::uint8_t value) {
-        return SYS_RegSetValue(root, "V", SYS_REG_TYPE_BINARY, &value, 1);
-    };
-    QCOMPARE(set(SYS_REG_CURRENT_USER, 0x11), SYS_REG_OK);
-    const QByteArray before = Content(path);
-    {
-        const Filler filler(shortage);
-        QCOMPARE(set(SYS_REG_CURRENT_USER, 0x22), SYS_REG_ERROR);
-        QCOMPARE(set(SYS_REG_LOCAL_MACHINE, 0x33), SYS_REG_ERROR); // its file is still to be made
-        std::uint8_t value = 0;
-        std::uint32_t size = 1;
-        QCOMPARE(SYS_RegQueryValue(SYS_REG_CURRENT_USER, "V", nullptr, &value, &size), SYS_REG_OK);
-        QCOMPARE(value, 0x11);
-        QCOMPARE(Content(path), before);
-        QCOMPARE(Names(folder).size(), 1);
-    }
-    QCOMPARE(set(SYS_REG_CURRENT_USER, 0x22), SYS_REG_OK);
-    QCOMPARE(set(SYS_REG_LOCAL_MACHINE, 0x33), SYS_REG_OK);
-    QVERIFY(Content(path).contains("<V>22</V>"));
-    SYS_RegRelease();
-    QDir(folder).removeRecursively();
-}
-
-void FullDiskTest::savedMemoryStays()
-{
-    QFETCH(Shortage, shortage);
-    const QString folder = QDir::homePath();
-    const QString path = folder + "/data.bin";
-    const std::vector<std::uint8_t> old(5000, 'o');
-    const std::vector<std::uint8_t> other(6000, 'n');
-    QVERIFY(MEMFILE_Write(path, old));
-    {
-        const Filler filler(shortage);
-        QVERIFY(!MEMFILE_Write(path, other));
-        QVERIFY(!MEMFILE_Write(folder + "/new.bin", other));
-        QCOMPARE(Content(path), QByteArray(5000, 'o'));
-        QCOMPARE(Names(folder), QStringList("data.bin"));
-    }
-    QVERIFY(MEMFILE_Write(path, other));
-    QFile::remove(path);
-}
 
 int main(int argc, char **argv)
 {

@@ -31,71 +31,58 @@ template <typename Action> QByteArray Printed(Action action)
     return text;
 }
 
-std::vector<std::uint8_t> GuardedBlock(std::uint32_t userBytes)
-{
-    std::vector<std::uint8_t> block(sizeof(SysGuardHeader) + userBytes + 1);
-    const SysGuardHeader header{userBytes, kSysGuardSignature, {}};
-    std::memcpy(block.data(), &header, sizeof header);
-    block.back() = kSysGuardByte;
-    return block;
-}
-
 } // namespace
 
 class SysHeapTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void aFailedAllocationTellsTheUser();
-    void damagedBlocksAreReported();
-};
-
-void SysHeapTest::aFailedAllocationTellsTheUser()
-{
+    void aFailedAllocationTellsTheUser()
+    {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    QSKIP("the sanitizers' allocators do not live with a bounded address space");
+        QSKIP("the sanitizers' allocators do not live with a bounded address space");
 #else
-    rlimit limit{};
-    QCOMPARE(getrlimit(RLIMIT_AS, &limit), 0);
-    const rlimit tight{rlim_t{200} << 20, limit.rlim_max};
-    void *block = nullptr;
-    const QByteArray text = Printed([&] {
-        setrlimit(RLIMIT_AS, &tight);
-        block = SYS_AllocBlock(0x10000000);
-        setrlimit(RLIMIT_AS, &limit);
-    });
-    QCOMPARE(block, nullptr);
-    QCOMPARE(text,
-        QByteArray("\n\n*** Error ***\n"
-                   "Failed to allocate 0x10000000 bytes of memory!\n"
-                   "*** Error ***\n\n"));
+        rlimit limit{};
+        QCOMPARE(getrlimit(RLIMIT_AS, &limit), 0);
+        const rlimit tight{rlim_t{200} << 20, limit.rlim_max};
+        void *block = nullptr;
+        const QByteArray text = Printed([&] {
+            setrlimit(RLIMIT_AS, &tight);
+            block = SYS_AllocBlock(0x0FFFFFF0);
+            setrlimit(RLIMIT_AS, &limit);
+        });
+        QCOMPARE(block, nullptr);
+        QCOMPARE(text,
+            QByteArray("\n\n*** Error ***\n"
+                       "Failed to allocate 0x0FFFFFF0 bytes of memory!\n"
+                       "*** Error ***\n\n"));
 #endif
-}
+    }
 
-void SysHeapTest::damagedBlocksAreReported()
-{
-    std::vector<std::uint8_t> block = GuardedBlock(33);
-    int result = -2;
-    const auto verify = [&] { result = SYS_VerifyBlock(block.data()); };
-    QCOMPARE(Printed(verify), QByteArray());
-    QCOMPARE(result, SYS_VERIFY_OK);
-    QCOMPARE(SYS_VerifyBlock(nullptr), SYS_VERIFY_OK);
+    void damagedBlocksAreReported()
+    {
+        const SysGuardHeader header{33, kSysGuardSignature, {}};
+        std::vector<std::uint8_t> block(sizeof header + header.userBytes + 1);
+        std::memcpy(block.data(), &header, sizeof header);
+        block.back() = kSysGuardByte;
+        int result = -2;
+        const auto verify = [&] { result = SYS_VerifyBlock(block.data()); };
+        QCOMPARE(Printed(verify), QByteArray());
+        QCOMPARE(result, SYS_VERIFY_OK);
+        QCOMPARE(SYS_VerifyBlock(nullptr), SYS_VERIFY_OK);
 
-    block.back() = 0;
-    QCOMPARE(Printed(verify),
-        QByteArray("\n\n***  Debug Error ***\n"
-                   "Buffer overflow in memory block. 1 bytes overflowed.\n"
-                   "***  Debug Error ***\n\n"));
-    QCOMPARE(result, SYS_VERIFY_ERROR);
-
-    block[4] ^= 1; // a wrong signature is told first: the size may be wrong too
-    block[3] = 0xFF;
-    QCOMPARE(Printed(verify),
-        QByteArray("\n\n***  Debug Error ***\n"
-                   "Wrong alloc signature in memory block !\n"
-                   "***  Debug Error ***\n\n"));
-    QCOMPARE(result, SYS_VERIFY_ERROR);
-}
+        const auto framed = [](const QByteArray &text) {
+            return "\n\n***  Debug Error ***\n" + text + "\n***  Debug Error ***\n\n";
+        };
+        block.back() = 0;
+        QCOMPARE(Printed(verify), framed("Buffer overflow in memory block. 1 bytes overflowed."));
+        QCOMPARE(result, SYS_VERIFY_ERROR);
+        block[4] ^= 1; // a wrong signature is told first: the size may be wrong too
+        block[3] = 0xFF;
+        QCOMPARE(Printed(verify), framed("Wrong alloc signature in memory block !"));
+        QCOMPARE(result, SYS_VERIFY_ERROR);
+    }
+};
 
 QTEST_GUILESS_MAIN(SysHeapTest)
 #include "tst_sysheap.moc"

@@ -47,108 +47,91 @@ class SysPathsTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void linksAreFollowedToTheirEnd_data();
-    void linksAreFollowedToTheirEnd();
-    void aProgramStartedThroughTwoRelativeLinksFindsItself();
-    void theConfigurationDirectoryIsMade();
-    void theTemporaryDirectoryFallsBackToTheUsersOwn();
-    void closedStandardStreamsGetNoFiles();
-};
-
-void SysPathsTest::linksAreFollowedToTheirEnd_data()
-{
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QByteArray>("path");
-    QTest::newRow("no link") << QByteArray("/opt/x/pelimo") << QByteArray("/opt/x/pelimo");
-    QTest::newRow("bare name through /usr/bin")
-        << QByteArray("pelimo") << QByteArray("/opt/app/bin/../lib/pelimo.real");
-    QTest::newRow("bare name elsewhere") << QByteArray("other") << QByteArray("other");
-    QTest::newRow("bare name through a relative link")
-        << QByteArray("relative") << QByteArray("/usr/bin/../lib/real");
-    QTest::newRow("bare name that is a link here") << QByteArray("link") << QByteArray("link");
-    QTest::newRow("relative links") << QByteArray("dir/other") << QByteArray("dir/end");
-    QTest::newRow("circle") << QByteArray("/round/a") << QByteArray("/round/a");
-}
-
-void SysPathsTest::linksAreFollowedToTheirEnd()
-{
-    QFETCH(QByteArray, name);
-    Path path;
-    SYS_ResolveModulePath(name.constData(), &ReadFakeLink, path.data(), SYS_MAX_PATH);
-    QTEST(QByteArray(path.data()), "path");
-}
-
-void SysPathsTest::aProgramStartedThroughTwoRelativeLinksFindsItself()
-{
-    const QTemporaryDir folder;
-    QVERIFY(QDir(folder.path()).mkpath("sub/bin"));
-    const QString real = folder.filePath("sub/bin/real");
-    QVERIFY(QFile::copy(WHEREAMI, real));
-    QVERIFY(QFile::link("bin/real", folder.filePath("sub/second")));
-    QVERIFY(QFile::link("sub/second", folder.filePath("first")));
-    QProcess program;
-    program.start(folder.filePath("first"), {});
-    QVERIFY(program.waitForFinished());
-    const QList<QByteArray> lines = program.readAllStandardOutput().split('\n');
-    QCOMPARE(lines.value(0), real.toUtf8());
-    QCOMPARE(lines.value(1), folder.filePath("sub/bin/").toUtf8());
-}
-
-void SysPathsTest::theConfigurationDirectoryIsMade()
-{
-    const QTemporaryDir home;
-    qputenv("HOME", home.path().toUtf8());
-    Path path;
-    QCOMPARE(SYS_UserConfigDir(path.data(), SYS_MAX_PATH), SYS_PATH_OK);
-    QCOMPARE(QString::fromUtf8(path.data()), home.filePath(".config/TOLVEN"));
-    QVERIFY(QFileInfo(path.data()).isDir());
-    QCOMPARE(SYS_UserConfigDir(path.data(), SYS_MAX_PATH), SYS_PATH_OK);
-
-    qputenv("HOME", home.filePath("a").toUtf8()); // does not exist
-    QCOMPARE(SYS_UserConfigDir(path.data(), SYS_MAX_PATH), SYS_PATH_ERROR);
-
-    // A cut path would be somebody else's directory.
-    qputenv("HOME", home.path().toUtf8());
-    const auto tooShort = static_cast<std::uint32_t>(home.path().size()) + 15;
-    QCOMPARE(SYS_UserConfigDir(path.data(), tooShort), SYS_PATH_ERROR);
-    QCOMPARE(QDir(home.filePath(".config")).entryList(QDir::Dirs | QDir::NoDotAndDotDot),
-        QStringList("TOLVEN"));
-}
-
-void SysPathsTest::theTemporaryDirectoryFallsBackToTheUsersOwn()
-{
-    const QTemporaryDir home;
-    qputenv("HOME", home.path().toUtf8());
-    Path path;
-    const QByteArray usable = home.path().toUtf8();
-    SYS_TempDirBelow(usable.constData(), path.data(), SYS_MAX_PATH);
-    QCOMPARE(path.data(), usable.constData());
-    QVERIFY(QDir(home.path()).isEmpty()); // the probe file is gone
-
-    SYS_TempDirBelow("/no/such/directory", path.data(), SYS_MAX_PATH);
-    QCOMPARE(QString::fromUtf8(path.data()), home.filePath(".TOLVEN"));
-    QVERIFY(QFileInfo(path.data()).isDir());
-    qunsetenv("HOME");
-    SYS_TempDirBelow("/no/such/directory", path.data(), SYS_MAX_PATH);
-    QCOMPARE(path.data(), "");
-}
-
-void SysPathsTest::closedStandardStreamsGetNoFiles()
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        close(STDIN_FILENO);
-        close(STDOUT_FILENO);
-        SYS_PrepareProcess();
-        int ends[2] = {};
-        const bool good = pipe(ends) == 0 && ends[0] > STDERR_FILENO && close(ends[0]) == 0
-            && write(ends[1], "x", 1) < 0 && errno == EPIPE; // and is still alive
-        _exit(good ? 0 : 1);
+    void linksAreFollowedToTheirEnd()
+    {
+        constexpr std::array<const char *, 2> kNames[] = {{"/opt/x/pelimo", "/opt/x/pelimo"},
+            {"pelimo", "/opt/app/bin/../lib/pelimo.real"}, {"relative", "/usr/bin/../lib/real"},
+            {"other", "other"}, {"link", "link"}, // a link here must not count
+            {"dir/other", "dir/end"}, {"/round/a", "/round/a"}};
+        for (const auto &[name, end] : kNames) {
+            Path path;
+            SYS_ResolveModulePath(name, &ReadFakeLink, path.data(), SYS_MAX_PATH);
+            QCOMPARE(path.data(), end);
+        }
     }
-    int status = -1;
-    QCOMPARE(waitpid(child, &status, 0), child);
-    QCOMPARE(status, 0);
-}
+
+    void aProgramStartedThroughTwoRelativeLinksFindsItself()
+    {
+        const QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkpath("sub/bin"));
+        const QString real = folder.filePath("sub/bin/real");
+        QVERIFY(QFile::copy(WHEREAMI, real));
+        QVERIFY(QFile::link("bin/real", folder.filePath("sub/second")));
+        QVERIFY(QFile::link("sub/second", folder.filePath("first")));
+        QProcess program;
+        program.start(folder.filePath("first"), {});
+        QVERIFY(program.waitForFinished());
+        const QList<QByteArray> lines = program.readAllStandardOutput().split('\n');
+        QCOMPARE(lines.value(0), real.toUtf8());
+        QCOMPARE(lines.value(1), folder.filePath("sub/bin/").toUtf8());
+    }
+
+    void theConfigurationDirectoryIsMade()
+    {
+        const QTemporaryDir home;
+        qputenv("HOME", home.path().toUtf8());
+        Path path;
+        QCOMPARE(SYS_UserConfigDir(path.data(), SYS_MAX_PATH), SYS_PATH_OK);
+        QCOMPARE(QString::fromUtf8(path.data()), home.filePath(".config/TOLVEN"));
+        QVERIFY(QFileInfo(path.data()).isDir());
+        QCOMPARE(SYS_UserConfigDir(path.data(), SYS_MAX_PATH), SYS_PATH_OK);
+
+        qputenv("HOME", home.filePath("a").toUtf8()); // does not exist
+        QCOMPARE(SYS_UserConfigDir(path.data(), SYS_MAX_PATH), SYS_PATH_ERROR);
+
+        // A cut path would be somebody else's directory.
+        qputenv("HOME", home.path().toUtf8());
+        const auto tooShort = static_cast<std::uint32_t>(home.path().size()) + 15;
+        QCOMPARE(SYS_UserConfigDir(path.data(), tooShort), SYS_PATH_ERROR);
+        QCOMPARE(QDir(home.filePath(".config")).entryList(QDir::Dirs | QDir::NoDotAndDotDot),
+            QStringList("TOLVEN"));
+    }
+
+    void theTemporaryDirectoryFallsBackToTheUsersOwn()
+    {
+        const QTemporaryDir home;
+        qputenv("HOME", home.path().toUtf8());
+        Path path;
+        const QByteArray usable = home.path().toUtf8();
+        SYS_TempDirBelow(usable.constData(), path.data(), SYS_MAX_PATH);
+        QCOMPARE(path.data(), usable.constData());
+        QVERIFY(QDir(home.path()).isEmpty()); // the probe file is gone
+
+        SYS_TempDirBelow("/no/such/directory", path.data(), SYS_MAX_PATH);
+        QCOMPARE(QString::fromUtf8(path.data()), home.filePath(".TOLVEN"));
+        QVERIFY(QFileInfo(path.data()).isDir());
+        qunsetenv("HOME");
+        SYS_TempDirBelow("/no/such/directory", path.data(), SYS_MAX_PATH);
+        QCOMPARE(path.data(), "");
+    }
+
+    void closedStandardStreamsGetNoFiles()
+    {
+        const pid_t child = fork();
+        if (child == 0) {
+            close(STDIN_FILENO);
+            close(STDOUT_FILENO);
+            SYS_PrepareProcess();
+            int ends[2] = {};
+            const bool good = pipe(ends) == 0 && ends[0] > STDERR_FILENO && close(ends[0]) == 0
+                && write(ends[1], "x", 1) < 0 && errno == EPIPE; // and is still alive
+            _exit(good ? 0 : 1);
+        }
+        int status = -1;
+        QCOMPARE(waitpid(child, &status, 0), child);
+        QCOMPARE(status, 0);
+    }
+};
 
 QTEST_GUILESS_MAIN(SysPathsTest)
 #include "tst_syspaths.moc"
