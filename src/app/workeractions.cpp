@@ -58,10 +58,10 @@ void OnConnectionChecked(Job *job)
         if (lostWhileShown)
             state.window.memoryWindowWanted = 0;
     }
-    if (changed || lostWhileShown)
+    if (changed || lostWhileShown) {
         connected == 0 ? PROBE_MarkTargetLost() : PROBE_MarkTargetReachable();
-    if (changed)
-        WORKER_PostJob(&g_jobs.status);
+        WORKER_PostJob(&g_jobs.status); // takes the memory window down, too
+    }
     if (lostWhileShown) {
         WORKER_PostJob(&g_jobs.disconnect);
         APP_ShowWarning("Target disconnected.");
