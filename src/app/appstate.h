@@ -49,6 +49,9 @@ struct AppState {
     std::atomic<std::uint32_t> workerExited;
     /// Publishes nothing but itself: the main window is closing, nothing new is begun.
     std::atomic<bool> closing;
+    /// Publishes that a closed window's probe is closed: how many threads are still at it. Who
+    /// opens the probe anew in the same process waits for them, or they would close the new one.
+    std::atomic<std::uint32_t> probeClosers;
 };
 
 AppState &APP_State();

@@ -84,13 +84,15 @@ void CloseProbe()
     // One for the whole process and never closed: the thread may come back at any later time.
     static const SYS_EVENT_HANDLE closed = SYS_CreateEvent(nullptr, 0, 0);
     SYS_WaitForEvent(closed, 0); // takes away the signal of one that came back too late
-    SYS_CreateThread(
-        [](void *) -> void * {
-            PROBE_CloseSession();
-            SYS_SetEvent(closed);
-            return nullptr;
-        },
-        nullptr, nullptr);
+    const auto close = [](void *) -> void * {
+        PROBE_CloseSession();
+        SYS_SetEvent(closed);
+        --APP_State().probeClosers;
+        return nullptr;
+    };
+    ++APP_State().probeClosers;
+    if (SYS_CreateThread(close, nullptr, nullptr) == 0)
+        close(nullptr);
     SYS_WaitForEvent(closed, kCloseLimitMs);
 }
 

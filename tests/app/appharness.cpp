@@ -26,15 +26,12 @@ namespace {
 // Never destroyed: the thread that closes the probe may come back while the process ends.
 std::mutex &g_callsMutex = *new std::mutex;
 QStringList &g_calls = *new QStringList;
-std::atomic<int> g_closes = 0; ///< calls of RANVOARM_Close so far
 
 void NoteCall(const char *function)
 {
     const QString name = QString::fromLatin1(function).remove("RANVOARM_");
     constexpr std::array polling
         = {"IsConnected", "ReadMemEx", "DEVICE_GetInfo", "GetIdData", "GetSpeed"};
-    if (name == QLatin1String("Close"))
-        ++g_closes;
     const std::lock_guard lock(g_callsMutex);
     if (std::none_of(polling.begin(), polling.end(),
             [&name](const char *polled) { return name == QLatin1String(polled); }))
@@ -88,8 +85,8 @@ AppHarness::~AppHarness()
     ClearHooks(Hooks());
     if (!QTest::qWaitFor([] { return APP_State().workerExited.load() != 0; }, 20'000))
         qFatal("the worker did not end");
-    // The thread that closes the probe must not come late and close the next window's.
-    if (!QTest::qWaitFor([this] { return g_closes >= m_closesDue; }, 20'000))
+    // Or the thread that closes the probe would come late and close the next window's.
+    if (!QTest::qWaitFor([] { return APP_State().probeClosers.load() == 0; }, 20'000))
         qFatal("the probe was not closed");
 }
 
@@ -120,15 +117,8 @@ void AppHarness::DestroyWindow()
 {
     if (m_window == nullptr)
         return;
-    CloseWindow();
-    m_window.reset();
-}
-
-void AppHarness::CloseWindow()
-{
-    if (m_window->isVisible())
-        m_closesDue = g_closes + 1;
     m_window->close();
+    m_window.reset();
 }
 
 CHexEditor *AppHarness::MemoryWindow() const

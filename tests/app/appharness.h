@@ -46,7 +46,6 @@ public:
     /// Types a byte over in the memory window and lets it be written at once.
     /// @param address  where a row of the window begins
     void TypeOver(std::uint32_t address, std::uint8_t value);
-    void CloseWindow();
     /// Destroys the window early, as the end of main() does.
     void DestroyWindow();
 
@@ -74,5 +73,4 @@ private:
     QTimer m_answerTimer;
     QStringList m_boxes;
     bool m_answerBoxes = true;
-    int m_closesDue = 0; ///< calls of RANVOARM_Close that must have come before the end
 };
