@@ -276,6 +276,20 @@ private slots:
         QCOMPARE(std::uint64_t(c.target.writes.at(0).written.size()), c.window.BytesPerPage());
     }
 
+    void aMessageDuringAWaitHasTheUsualCursor()
+    {
+        static Qt::CursorShape shape = Qt::BusyCursor;
+        Commands c;
+        MemoryCallbacks callbacks = c.target.Callbacks();
+        callbacks.WriteMemory = nullptr;
+        callbacks.ShowMessage
+            = [](const QString &, int) { shape = QGuiApplication::overrideCursor()->shape(); };
+        c.window.SetCallbacks(callbacks);
+        c.Run("Fill", {{"pEditBoxGenVal", "0"}});
+        QCOMPARE(shape, Qt::ArrowCursor);
+        QCOMPARE(QGuiApplication::overrideCursor(), nullptr);
+    }
+
     void saveWritesTheRangeOfTheDialog()
     {
         QTemporaryDir folder;
