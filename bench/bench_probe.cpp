@@ -3,10 +3,9 @@
 //
 //   bench_probe SELECTOR ADDRESS [COUNTER]
 //
-// ADDRESS: 64 KiB of readable memory. COUNTER: a word that the target counts up at a steady rate;
-// with it the target's progress under ten refreshes a second is compared with its progress while it
-// is left alone. Frozen in between (kill -STOP), the last line tells how long a read and what a
-// window makes of a failed page stood still.
+// ADDRESS: 64 KiB of readable memory. COUNTER: a word that counts at a steady rate as long as the
+// target runs, slowly enough not to wrap within a second; with it seconds with refreshes are
+// compared with seconds in which the target is left alone.
 
 #include "ranvoapi.h"
 
@@ -43,28 +42,46 @@ void BenchReads(std::uint32_t address, std::uint32_t count, int rounds)
         times[times.size() / 2], times[times.size() * 95 / 100], times.back());
 }
 
-std::uint32_t Counter(std::uint32_t address)
+struct Moment {
+    std::uint32_t counter;
+    Clock::time_point time;
+};
+
+Moment Look(std::uint32_t address)
 {
+    const auto before = Clock::now();
     std::uint32_t value = 0;
-    RANVOARM_ReadMemEx(address, sizeof value, &value, 4);
-    return value;
+    (void)RANVOARM_ReadMemEx(address, sizeof value, reinterpret_cast<char *>(&value), 4);
+    return {value, before + (Clock::now() - before) / 2};
 }
 
-// Counts per second of wall time, with so many reads of a page in each.
-double Progress(std::uint32_t page, std::uint32_t counter, std::uint32_t count, int readsPerSecond)
+// Counts per second of wall time during one second with so many reads.
+double Progress(std::uint32_t page, std::uint32_t counter, std::uint32_t count, int reads)
 {
-    constexpr int kSeconds = 5;
     std::vector<char> data(count);
-    const auto start = Clock::now();
-    const std::uint32_t first = Counter(counter);
-    for (int i = 0; i < kSeconds * std::max(readsPerSecond, 1); ++i) {
-        if (readsPerSecond > 0)
-            (void)RANVOARM_ReadMemEx(page, count, data.data(), 0);
-        std::this_thread::sleep_until(
-            start + (i + 1) * std::chrono::seconds(1) / std::max(readsPerSecond, 1));
+    const Moment first = Look(counter);
+    for (int i = 1; i <= reads; ++i) {
+        (void)RANVOARM_ReadMemEx(page, count, data.data(), 0);
+        std::this_thread::sleep_until(first.time + i * std::chrono::seconds(1) / reads);
     }
-    const std::uint32_t last = Counter(counter);
-    return (last - first) / (MicrosecondsSince(start) / 1e6);
+    std::this_thread::sleep_until(first.time + std::chrono::seconds(1));
+    const Moment last = Look(counter);
+    return (last.counter - first.counter)
+        / std::chrono::duration<double>(last.time - first.time).count();
+}
+
+// Seconds with and without reads take turns, so that what else the machine does meets both alike.
+void BenchCost(std::uint32_t page, std::uint32_t counter, std::uint32_t count, int reads)
+{
+    constexpr int kPairs = 7;
+    std::vector<double> ratios;
+    for (int i = 0; i < kPairs; ++i) {
+        const double alone = Progress(page, counter, count, 0);
+        ratios.push_back(Progress(page, counter, count, reads) / alone);
+    }
+    std::sort(ratios.begin(), ratios.end());
+    std::printf("%6u bytes %3d times a second: it counts at x%.5f (quartiles %.5f, %.5f)\n", count,
+        reads, ratios[kPairs / 2], ratios[kPairs / 4], ratios[kPairs * 3 / 4]);
 }
 
 std::uint32_t Number(const char *text)
@@ -94,26 +111,8 @@ int main(int argc, char **argv)
         BenchReads(address, count, rounds);
     if (argc > 3) {
         const std::uint32_t counter = Number(argv[3]);
-        const double alone = Progress(address, counter, 640, 0);
-        for (const auto &[count, rate] : {std::pair{640U, 10}, {65536U, 10}, {640U, 100}})
-            std::printf("%6u bytes %3d times a second: the target counts at x%.4f\n", count, rate,
-                Progress(address, counter, count, rate) / alone);
-    }
-    if (std::getenv("FREEZE") != nullptr && std::system(std::getenv("FREEZE")) == 0) {
-        std::vector<char> page(640);
-        auto from = Clock::now();
-        const int first = RANVOARM_ReadMemEx(address, 640, page.data(), 0);
-        const double stood = MicrosecondsSince(from);
-        from = Clock::now();
-        for (std::uint32_t i = 0; i < 1161; ++i)
-            (void)RANVOARM_ReadMemEx(address + i % 640, 1, page.data(), 0);
-        std::printf("frozen: the read gave %d after %.0f us, 1161 more took %.0f us\n", first,
-            stood, MicrosecondsSince(from));
-        from = Clock::now();
-        RANVOARM_SelectIP(argv[1], 0);
-        error = RANVOARM_Open();
-        std::printf("frozen: opening took %.0f us: %s\n", MicrosecondsSince(from),
-            error != nullptr ? error : "it opened");
+        for (const auto &[count, reads] : {std::pair{640U, 10}, {65536U, 10}, {640U, 100}})
+            BenchCost(address, counter, count, reads);
     }
     RANVOARM_Close();
     return EXIT_SUCCESS;

@@ -45,7 +45,7 @@ demo_free_port() {
 demo_wait_for_port() {
     local port=$1 try
     for try in $(seq 100); do
-        ! grep -q "^ *[0-9]*: 0100007F:$(printf '%04X' "$port") .* 0A " /proc/net/tcp || return 0
+        ! grep -q "^ *[0-9]*: [0-9A-F]*:$(printf '%04X' "$port") .* 0A " /proc/net/tcp || return 0
         sleep 0.1
     done
     echo "Nothing listens on port $port; see build/demo/*.log." >&2
