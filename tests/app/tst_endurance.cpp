@@ -1,6 +1,7 @@
 // What a window that stays open for weeks goes through, in a short time: the real main window over
 // the simulated target. In the suite a hundredth of it; all of it by
-//   PELIMO_ENDURANCE=100 build/dev/tests/fault/tst_endurance
+//   GLIBC_TUNABLES=glibc.malloc.tcache_count=0 PELIMO_ENDURANCE=100
+//   build/dev/tests/fault/tst_endurance
 
 #include "appharness.h"
 
@@ -36,6 +37,9 @@ constexpr int kWarmUp = 5;
 
 /// What may be in use more at the end than after the first tenth: texts and lists that Qt keeps.
 constexpr std::int64_t kHeapSlackBytes = 128 * 1024;
+/// Pictures of the glyphs in each colour, made when a byte first needs them: a dozen colours at
+/// most.
+constexpr std::int64_t kGlyphPictureBytes = 256 * 1024;
 /// Pages that the allocator keeps are no leak, but they have a bound too.
 constexpr std::int64_t kResidentSlackBytes = 4 * 1024 * 1024;
 /// A jump's entry in the history, with the room that a growing list keeps.
@@ -212,7 +216,7 @@ void EnduranceTest::nothingGrows()
 
     app.MemoryWindow()->GoTo(0x2000'0000, true, false);
     app.MemoryWindow()->SetRefreshInterval(5000);
-    Repeat("ticks", kTicks * Percent(), 0, [&](int i) {
+    Repeat("ticks", kTicks * Percent(), kGlyphPictureBytes, [&](int i) {
         app.MemoryWindow()->OnAutoUpdateTimerTimeout();
         if (i % 100 == 0)
             QCoreApplication::processEvents(); // paints what changed

@@ -73,7 +73,7 @@ struct Trap {
     std::mutex mutex;
     std::condition_variable opened;
     bool closed = false;
-    std::thread::id guiThread;
+    const std::thread::id guiThread = std::this_thread::get_id();
 
     [[nodiscard]] bool IsGuiThread() const { return std::this_thread::get_id() == guiThread; }
     void Enter()
@@ -88,7 +88,6 @@ struct Trap {
         {
             const std::lock_guard lock(mutex);
             closed = close;
-            guiThread = std::this_thread::get_id();
         }
         opened.notify_all();
     }
