@@ -61,8 +61,9 @@ QByteArray Removed(QByteArray text, const Found &found)
 
 QByteArray Replaced(QByteArray text, const char *section, const char *key, const QByteArray &line)
 {
-    text = Removed(text, Find(text, section, key));
-    qsizetype place = Find(text, section, key).header;
+    const Found old = Find(text, section, key);
+    text = Removed(text, old);
+    qsizetype place = old.header; // a lone "\r" at the header's end may have met a "\n" by now
     const auto endLine = [&] {
         if (!text.isEmpty() && !text.endsWith('\r') && !text.endsWith('\n'))
             text += "\r\n";
