@@ -1,6 +1,6 @@
 #include "fakestub.h"
 
-static QByteArray Packet(const QByteArray &payload)
+QByteArray FakeStub::Packet(const QByteArray &payload)
 {
     int sum = 0;
     for (const char c : payload)
@@ -60,6 +60,14 @@ QByteArray FakeStub::NextRequest(ScriptedPeer &peer)
     }
 }
 
+void FakeStub::CheckLength(const QByteArray &request)
+{
+    constexpr qsizetype kFrame = 4; // "$", "#" and the checksum
+    const QByteArray size = m_manners.features.split(';').value(0).mid(sizeof "PacketSize");
+    if (!size.isEmpty() && request.size() + kFrame > size.toInt(nullptr, 16))
+        Note("OFFENCE: longer than announced: " + request);
+}
+
 QByteArray FakeStub::Answer(const QByteArray &request)
 {
     if (request.startsWith("qSupported"))
@@ -93,8 +101,9 @@ void FakeStub::Serve(ScriptedPeer &peer)
             Note("OFFENCE: asked while the target runs: " + request);
         Note(request);
         m_runs = request == "c";
+        CheckLength(request);
         if (request == "interrupt") {
-            peer.Send(Packet("T02thread:01;"));
+            peer.Send(Packet(m_manners.interruptAnswer));
             continue;
         }
         if (acks && !peer.Send(m_manners.refusals-- > 0 ? "-" : "+"))

@@ -14,13 +14,17 @@ public:
         QByteArray features = "PacketSize=1000";
         QByteArray stopAnswer = "S05"; ///< to "?"; S05: halted, S00: running and answering
         bool ranBefore = false;        ///< attaching stopped it: an unasked stop comes first
-        int badChecksums = 0;          ///< so many replies are damaged at first sending
-        int refusals = 0;              ///< so many requests are refused with "-" first
-        QByteArray before;             ///< comes in front of every reply
+        QByteArray interruptAnswer = "T02thread:01;";
+        int badChecksums = 0; ///< so many replies are damaged at first sending
+        int refusals = 0;     ///< so many requests are refused with "-" first
+        QByteArray before;    ///< comes in front of every reply
         /// Raw bytes instead of the reply to a request; empty: the regular reply.
         std::function<QByteArray(const QByteArray &request)> spoil;
         bool hangUpAfterSpoiled = false;
     };
+
+    /// The packet with this payload, as it goes over the line.
+    static QByteArray Packet(const QByteArray &payload);
 
     explicit FakeStub(Manners manners);
 
@@ -36,6 +40,7 @@ private:
     void Serve(ScriptedPeer &peer);
     QByteArray NextRequest(ScriptedPeer &peer);
     QByteArray Answer(const QByteArray &request);
+    void CheckLength(const QByteArray &request);
     void Note(const QByteArray &what);
 
     Manners m_manners;

@@ -16,6 +16,10 @@ private slots:
     void requestsAreAsLongAndAsWideAsAllowed();
     void theTargetIsLeftAsItWasFound_data();
     void theTargetIsLeftAsItWasFound();
+    void aServersHaltForUsIsTakenBack_data();
+    void aServersHaltForUsIsTakenBack();
+    void aBreakpointThatWasFasterStaysInForce();
+    void onlyAnAttachedProcessRunsOnInNonStopMode();
     void aCancelledOpenLeavesTheTargetRunning();
     void longReadsLetTheTargetRunAndWritesAskFirst();
 };
@@ -55,14 +59,14 @@ void GdbBackendTest::everyMannerOfStubIsUnderstood()
         QByteArray data(3000, '\0');
         QCOMPARE(Read(backend, 0x1F00, data), 256);
         QCOMPARE(data.left(256), memory.right(256));
-        QCOMPARE(Write(backend, 0x1101, "hello world"), 11);
+        QCOMPARE(Write(backend, 0x1101, "hello world, how are you"), 24);
         QCOMPARE(Write(backend, 0x1FFE, "hello world"), -1);
         QVERIFY(backend.Alive());
         backend.Close();
     }
     QTRY_COMPARE_WITH_TIMEOUT(stub.Runs(), manners.ranBefore, 60'000);
     QCOMPARE(stub.Requests().filter("OFFENCE"), QStringList());
-    QCOMPARE(stub.m_memory.mid(0x101, 11), "hello world");
+    QCOMPARE(stub.m_memory.mid(0x101, 24), "hello world, how are you");
     QCOMPARE(stub.m_memory.right(2), memory.right(2));
 }
 
@@ -132,6 +136,67 @@ void GdbBackendTest::theTargetIsLeftAsItWasFound()
     backend.Close();
     QTRY_COMPARE_WITH_TIMEOUT(stub.Runs(), ranBefore, 60'000);
     QVERIFY(ranBefore || !stub.Requests().contains("c"));
+}
+
+void GdbBackendTest::aServersHaltForUsIsTakenBack_data()
+{
+    QTest::addColumn<QByteArray>("features");
+    QTest::addColumn<QByteArray>("stopAnswer");
+    QTest::addColumn<int>("continues");
+    const QByteArray server = "PacketSize=1000;qXfer:memory-map:read+";
+    QTest::newRow("halted for a new client") << server << QByteArray("T02") << 1;
+    QTest::newRow("stands at a breakpoint") << server << QByteArray("T05") << 0;
+    QTest::newRow("no debug server") << QByteArray("PacketSize=1000") << QByteArray("T02") << 0;
+}
+
+void GdbBackendTest::aServersHaltForUsIsTakenBack()
+{
+    QFETCH(QByteArray, features);
+    QFETCH(QByteArray, stopAnswer);
+    FakeStub::Manners manners;
+    manners.features = features;
+    manners.stopAnswer = stopAnswer;
+    FakeStub stub(manners);
+    GdbBackend backend(At(stub.Port()));
+    QCOMPARE(OpenError(backend), QString());
+    QCOMPARE(Bytes(backend, 0x1000, 16).size(), 16);
+    backend.Close();
+    QTEST(int(stub.Requests().count("c")), "continues");
+}
+
+void GdbBackendTest::aBreakpointThatWasFasterStaysInForce()
+{
+    FakeStub::Manners manners;
+    manners.ranBefore = true;
+    manners.interruptAnswer = "T05thread:01;";
+    FakeStub stub(manners);
+    GdbBackend backend(At(stub.Port()));
+    QCOMPARE(OpenError(backend), QString());
+    QCOMPARE(Bytes(backend, 0x1000, 16).size(), 16);
+    backend.Close();
+    QCOMPARE(stub.Requests().count("interrupt"), 1);
+    QCOMPARE(stub.Requests().count("c"), 1); // from opening, before the breakpoint
+}
+
+void GdbBackendTest::onlyAnAttachedProcessRunsOnInNonStopMode()
+{
+    for (const char *attached : {"0", "1"}) {
+        FakeStub::Manners manners;
+        manners.features = "PacketSize=1000;QNonStop+";
+        manners.spoil = [attached](const QByteArray &request) {
+            const QHash<QByteArray, QByteArray> answers{{"QNonStop:1", "OK"},
+                {"?", "T00thread:01;"}, {"vStopped", "OK"}, {"qC", "QC01"}, {"Hg01", "OK"},
+                {"qAttached", attached}, {"vCont;c", "OK"}};
+            return answers.contains(request) ? FakeStub::Packet(answers[request]) : QByteArray();
+        };
+        FakeStub stub(manners);
+        GdbBackend backend(At(stub.Port()));
+        QCOMPARE(OpenError(backend), QString());
+        QCOMPARE(Bytes(backend, 0x1000, 16).size(), 16);
+        backend.Close();
+        QCOMPARE(stub.Requests().count("vCont;c"), *attached == '1' ? 1 : 0);
+        QCOMPARE(stub.Requests().filter(QRegularExpression("^(c|interrupt)$")), QStringList());
+    }
 }
 
 // A cancel that comes as early as it can: the stub has seen the connection and stopped its target.
