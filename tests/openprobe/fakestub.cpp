@@ -15,7 +15,10 @@ FakeStub::FakeStub(Manners manners)
 {
     for (int i = 0; i < m_memory.size(); ++i)
         m_memory[i] = char(i * 5 + i / 256);
-    m_peer = std::make_unique<ScriptedPeer>([this](ScriptedPeer &peer) { Serve(peer); });
+    m_peer = std::make_unique<ScriptedPeer>([this](ScriptedPeer &peer) {
+        Serve(peer);
+        ++m_served;
+    });
 }
 
 QStringList FakeStub::Requests()

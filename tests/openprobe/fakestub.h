@@ -32,6 +32,8 @@ public:
     /// The requests in their order; offences, in between, begin with "OFFENCE".
     QStringList Requests();
     bool Runs() const { return m_runs; }
+    /// Connections that have come to their end: nothing more will be asked in them.
+    int Served() const { return m_served; }
 
     static constexpr quint32 kMemory = 0x1000;
     QByteArray m_memory; ///< not while a client is connected
@@ -47,6 +49,7 @@ private:
     QByteArray m_input;
     QByteArray m_lastPacket;
     std::atomic<bool> m_runs;
+    std::atomic<int> m_served = 0;
     std::mutex m_mutex;
     QStringList m_requests;
     std::unique_ptr<ScriptedPeer> m_peer; // last: its thread uses all of the above
