@@ -69,12 +69,15 @@ struct Commands : MemTestWindow {
             accept ? dialog.accept() : dialog.reject();
         });
     }
-    void EnterAddress(const QString &text)
+    /// @param toEdit  the keys go to the edit field itself, as an assistive program sends them
+    void EnterAddress(const QString &text, bool toEdit = false)
     {
         addressBox->setFocus();
         addressBox->lineEdit()->selectAll();
-        QTest::keyClicks(addressBox->lineEdit(), text);
-        QTest::keyClick(addressBox->lineEdit(), Qt::Key_Return);
+        QWidget *const receiver
+            = toEdit ? static_cast<QWidget *>(addressBox->lineEdit()) : QApplication::focusWidget();
+        QTest::keyClicks(receiver, text);
+        QTest::keyClick(receiver, Qt::Key_Return);
     }
     QString AddressItems() const
     {
@@ -359,11 +362,19 @@ private slots:
         QVERIFY(c.target.writes[0].written == saved.left(1024 * 1024));
     }
 
+    void typedAddressesJumpAndAreRemembered_data()
+    {
+        QTest::addColumn<bool>("toEdit");
+        QTest::newRow("by the keyboard") << false;
+        QTest::newRow("by an assistive program") << true;
+    }
+
     void typedAddressesJumpAndAreRemembered()
     {
+        QFETCH(bool, toEdit);
         Commands c;
-        const auto enter = [&c](const QString &text) {
-            c.EnterAddress(text);
+        const auto enter = [&](const QString &text) {
+            c.EnterAddress(text, toEdit);
             return QString::number(c.window.BaseAddress(), 16) + u' ' + c.AddressItems();
         };
         QCOMPARE(enter("20000a07"), "20000a00 20000A07");
@@ -378,7 +389,7 @@ private slots:
         c.addressBox->setCurrentIndex(2); // chosen from the list
         QCOMPARE(c.AddressItems(), "2000 20000A07 main");
         for (int i = 0; i < 11; ++i)
-            c.EnterAddress(QString::number(0x1000 + i, 16));
+            c.EnterAddress(QString::number(0x1000 + i, 16), toEdit);
         QCOMPARE(c.AddressItems(), "100A 1009 1008 1007 1006 1005 1004 1003 1002 1001");
         c.window.ScrollRows(-5);
         const std::uint64_t scrolled = c.window.BaseAddress();
