@@ -222,6 +222,21 @@ private slots:
         }
     }
 
+    void keysThatTheEditBoxHasNoUseForMoveTheCursor()
+    {
+        const std::pair<Qt::Key, std::uint64_t> keys[]
+            = {{Qt::Key_Down, kBase + 0x20}, {Qt::Key_Up, kBase}};
+        for (const auto &[key, address] : keys) {
+            Typing t;
+            t.TypeAt(kBase + 0x10, 0, "a");
+            QTest::keyClick(QApplication::focusWidget(), key);
+            t.Type("c");
+            t.Type("\r");
+            const QString written = t.Written();
+            QVERIFY2(written.contains(QString::number(address, 16) + ':'), qPrintable(written));
+        }
+    }
+
     void editsBuildOnWhatWasTypedBefore()
     {
         Typing t;
