@@ -66,9 +66,9 @@ void SYS_ResolveModulePath(const char *name, SysReadLink readLink, char *buffer,
     // A bare name says nothing about the current folder: a link that happens to have it there must
     // not decide from where libraries are loaded.
     const bool follow = std::strchr(path.data(), '/') || FollowGlobalLink(path, readLink);
-    for (int links = 0; follow && links < kMaxLinks; ++links) {
+    for (int links = 0; links < kMaxLinks; ++links) {
         SYS_Trace(SYS_TRACE_CALLS, "Resolving potential symlink: %s\n", path.data());
-        if (!readLink(path.data(), target.data(), kWorkSize))
+        if (!follow || !readLink(path.data(), target.data(), kWorkSize))
             break;
         ReplaceByTarget(path, target);
         SYS_Trace(SYS_TRACE_CALLS, "Resolved symlink to: %s\n", path.data());
