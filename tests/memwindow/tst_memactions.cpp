@@ -42,27 +42,6 @@ class MemActionsTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void scriptsAndUsersFindTheActions()
-    {
-        QMainWindow window;
-        const MemActions actions(&window);
-        QStringList found;
-        for (const QAction *action : window.actions()) {
-            found << action->objectName().remove(QLatin1String("pActionMemory"))
-                    + action->shortcut().toString().prepend(
-                        action->shortcut().isEmpty() ? "" : " ");
-            const bool isCopy = action == actions[MemAction::Copy];
-            QCOMPARE(action->shortcutContext(),
-                isCopy ? Qt::WindowShortcut : Qt::WidgetWithChildrenShortcut);
-        }
-        QCOMPARE(found.join(u'|'),
-            "View1ByteItems Ctrl+1|View2ByteItems Ctrl+2|View4ByteItems Ctrl+3|Access1ByteItems|"
-            "Access2ByteItems|Access4ByteItems|AccessAuto|Fill Ctrl+I|Load|Save|Goto Ctrl+G|"
-            "AutoRefresh Ctrl+R|ShowToolbar|Copy Ctrl+C|Paste Ctrl+V|CopyText|CopyHex|CopyBinary|"
-            "CopyIntList|GoBack Alt+Left|ViewData Ctrl+D");
-        QCOMPARE(actions[MemAction::ViewData]->objectName(), "pActionMemoryViewData");
-    }
-
     void theContextMenuHoldsWhatIsOffered()
     {
         QMainWindow window;

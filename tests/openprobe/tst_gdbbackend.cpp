@@ -22,6 +22,17 @@ private slots:
     void onlyAnAttachedProcessRunsOnInNonStopMode();
     void aCancelledOpenLeavesTheTargetRunning();
     void longReadsLetTheTargetRunAndWritesAskFirst();
+
+private:
+    /// A connection with one read in it, from its beginning to its end.
+    static void ReadOnce(FakeStub &stub)
+    {
+        GdbBackend backend(At(stub.Port()));
+        QCOMPARE(OpenError(backend), QString());
+        QCOMPARE(Bytes(backend, 0x1000, 16).size(), 16);
+        backend.Close();
+        QTRY_COMPARE_WITH_TIMEOUT(stub.Served(), 1, 60'000);
+    }
 };
 
 Q_DECLARE_METATYPE(FakeStub::Manners)
@@ -159,11 +170,7 @@ void GdbBackendTest::aServersHaltForUsIsTakenBack()
     manners.features = features;
     manners.stopAnswer = stopAnswer;
     FakeStub stub(manners);
-    GdbBackend backend(At(stub.Port()));
-    QCOMPARE(OpenError(backend), QString());
-    QCOMPARE(Bytes(backend, 0x1000, 16).size(), 16);
-    backend.Close();
-    QTRY_COMPARE_WITH_TIMEOUT(stub.Served(), 1, 60'000);
+    ReadOnce(stub);
     QTEST(int(stub.Requests().count("c")), "continues");
 }
 
@@ -173,11 +180,7 @@ void GdbBackendTest::aBreakpointThatWasFasterStaysInForce()
     manners.ranBefore = true;
     manners.interruptAnswer = "T05thread:01;";
     FakeStub stub(manners);
-    GdbBackend backend(At(stub.Port()));
-    QCOMPARE(OpenError(backend), QString());
-    QCOMPARE(Bytes(backend, 0x1000, 16).size(), 16);
-    backend.Close();
-    QTRY_COMPARE_WITH_TIMEOUT(stub.Served(), 1, 60'000);
+    ReadOnce(stub);
     QCOMPARE(stub.Requests().count("interrupt"), 1);
     QCOMPARE(stub.Requests().count("c"), 1); // from opening, before the breakpoint
 }
@@ -194,11 +197,7 @@ void GdbBackendTest::onlyAnAttachedProcessRunsOnInNonStopMode()
             return answers.contains(request) ? FakeStub::Packet(answers[request]) : QByteArray();
         };
         FakeStub stub(manners);
-        GdbBackend backend(At(stub.Port()));
-        QCOMPARE(OpenError(backend), QString());
-        QCOMPARE(Bytes(backend, 0x1000, 16).size(), 16);
-        backend.Close();
-        QTRY_COMPARE_WITH_TIMEOUT(stub.Served(), 1, 60'000);
+        ReadOnce(stub);
         QCOMPARE(stub.Requests().count("vCont;c"), *attached == '1' ? 1 : 0);
         QCOMPARE(stub.Requests().filter(QRegularExpression("^(c|interrupt)$")), QStringList());
     }
