@@ -1,6 +1,7 @@
 #include "addressbox.h"
 #include "ceditoverlay.h"
 #include "chexeditor.h"
+#include "hexnumber.h"
 #include "memicon.h"
 #include "windowsettings.h"
 

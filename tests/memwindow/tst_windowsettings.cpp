@@ -1,3 +1,4 @@
+#include "rememberedfiles.h"
 #include "windowsettings.h"
 
 #include <QDir>
@@ -88,9 +89,9 @@ private slots:
 
     void theDialogsPathsComeBack()
     {
-        WINSET_RememberFile(RememberedFile::Save, "/tmp/a, b.bin");
-        QCOMPARE(WINSET_RememberedFile(RememberedFile::Save), "/tmp/a, b.bin");
-        QCOMPARE(WINSET_RememberedFile(RememberedFile::Open), QDir::homePath() + "/data.bin");
+        MEMFILE_Remember(RememberedFile::Save, "/tmp/a, b.bin");
+        QCOMPARE(MEMFILE_Remembered(RememberedFile::Save), "/tmp/a, b.bin");
+        QCOMPARE(MEMFILE_Remembered(RememberedFile::Open), QDir::homePath() + "/data.bin");
         QCOMPARE(QSettings().value("AppData/HexEditorMemDialog/DefaultDirSave").toString(),
             "/tmp/a, b.bin");
     }

@@ -2,7 +2,6 @@
 
 #include "addresshistory.h"
 
-#include <QDir>
 #include <QSettings>
 #include <QVariant>
 
@@ -12,7 +11,6 @@
 namespace {
 
 constexpr const char *kGroup = "AppData";
-constexpr const char *kDialogGroup = "HexEditorMemDialog";
 
 constexpr const char *kKeyBaseAddress = "Base Address";
 constexpr const char *kKeyBytesPerItem = "Bytes Per Item";
@@ -56,11 +54,6 @@ private:
     QSettings m_settings;
 };
 
-const char *KeyOf(RememberedFile which)
-{
-    return which == RememberedFile::Open ? "DefaultDirOpen" : "DefaultDirSave";
-}
-
 } // namespace
 
 WindowSettings WINSET_Load(const QString &windowName)
@@ -89,16 +82,4 @@ void WINSET_Save(const QString &windowName, const WindowSettings &settings)
     group->setValue(kKeyLastInputText, settings.lastInputText);
     group->setValue(kKeyShowToolbar, settings.showToolbar);
     group->setValue(kKeyAddressBoxItems, settings.addressBoxItems);
-}
-
-QString WINSET_RememberedFile(RememberedFile which)
-{
-    Group group(kDialogGroup);
-    return group.Text(KeyOf(which), QDir::homePath() + QLatin1String("/data.bin"));
-}
-
-void WINSET_RememberFile(RememberedFile which, const QString &fileName)
-{
-    Group group(kDialogGroup);
-    group->setValue(KeyOf(which), fileName);
 }

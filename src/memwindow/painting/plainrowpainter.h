@@ -1,7 +1,7 @@
 #pragma once
 
+#include "cellranges.h"
 #include "linecomposer.h"
-#include "selection.h"
 
 #include <QFont>
 #include <QRgb>

@@ -1,9 +1,9 @@
 #include "cmemdialog.h"
 
-#include "addresshistory.h"
+#include "hexnumber.h"
 #include "memfile.h"
 #include "memtypes.h"
-#include "windowsettings.h"
+#include "rememberedfiles.h"
 
 #include <QDialogButtonBox>
 #include <QFileDialog>
@@ -193,7 +193,7 @@ void CMemDialog::OnButtonSelectFileClicked()
     const QString filter = QStringLiteral("Binary File (*.bin)");
     const bool isLoad = m_mode == MemDialogMode::Load;
     const RememberedFile which = isLoad ? RememberedFile::Open : RememberedFile::Save;
-    const QString start = WINSET_RememberedFile(which);
+    const QString start = MEMFILE_Remembered(which);
     const QPointer<CMemDialog> alive(this); // the window may go while the chooser is open
     const QString fileName = isLoad ? QFileDialog::getOpenFileName(
                                  this, QStringLiteral("Load Memory Data from..."), start, filter)
@@ -202,7 +202,7 @@ void CMemDialog::OnButtonSelectFileClicked()
     if (!alive)
         return;
     if (!fileName.isEmpty()) {
-        WINSET_RememberFile(which, fileName);
+        MEMFILE_Remember(which, fileName);
         SetFileName(fileName);
     }
     activateWindow();

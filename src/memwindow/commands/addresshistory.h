@@ -14,9 +14,6 @@
 /// @return whether the whole text is such a number; otherwise address and size stay 0
 [[nodiscard]] bool ParseAddress(const QString &text, std::uint64_t &address, std::uint64_t &size);
 
-/// As ParseAddress, for one number of at most 64 bits. @return nothing when the text is not one
-[[nodiscard]] std::optional<std::uint64_t> ParseHexNumber(const QString &text);
-
 /// Writes an address text in its usual form, upper-case digits with "0x" left as typed.
 /// A text that is not a hexadecimal number of at most 32 bits stays as it is.
 void NormaliseAddressText(QString &text);

@@ -22,10 +22,3 @@ struct WindowSettings {
 
 /// Writes all settings of the window with this object name.
 void WINSET_Save(const QString &windowName, const WindowSettings &settings);
-
-/// A file path that the load and save dialog remembers.
-enum class RememberedFile { Open, Save };
-
-/// The remembered path, data.bin in the user's home directory when there is none yet.
-[[nodiscard]] QString WINSET_RememberedFile(RememberedFile which);
-void WINSET_RememberFile(RememberedFile which, const QString &fileName);
