@@ -7,6 +7,7 @@
 #include <QDialogButtonBox>
 #include <QInputDialog>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
 
@@ -39,7 +40,9 @@ struct Commands : MemTestWindow {
         QVERIFY(opened);
     }
     /// Accepts the memory dialog of an action with these texts in its fields.
-    void Run(const char *action, const std::vector<std::pair<const char *, QString>> &fields)
+    /// @param replaces  the dialog asks whether a file may be replaced, and it may
+    void Run(const char *action, const std::vector<std::pair<const char *, QString>> &fields,
+        bool replaces = false)
     {
         TriggerWithDialog<CMemDialog>(action, [&](CMemDialog &dialog) {
             for (const auto &[box, text] : fields) {
@@ -47,7 +50,16 @@ struct Commands : MemTestWindow {
                 QTest::keyClicks(Field(dialog, box), text);
             }
             target.reads.clear();
+            bool asked = false;
+            if (replaces)
+                QTimer::singleShot(0, &dialog, [&asked] {
+                    auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+                    QVERIFY(box != nullptr);
+                    asked = true;
+                    box->button(QMessageBox::Yes)->click();
+                });
             dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
+            QCOMPARE(asked, replaces);
         });
     }
     static QLineEdit *Field(const QDialog &dialog, const char *box)
@@ -82,8 +94,9 @@ struct Commands : MemTestWindow {
     /// From the cursor to the end of the space.
     void SelectToTheEnd()
     {
-        Key(Qt::Key_Shift);
+        QTest::keyPress(view, Qt::Key_Shift);
         Key(Qt::Key_End, Qt::ShiftModifier | Qt::ControlModifier);
+        QTest::keyRelease(view, Qt::Key_Shift);
     }
     QString TakeMessages() { return std::exchange(target.messages, {}).join(u'|'); }
     static QString ClipboardText() { return QGuiApplication::clipboard()->text(); }

@@ -119,7 +119,7 @@ private slots:
         const std::vector<std::pair<QAbstractSlider::SliderAction, std::uint64_t>> steps{
             {QAbstractSlider::SliderToMinimum, 0}, {QAbstractSlider::SliderPageStepAdd, page - 16},
             {QAbstractSlider::SliderSingleStepSub, page - 32},
-            {QAbstractSlider::SliderToMaximum, kAddressSpaceEnd - page}};
+            {QAbstractSlider::SliderToMaximum, kAddressSpaceEnd - (page - 16)}}; // wholly visible
         for (const auto &[action, base] : steps) {
             w.scrollBar->triggerAction(action);
             QCOMPARE(w.window.BaseAddress(), base);

@@ -75,8 +75,10 @@ private slots:
             const ViewGeometry geometry = WideView(copy.bytesPerRow, copy.bytesPerItem);
             QCOMPARE(int(geometry.BytesPerRow()), copy.bytesPerRow);
             const RowLayout layout = {geometry, copy.pageBase, copy.bigEndian};
-            const auto hex = CLIP_HexRows(layout, copy.lower, copy.upper, ReadPattern);
-            const auto text = CLIP_TextRows(layout, copy.lower, copy.upper, ReadPattern);
+            const auto hex
+                = CLIP_Rows(ClipColumn::Hex, layout, copy.lower, copy.upper, ReadPattern);
+            const auto text
+                = CLIP_Rows(ClipColumn::Text, layout, copy.lower, copy.upper, ReadPattern);
             QVERIFY2(hex == QLatin1String(copy.hex), copy.name);
             QVERIFY2(text == QLatin1String(copy.text), copy.name);
         }
@@ -86,9 +88,11 @@ private slots:
     {
         int rows = 0;
         const RowReader giveUpAtThird = [&rows](auto, auto, auto) { return ++rows < 3; };
-        QVERIFY(!CLIP_HexRows({WideView(8, 1), 0, false}, 0, 1000, giveUpAtThird));
+        QVERIFY(!CLIP_Rows(ClipColumn::Hex, {WideView(8, 1), 0, false}, 0, 1000, giveUpAtThird));
         QCOMPARE(rows, 3);
-        QCOMPARE(CLIP_HexRows({ViewGeometry(), 0, false}, 0, 1000, giveUpAtThird).value(), "");
+        QCOMPARE(
+            CLIP_Rows(ClipColumn::Hex, {ViewGeometry(), 0, false}, 0, 1000, giveUpAtThird).value(),
+            "");
     }
 
     void anInitializerListReadsAsGiven()

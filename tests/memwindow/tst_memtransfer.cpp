@@ -3,6 +3,7 @@
 #include "memcommandwindow.h"
 
 #include <QDropEvent>
+#include <QProgressDialog>
 #include <QTemporaryDir>
 
 class MemTransferTest : public QObject {
@@ -29,20 +30,6 @@ private slots:
         QCOMPARE(std::uint64_t(c.target.writes.at(0).written.size()), c.window.BytesPerPage());
     }
 
-    void aMessageDuringAWaitHasTheUsualCursor()
-    {
-        static Qt::CursorShape shape = Qt::BusyCursor;
-        Commands c;
-        MemoryCallbacks callbacks = c.target.Callbacks();
-        callbacks.WriteMemory = nullptr;
-        callbacks.ShowMessage
-            = [](const QString &, int) { shape = QGuiApplication::overrideCursor()->shape(); };
-        c.window.SetCallbacks(callbacks);
-        c.Run("Fill", {{"pEditBoxGenVal", "0"}});
-        QCOMPARE(shape, Qt::ArrowCursor);
-        QCOMPARE(QGuiApplication::overrideCursor(), nullptr);
-    }
-
     void saveWritesTheRangeOfTheDialog()
     {
         QTemporaryDir folder;
@@ -56,11 +43,8 @@ private slots:
         QCOMPARE(Contents(name).toHex(), "101112131415161718191a1b1c1d1e1f20212223");
         QCOMPARE(c.LastRead(), (PageRange{kBase + 0x10, 0x14}));
         QCOMPARE(c.TakeMessages(), "");
-        c.Run("Save", field("14", folder.path()));
-        QCOMPARE(c.TakeMessages(), "1: Could not open file for writing");
-
         c.target.unreadable = {kBase + 0x12};
-        c.Run("Save", field("13", name)); // what can be read is saved, to the last byte
+        c.Run("Save", field("13", name), true); // what can be read is saved, to the last byte
         QCOMPARE(Contents(name).toHex(),
             "10110013"
             "1415161718191a1b1c1d1e1f202122");
@@ -92,24 +76,92 @@ private slots:
         QCOMPARE(c.TakeMessages() + c.TakeWrites(), "1: Could not open file for reading");
     }
 
-    void largeRangesGoInOneCall()
+    void longRangesGoInPieces_data()
     {
+        QTest::addColumn<std::uint64_t>("bytes");
+        QTest::addColumn<bool>("inOneCall");
+        QTest::newRow("the longest in one call") << std::uint64_t{512 * 1024} << true;
+        QTest::newRow("one byte more") << std::uint64_t{512 * 1024 + 1} << false;
+        QTest::newRow("longer") << std::uint64_t{5'000'001} << false;
+    }
+
+    void longRangesGoInPieces()
+    {
+        QFETCH(std::uint64_t, bytes);
+        QFETCH(bool, inOneCall);
         QTemporaryDir folder;
         const QString name = folder.filePath("large.bin");
-        constexpr std::uint64_t kSaved = 16 * 1024 * 1024;
         Commands c;
-        c.Run("Save", {{"pEditBoxGenVal", name}, {"pEditBoxSize", QString::number(kSaved, 16)}});
-        QCOMPARE(c.target.reads.size(), 1U);
-        QCOMPARE(c.LastRead(), (PageRange{kBase, kSaved}));
+        c.Run("Save", {{"pEditBoxGenVal", name}, {"pEditBoxSize", QString::number(bytes, 16)}});
+        QCOMPARE(c.target.reads.size() == 1, inOneCall);
+        std::uint64_t next = kBase;
+        for (const FakeTarget::Call &read : c.target.reads) { // no gap, no byte twice
+            QCOMPARE(read.address, std::exchange(next, next + read.length));
+            QVERIFY(read.length <= 512 * 1024);
+        }
+        QCOMPARE(next, kBase + bytes);
         const QByteArray saved = Contents(name);
-        QCOMPARE(std::uint64_t(saved.size()), kSaved);
-        for (const std::uint64_t at : {std::uint64_t{0}, kSaved / 3, kSaved - 1})
+        QCOMPARE(std::uint64_t(saved.size()), bytes);
+        for (const std::uint64_t at : {std::uint64_t{0}, bytes / 3, bytes - 1})
             QCOMPARE(std::uint8_t(saved.at(qsizetype(at))), c.target.ByteAt(kBase + at));
 
-        Put(name, saved.left(1024 * 1024));
+        c.target.keepsWrites = false;
         c.Run("Load", {{"pEditBoxGenVal", name}, {"pEditBoxAddr", "30000000"}});
-        QCOMPARE(c.target.writes.size(), 1U);
-        QVERIFY(c.target.writes[0].written == saved.left(1024 * 1024));
+        QCOMPARE(c.target.writes.size() == 1, inOneCall);
+        QByteArray loaded;
+        for (const FakeTarget::Call &write : std::exchange(c.target.writes, {}))
+            loaded += write.written;
+        QVERIFY(loaded == saved);
+    }
+
+    void aLongTransferCanBeCancelled_data()
+    {
+        QTest::addColumn<QByteArray>("action");
+        QTest::addColumn<bool>("windowGoes");
+        for (const char *action : {"Save", "Fill", "Load", "Copy", "CopyBinary", "Paste"}) {
+            QTest::addRow("%s, cancelled", action) << QByteArray(action) << false;
+            QTest::addRow("%s, window gone", action) << QByteArray(action) << true;
+        }
+    }
+
+    void aLongTransferCanBeCancelled()
+    {
+        QFETCH(QByteArray, action);
+        QFETCH(bool, windowGoes);
+        QTemporaryDir folder;
+        const QString name = folder.filePath("old.bin");
+        Put(name, QByteArray(8 * 1024 * 1024, 'o'));
+        Commands c;
+        c.target.logs = false;
+        c.target.keepsWrites = false;
+        c.GoTo(0xFF00'0000);
+        c.SelectToTheEnd();
+        c.PutOnClipboard(kBinary, QByteArray(16 * 1024 * 1024, 'p'));
+        c.GoTo(0); // where the paste goes
+        c.target.callTakesMs = 60; // minutes, if nobody ends it
+        QTimer watch;
+        connect(&watch, &QTimer::timeout, &watch, [&] {
+            auto *dialog = qobject_cast<QProgressDialog *>(QApplication::activeModalWidget());
+            if (dialog == nullptr)
+                return;
+            watch.stop();
+            windowGoes ? c.owner.reset() : dialog->cancel();
+        });
+        watch.start(0);
+        if (action == "Save")
+            c.Run("Save", {{"pEditBoxGenVal", name}}, true);
+        else if (action == "Fill")
+            c.Run("Fill", {{"pEditBoxGenVal", "0"}});
+        else if (action == "Load")
+            c.Run("Load", {{"pEditBoxGenVal", name}, {"pEditBoxAddr", "0"}});
+        else
+            c.Trigger(action.constData());
+        QVERIFY2(!watch.isActive(), "no dialog came");
+        QCOMPARE(c.TakeMessages(), "");
+        QCOMPARE(QGuiApplication::overrideCursor(), nullptr);
+        QCOMPARE(
+            Contents(name), QByteArray(8 * 1024 * 1024, 'o')); // a cancelled save keeps the old
+        QCOMPARE(c.ClipboardData(kBinary).left(1), "p");
     }
 
     void droppedAddressesJumpAndDroppedFilesAsk()

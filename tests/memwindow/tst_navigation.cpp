@@ -32,7 +32,7 @@ struct View {
         const Navigation keys(geometry, geometry.PageAt(base), bigEndian);
         const CursorMove move = (keys.*key)(cursor);
         cursor = move.cursor;
-        base = move.scrollRows != 0 ? keys.ScrolledBase(move.scrollRows) : move.pageBase;
+        base = move.scrollRows != 0 ? geometry.ScrolledBase(base, move.scrollRows) : move.pageBase;
     }
 };
 

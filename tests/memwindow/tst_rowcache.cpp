@@ -24,7 +24,7 @@ struct Fixture {
     void MoveTo(PageRange page)
     {
         cache.MoveTo(page);
-        ages.MoveTo(page);
+        ages.MoveTo(page, true);
     }
     void Store(std::uint64_t address, const Bytes &bytes, const Statuses &statuses)
     {

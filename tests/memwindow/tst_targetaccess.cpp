@@ -113,6 +113,7 @@ private slots:
             r.access.SetCallbacks(some);
             QVERIFY(r.Read(0, 4) < 0);
             QVERIFY(r.access.Write(0, r.data) < 0);
+            r.access.Messages().Show();
         }
         QCOMPARE(r.target.messages.join(u'|'),
             "1: Failed to read target memory|1: Failed to write target memory");
@@ -122,7 +123,7 @@ private slots:
     {
         Reading r(4);
         r.access.SetAccessWidth(2);
-        r.access.SetZone(QString(200, 'z'));
+        r.access.SetZone(std::string(200, 'z'));
         r.Read(0x10, 4);
         QCOMPARE(r.access.Write(0x100, std::vector<std::uint8_t>{1, 2}), 2);
         const QByteArray zone(127, 'z');

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <set>
 #include <thread>
 #include <unordered_map>
@@ -57,15 +58,21 @@ public:
     QByteArray zones;
     int zoneCount = 0;
     bool logs = true;
-    unsigned readTakesMs = 0; ///< how slow the target is
+    bool keepsWrites = true;         ///< else a write changes nothing
+    unsigned callTakesMs = 0;        ///< how slow the target is
+    std::function<void()> onMessage; ///< what the host does in a message
 
 private:
+    void TakeTime() const
+    {
+        if (callTakesMs > 0)
+            std::this_thread::sleep_for(std::chrono::milliseconds(callTakesMs));
+    }
     static int Read(std::uint64_t address, std::uint64_t length, std::uint8_t accessWidth,
         const char *zoneName, std::uint8_t *data, std::uint8_t *status)
     {
         FakeTarget &target = *s_current;
-        if (target.readTakesMs > 0)
-            std::this_thread::sleep_for(std::chrono::milliseconds(target.readTakesMs));
+        target.TakeTime();
         if (target.logs)
             target.reads.push_back({address, length, accessWidth, zoneName, {}});
         const auto bad = target.unreadable.lower_bound(address);
@@ -81,11 +88,13 @@ private:
         const char *zoneName, const std::uint8_t *data)
     {
         FakeTarget &target = *s_current;
-        target.writes.push_back({address, length, accessWidth, zoneName,
-            QByteArray(reinterpret_cast<const char *>(data), qsizetype(length))});
+        target.TakeTime();
+        if (target.logs)
+            target.writes.push_back({address, length, accessWidth, zoneName,
+                QByteArray(reinterpret_cast<const char *>(data), qsizetype(length))});
         if (target.failAll || target.failWrites)
             return -1;
-        for (std::uint64_t i = 0; i < length; ++i)
+        for (std::uint64_t i = 0; target.keepsWrites && i < length; ++i)
             target.Set(address + i, data[i]);
         return int(length);
     }
@@ -97,6 +106,8 @@ private:
     static void ShowMessage(const QString &text, int severity)
     {
         s_current->messages.append(QStringLiteral("%1: %2").arg(severity).arg(text));
+        if (s_current->onMessage)
+            s_current->onMessage();
     }
 
     static inline FakeTarget *s_current = nullptr;

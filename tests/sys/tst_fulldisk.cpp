@@ -1,6 +1,6 @@
 // What is saved to a disk that is really full: a small one of our own, in a mount namespace.
 
-#include "memfile.h"
+#include "memorydata.h"
 #include "settingshost.h"
 #include "settingsstore.h"
 #include "sysregistry.h"
@@ -125,17 +125,17 @@ private slots:
         QFETCH_GLOBAL(Shortage, shortage);
         const QString folder = QDir::homePath();
         const QString path = folder + "/data.bin";
-        const std::vector<std::uint8_t> old(5000, 'o');
-        const std::vector<std::uint8_t> other(6000, 'n');
-        QVERIFY(MEMFILE_Write(path, old));
+        const QByteArray old(5000, 'o');
+        const QByteArray other(6000, 'n');
+        QVERIFY(WriteMemoryFile(path, old));
         {
             const Filler filler(shortage);
-            QVERIFY(!MEMFILE_Write(path, other));
-            QVERIFY(!MEMFILE_Write(folder + "/new.bin", other));
+            QVERIFY(!WriteMemoryFile(path, other));
+            QVERIFY(!WriteMemoryFile(folder + "/new.bin", other));
             QCOMPARE(FileContent(path), QByteArray(5000, 'o'));
             QCOMPARE(FileNames(folder), QStringList("data.bin"));
         }
-        QVERIFY(MEMFILE_Write(path, other));
+        QVERIFY(WriteMemoryFile(path, other));
         QFile::remove(path);
     }
 };

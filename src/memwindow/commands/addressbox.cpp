@@ -25,7 +25,7 @@ bool IsReturn(const QKeyEvent &event)
 } // namespace
 
 AddressBox::AddressBox(QWidget *parent)
-    : QComboBox(parent)
+    : QuietComboBox(parent)
 {
     setObjectName(QStringLiteral("pEditBoxAddr"));
     setEditable(true);

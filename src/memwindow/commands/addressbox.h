@@ -1,12 +1,13 @@
 #pragma once
 
-#include <QComboBox>
+#include "quietcombobox.h"
+
 #include <QStringList>
 
 /// The tool bar's box for typed addresses, with a list of those typed before.
 ///
 /// It only keeps the texts; who listens to it jumps.
-class AddressBox : public QComboBox {
+class AddressBox : public QuietComboBox {
 public:
     explicit AddressBox(QWidget *parent);
 

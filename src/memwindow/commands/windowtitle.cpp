@@ -2,11 +2,11 @@
 
 #include "linecomposer.h"
 
-QString WindowTitle(std::uint64_t address, const char *rateText, const QString &zone)
+QString WindowTitle(std::uint64_t address, const QString &rateText, const QString &zone)
 {
     QString title = QStringLiteral("Memory @ ") + QLatin1String(FormatItemValue(address, 8, false));
-    if (rateText != nullptr)
-        title += QStringLiteral(", ") + QLatin1String(rateText) + QStringLiteral(" refresh");
+    if (!rateText.isEmpty())
+        title += QStringLiteral(", ") + rateText + QStringLiteral(" refresh");
     if (!zone.isEmpty())
         title += QStringLiteral(", Zone: ") + zone;
     return title;

@@ -6,6 +6,6 @@
 
 /// The title of a memory window: "Memory @ 20000000, 500 ms refresh, Zone: Data".
 /// @param address   of the top row; its low 32 bits are shown
-/// @param rateText  the refresh rate, or null while the periodic refresh is off
+/// @param rateText  the refresh rate, empty while there is no periodic refresh
 /// @param zone      the zone's name, or empty
-QString WindowTitle(std::uint64_t address, const char *rateText, const QString &zone);
+QString WindowTitle(std::uint64_t address, const QString &rateText, const QString &zone);

@@ -2,16 +2,6 @@
 
 #include <algorithm>
 
-std::uint64_t Navigation::ScrolledBase(std::int64_t rows) const
-{
-    const std::uint64_t bytesPerRow = m_geometry.BytesPerRow();
-    if (rows > 0)
-        return m_page.base - std::min(m_page.base, std::uint64_t(rows) * bytesPerRow);
-    // A page that was placed beyond the limit by a jump stays where it is.
-    const std::uint64_t limit = std::max(m_geometry.LastScrollBase(), m_page.base);
-    return std::min(m_page.base + std::uint64_t(-rows) * bytesPerRow, limit);
-}
-
 CursorMove Navigation::Up(EditCursor cursor) const
 {
     CursorMove move = Stay(cursor);
@@ -142,4 +132,17 @@ CursorMove Navigation::PageUp(EditCursor cursor) const
     if (cursor.address >= step)
         move.cursor.address -= step;
     return move;
+}
+
+CursorMove Navigation::First(EditCursor cursor) const
+{
+    cursor.address = 0;
+    return Navigation(m_geometry, m_geometry.PageAt(0), m_bigEndian).RowHome(cursor);
+}
+
+CursorMove Navigation::Last(EditCursor cursor) const
+{
+    cursor.address = kLastAddress;
+    const PageRange lastPage = m_geometry.PageAt(m_geometry.LastScrollBase());
+    return Navigation(m_geometry, lastPage, m_bigEndian).RowEnd(cursor);
 }

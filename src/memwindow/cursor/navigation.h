@@ -17,7 +17,7 @@ struct EditCursor {
 struct CursorMove {
     EditCursor cursor;
     int scrollRows = 0;         ///< > 0 towards lower addresses
-    std::uint64_t pageBase = 0; ///< address of the top row, for the page keys
+    std::uint64_t pageBase = 0; ///< address of the top row, where no rows are scrolled
 };
 
 /// Cursor movement over one page: a cursor and a key give a new cursor and the rows to scroll.
@@ -43,10 +43,10 @@ public:
     [[nodiscard]] CursorMove RowEnd(EditCursor cursor) const;
     [[nodiscard]] CursorMove PageUp(EditCursor cursor) const;
     [[nodiscard]] CursorMove PageDown(EditCursor cursor) const;
-
-    /// The top row after scrolling; rows > 0 towards lower addresses. Stops at address 0, and with
-    /// the row of the last address on the last wholly visible row.
-    [[nodiscard]] std::uint64_t ScrolledBase(std::int64_t rows) const;
+    /// To the start of the address space.
+    [[nodiscard]] CursorMove First(EditCursor cursor) const;
+    /// To its end; the last row is wholly visible then.
+    [[nodiscard]] CursorMove Last(EditCursor cursor) const;
 
 private:
     [[nodiscard]] CursorMove Stay(EditCursor cursor) const { return {cursor, 0, m_page.base}; }

@@ -33,8 +33,23 @@ CEditOverlay::CEditOverlay(QWidget *parent)
 void CEditOverlay::SetDigits(int digits)
 {
     Reset();
+    m_unknownDigits = 0;
+    m_typedDigits = 0;
     setInputMask(QString(digits, u'H'));
     setMaxLength(digits);
+}
+
+void CEditOverlay::SetUnknownDigits(std::uint32_t digits)
+{
+    m_unknownDigits = digits;
+    update();
+}
+
+void CEditOverlay::MarkTyped(int first, int end)
+{
+    for (int digit = std::max(first, 0); digit < std::min(end, 32); ++digit)
+        m_typedDigits |= 1U << digit;
+    m_unknownDigits &= ~m_typedDigits;
 }
 
 void CEditOverlay::SetCell(int widthPx, int heightPx)
@@ -56,6 +71,7 @@ void CEditOverlay::SetEditText(const QString &text, int caret)
 {
     setText(text);
     setCursorPosition(caret);
+    m_caretBefore = caret;
 }
 
 void CEditOverlay::Reset()
@@ -130,6 +146,8 @@ bool CEditOverlay::OnKey(int key, const QString &text)
         // The line edit has no use for these, so the view gets them after the end of the edit.
         OnEditingFinished();
         return false;
+    case Qt::Key_Shift: // begins a selection in the view, which must not hear of it here
+        return true;
     case Qt::Key_Backspace:
         EraseDigit(cursorPosition() - 1, cursorPosition() - 1);
         return true;
@@ -153,6 +171,7 @@ void CEditOverlay::EraseDigit(int position, int caretAfter)
     const int count = hasSelectedText() ? static_cast<int>(selectedText().size()) : 1;
     for (int i = std::max(first, 0); i < std::min<qsizetype>(first + count, digits.size()); ++i)
         digits[i] = u'0';
+    MarkTyped(first, first + count);
     SetEditText(digits, hasSelectedText() ? first : std::clamp(caretAfter, 0, maxLength()));
 }
 
@@ -164,8 +183,9 @@ void CEditOverlay::OnEditingFinished()
     emit Closed();
 }
 
-void CEditOverlay::OnCursorPosChanged(int, int)
+void CEditOverlay::OnCursorPosChanged(int /*OldPos*/, int NewPos)
 {
+    m_caretBefore = NewPos;
     update();
 }
 
@@ -173,12 +193,23 @@ void CEditOverlay::OnTextChanged(const QString &)
 {
     // A blank that a deleted selection left between digits would be skipped when the text is read
     // as a number, and move the digits before it.
+    MarkTyped(std::min(m_caretBefore, cursorPosition() - 1), cursorPosition());
     QString digits = displayText().toUpper();
     while (digits.endsWith(u' '))
         digits.chop(1);
     digits.replace(u' ', u'0');
     if (digits != text())
         SetEditText(digits, cursorPosition());
+}
+
+QString CEditOverlay::ShownDigits() const
+{
+    QString digits = displayText();
+    for (int i = 0; i < digits.size(); ++i) {
+        if ((m_unknownDigits >> i & 1U) != 0)
+            digits[i] = u'-';
+    }
+    return digits;
 }
 
 void CEditOverlay::resizeEvent(QResizeEvent *event)
@@ -197,7 +228,7 @@ void CEditOverlay::paintEvent(QPaintEvent *)
     painter.setPen(palette().color(QPalette::Highlight));
     painter.drawRect(frame.adjusted(0, 0, -1, -1));
 
-    const QString digits = displayText();
+    const QString digits = ShownDigits();
     const int caret = cursorPosition();
     const int marked = hasSelectedText() ? selectionStart() : caret;
     const int markedEnd = hasSelectedText() ? selectionEnd() : caret + 1;

@@ -28,6 +28,14 @@ public:
     /// Sets the text, and the caret in front of this digit of it.
     void SetEditText(const QString &text, int caret);
 
+    /// Digits, a bit each (bit 0 the leftmost), that stand for bytes nobody has read. They are
+    /// shown as placeholders until they are typed over.
+    void SetUnknownDigits(std::uint32_t digits);
+    [[nodiscard]] std::uint32_t UnknownDigits() const { return m_unknownDigits; }
+    /// The digits, a bit each, that were typed over since SetDigits.
+    [[nodiscard]] std::uint32_t TypedDigits() const { return m_typedDigits; }
+    void MarkTyped(int first, int end);
+
     /// Forgets the state of the edit. The text stays.
     void Reset();
 
@@ -61,11 +69,15 @@ protected:
 private:
     [[nodiscard]] bool OnKey(int key, const QString &text);
     void EraseDigit(int position, int caretAfter);
+    [[nodiscard]] QString ShownDigits() const;
 
     std::uint8_t m_isOpen = 0;    // the edit has not ended yet
     std::uint8_t m_isDropped = 0; // it ended with Escape
     QString m_currentText;        // what was typed beyond the last digit
     int m_tag = 0;
+    int m_caretBefore = 0; // where the caret stood before the text changed
+    std::uint32_t m_unknownDigits = 0;
+    std::uint32_t m_typedDigits = 0;
     int m_cellWidthPx = 1;
     int m_cellHeightPx = 1;
 };

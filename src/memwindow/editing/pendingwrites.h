@@ -1,6 +1,7 @@
 #pragma once
 
 #include "memtypes.h"
+#include "rowmarks.h"
 
 #include <cstdint>
 #include <span>
@@ -14,20 +15,18 @@ struct WriteRun {
 
 /// What the user typed and the target has not been told yet.
 ///
-/// Owned by one CHexEditor, used on the GUI thread only. Every change is kept as a record of its
-/// own; TakeRuns() turns the records into as few writes as cover them. Where records overlap, the
-/// one added last wins, byte by byte. Bytes at and past the end of the 32-bit space are dropped.
-class PendingWrites {
+/// Owned by one window, used on the GUI thread only. Every change is kept as a record of its own;
+/// TakeRuns() turns the records into as few writes as cover them. Where records overlap, the one
+/// added last wins, byte by byte. Bytes at and past the end of the 32-bit space are dropped.
+class PendingWrites : public TypedBytes {
 public:
     void Add(std::uint64_t address, std::span<const std::uint8_t> bytes);
 
     [[nodiscard]] bool IsEmpty() const { return m_records.empty(); }
 
-    /// Puts pending changes over bytes and their status (of equal size). Bytes without one stay.
-    void Overlay(
-        std::uint64_t address, std::span<std::uint8_t> data, std::span<ByteStatus> status) const;
-    /// Whether a byte of the range has a pending change.
-    [[nodiscard]] bool Touches(std::uint64_t address, std::uint64_t length) const;
+    void Overlay(std::uint64_t address, std::span<std::uint8_t> data,
+        std::span<ByteStatus> status) const override;
+    [[nodiscard]] bool Touches(std::uint64_t address, std::uint64_t length) const override;
 
     /// Hands out the merged runs in address order and forgets all records. Runs that touch are one.
     [[nodiscard]] std::vector<WriteRun> TakeRuns();

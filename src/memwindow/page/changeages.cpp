@@ -10,7 +10,7 @@ void ChangeAges::Clear()
     m_ticksLeft = 0;
 }
 
-void ChangeAges::MoveTo(PageRange page)
+void ChangeAges::MoveTo(PageRange page, bool keepsOutside)
 {
     if (page == m_page)
         return;
@@ -21,8 +21,10 @@ void ChangeAges::MoveTo(PageRange page)
     }
     const std::uint64_t keptFirst = std::clamp(page.base, m_page.base, m_page.End());
     const std::uint64_t keptEnd = std::clamp(page.End(), keptFirst, m_page.End());
-    StoreOutside(m_page.base, keptFirst);
-    StoreOutside(keptEnd, m_page.End());
+    if (keepsOutside) {
+        StoreOutside(m_page.base, keptFirst);
+        StoreOutside(keptEnd, m_page.End());
+    }
     const std::uint64_t kept = keptEnd - keptFirst;
     const std::uint64_t from = keptFirst - m_page.base;
     m_ages.resize(std::max(page.length, m_page.length));

@@ -18,7 +18,10 @@ public:
 
     void Clear();
     /// Makes page the range that the array covers.
-    void MoveTo(PageRange page);
+    /// @param keepsOutside  whether bytes that leave the page keep their age for when they come
+    /// back;
+    ///                      without ticks nothing would ever end it
+    void MoveTo(PageRange page, bool keepsOutside);
     /// The byte changed at this refresh. Ignored outside the page.
     void SetChanged(std::uint64_t address);
     /// One tick: every age grows by one; past the last age a byte counts as unchanged.

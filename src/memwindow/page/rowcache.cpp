@@ -28,15 +28,19 @@ void RowCache::MoveTo(PageRange page)
         std::memmove(m_data.data() + to, m_data.data() + from, kept.length);
         std::memmove(m_status.data() + to, m_status.data() + from, kept.length);
     }
-    const auto forget = [this](std::uint64_t first, std::uint64_t end) {
-        std::fill(m_data.begin() + std::ptrdiff_t(first), m_data.begin() + std::ptrdiff_t(end),
-            std::uint8_t{0});
-        std::fill(m_status.begin() + std::ptrdiff_t(first), m_status.begin() + std::ptrdiff_t(end),
-            ByteStatus::NotLoaded);
-    };
-    forget(0, to);
-    forget(to + kept.length, page.length);
     m_range = page;
+    Forget(page.base, to);
+    Forget(page.base + to + kept.length, page.length - to - kept.length);
+}
+
+void RowCache::Forget(std::uint64_t address, std::uint64_t length)
+{
+    const PageRange forgotten = Overlap({address, length}, m_range);
+    if (forgotten.length == 0)
+        return;
+    const std::uint64_t first = forgotten.base - m_range.base;
+    std::fill_n(m_data.begin() + std::ptrdiff_t(first), forgotten.length, std::uint8_t{0});
+    std::fill_n(m_status.begin() + std::ptrdiff_t(first), forgotten.length, ByteStatus::NotLoaded);
 }
 
 PageRange RowCache::MissingRange() const

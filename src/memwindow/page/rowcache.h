@@ -35,6 +35,9 @@ public:
     /// The bytes of the page from the first to the last that is NotLoaded; length 0 when none is.
     [[nodiscard]] PageRange MissingRange() const;
 
+    /// Nothing is known of a range any more, as far as it lies in the page.
+    void Forget(std::uint64_t address, std::uint64_t length);
+
     /// Takes freshly read bytes and compares them with what is there. Rows that look different
     /// now are marked; a byte that was known before and differs counts as changed.
     /// @param address  of the first byte; the bytes lie within the page

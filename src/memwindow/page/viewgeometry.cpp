@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdlib>
 
 namespace {
 
@@ -93,4 +94,12 @@ std::uint64_t ViewGeometry::LastScrollBase() const
 std::uint64_t ViewGeometry::LastPageBase() const
 {
     return kAddressSpaceEnd - BytesPerPage();
+}
+
+std::uint64_t ViewGeometry::ScrolledBase(std::uint64_t base, std::int64_t rows) const
+{
+    const std::uint64_t bytes = std::uint64_t(std::abs(rows)) * m_bytesPerRow;
+    if (rows > 0)
+        return base - std::min(base, bytes);
+    return std::min(base + bytes, std::max(LastScrollBase(), base));
 }

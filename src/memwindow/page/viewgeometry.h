@@ -53,8 +53,11 @@ public:
     /// The highest top row that scrolling may reach: the row of the last address stands on the
     /// last wholly visible row.
     [[nodiscard]] std::uint64_t LastScrollBase() const;
-    /// The top row of the last whole page.
+    /// The top row of the last whole page, a partly visible row counted in.
     [[nodiscard]] std::uint64_t LastPageBase() const;
+    /// The top row after scrolling from base; rows > 0 towards lower addresses. Stops at address 0
+    /// and at LastScrollBase. A page that a jump has placed beyond that stays where it is.
+    [[nodiscard]] std::uint64_t ScrolledBase(std::uint64_t base, std::int64_t rows) const;
 
 private:
     void Recompute();

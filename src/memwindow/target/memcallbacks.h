@@ -11,10 +11,9 @@ inline constexpr int kMessageError = 1;
 /// The host's four functions behind one memory window, handed over in one call.
 ///
 /// All are called on the GUI thread and may block for one target access; none may throw.
-/// ShowMessage may run events (a box that waits for its button) and the window may be gone when it
-/// returns from the message of a failed write, load or save. During a read, and in the message that
-/// there is no ReadMemory, the window must not be deleted. zoneName is a text of at most 127
-/// characters, empty for the target's default memory.
+/// ShowMessage may run events (a box that waits for its button) and may delete the window; it is
+/// called when nothing of the window is under way any more. The other three must leave the window
+/// alone. zoneName is a text of at most 127 characters, empty for the target's default memory.
 struct MemoryCallbacks {
     /// Reads target memory. data and status hold length bytes each; status gets 0 or 1 per byte.
     /// @return bytes read (>= 0), or < 0 on failure. Null: every read fails.

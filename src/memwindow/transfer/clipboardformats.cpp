@@ -103,24 +103,21 @@ std::optional<QString> CopyRows(const RowLayout &layout, std::uint64_t lower, st
 
 } // namespace
 
-std::optional<QString> CLIP_HexRows(
-    const RowLayout &layout, std::uint64_t lower, std::uint64_t upper, const RowReader &read)
+std::optional<QString> CLIP_Rows(ClipColumn column, const RowLayout &layout, std::uint64_t lower,
+    std::uint64_t upper, const RowReader &read)
 {
-    const CellMap cells(layout.geometry, layout.pageBase, layout.bigEndian);
-    const int start = ViewGeometry::kHexColumnStart;
-    const int itemDigits = 2 * layout.geometry.BytesPerItem();
-    return CopyRows(layout, lower, upper, read, {start, start + layout.geometry.HexColumnWidth()},
-        cells.ItemColumn(lower), cells.ItemColumn(upper) + itemDigits, QLatin1String("\n"));
-}
-
-std::optional<QString> CLIP_TextRows(
-    const RowLayout &layout, std::uint64_t lower, std::uint64_t upper, const RowReader &read)
-{
-    const CellMap cells(layout.geometry, layout.pageBase, layout.bigEndian);
-    const int start = layout.geometry.TextColumnStart();
-    const int bytesPerRow = static_cast<int>(layout.geometry.BytesPerRow());
-    return CopyRows(layout, lower, upper, read, {start, start + bytesPerRow},
-        cells.TextColumn(lower), cells.TextColumn(upper) + 1, QLatin1String());
+    const ViewGeometry &geometry = layout.geometry;
+    const CellMap cells(geometry, layout.pageBase, layout.bigEndian);
+    if (column == ClipColumn::Hex) {
+        const int start = ViewGeometry::kHexColumnStart;
+        return CopyRows(layout, lower, upper, read, {start, start + geometry.HexColumnWidth()},
+            cells.ItemColumn(lower), cells.ItemColumn(upper) + 2 * geometry.BytesPerItem(),
+            QLatin1String("\n"));
+    }
+    const int start = geometry.TextColumnStart();
+    return CopyRows(layout, lower, upper, read,
+        {start, start + static_cast<int>(geometry.BytesPerRow())}, cells.TextColumn(lower),
+        cells.TextColumn(upper) + 1, QLatin1String());
 }
 
 QByteArray CLIP_InitializerList(

@@ -30,16 +30,16 @@ struct RowLayout {
 using RowReader = std::function<bool(
     std::uint64_t address, std::span<std::uint8_t> data, std::span<ByteStatus> status)>;
 
-/// The hexadecimal column of the rows that hold lower .. upper (both inclusive), as the view shows
-/// it, from the item of the first byte to the item of the last. Rows are separated by a line feed.
-/// @return nothing when the reader gave up; an empty text when the view shows no rows
-[[nodiscard]] std::optional<QString> CLIP_HexRows(
-    const RowLayout &layout, std::uint64_t lower, std::uint64_t upper, const RowReader &read);
+/// Which column of the view a copy takes.
+enum class ClipColumn {
+    Hex,  ///< from the item of the first byte to the item of the last; rows end in a line feed
+    Text, ///< one character a byte, without line breaks
+};
 
-/// The text column of lower .. upper (both inclusive), one character a byte, without line breaks.
-/// @return as CLIP_HexRows
-[[nodiscard]] std::optional<QString> CLIP_TextRows(
-    const RowLayout &layout, std::uint64_t lower, std::uint64_t upper, const RowReader &read);
+/// A column of the rows that hold lower .. upper (both inclusive), as the view shows it.
+/// @return nothing when the reader gave up; an empty text when the view shows no rows
+[[nodiscard]] std::optional<QString> CLIP_Rows(ClipColumn column, const RowLayout &layout,
+    std::uint64_t lower, std::uint64_t upper, const RowReader &read);
 
 /// Bytes as "0x"-prefixed hexadecimal items, least significant byte first in memory.
 ///

@@ -3,14 +3,17 @@
 #include "hexnumber.h"
 #include "memfile.h"
 #include "memtypes.h"
+#include "modaldialog.h"
 #include "rememberedfiles.h"
 
 #include <QDialogButtonBox>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
 
@@ -67,6 +70,7 @@ CMemDialog::CMemDialog(QWidget *parent)
     , m_startBox(new QLineEdit(this))
     , m_endBox(new QLineEdit(this))
     , m_sizeBox(new QLineEdit(this))
+    , m_whyNotLabel(new QLabel(this))
     , m_buttonBox(new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this))
 {
     setObjectName(QStringLiteral("HexEditorMemDialog"));
@@ -102,9 +106,13 @@ void CMemDialog::BuildFields()
     addRow(2, new QLabel(QStringLiteral("End Address:"), this), m_endBox);
     addRow(3, new QLabel(QStringLiteral("Size:"), this), m_sizeBox);
     grid->setColumnStretch(1, 1);
+    m_whyNotLabel->setObjectName(QStringLiteral("pLabelWhyNot"));
+    m_whyNotLabel->setWordWrap(true);
+    m_whyNotLabel->setMinimumHeight(m_whyNotLabel->fontMetrics().height()); // it comes and goes
 
     auto *layout = new QVBoxLayout(this);
     layout->addLayout(grid);
+    layout->addWidget(m_whyNotLabel);
     layout->addStretch();
     layout->addWidget(m_buttonBox);
 
@@ -180,7 +188,28 @@ std::uint64_t CMemDialog::GetSize() const
 
 void CMemDialog::OnButtonLoadSaveClicked()
 {
-    accept();
+    const QPointer<CMemDialog> self = this; // the window may go while the question is open
+    if (m_mode != MemDialogMode::Save || MayReplaceFile()) {
+        if (self)
+            accept();
+    }
+}
+
+/// Asks as the file chooser does, when the name was typed. @return false also when the dialog is
+/// gone
+bool CMemDialog::MayReplaceFile()
+{
+    const QFileInfo file(FilePath());
+    if (!file.exists() || file.filePath() == m_chosenFile)
+        return true;
+    const QPointer<QMessageBox> question = new QMessageBox(QMessageBox::Warning, windowTitle(),
+        QStringLiteral("\"%1\" already exists.\nDo you want to replace it?").arg(file.fileName()),
+        QMessageBox::Yes | QMessageBox::No, this);
+    question->setTextFormat(Qt::PlainText);
+    question->setDefaultButton(QMessageBox::No);
+    const int answer = question->exec();
+    delete question;
+    return answer == QMessageBox::Yes;
 }
 
 void CMemDialog::OnButtonCancelClicked()
@@ -190,23 +219,34 @@ void CMemDialog::OnButtonCancelClicked()
 
 void CMemDialog::OnButtonSelectFileClicked()
 {
-    const QString filter = QStringLiteral("Binary File (*.bin)");
     const bool isLoad = m_mode == MemDialogMode::Load;
     const RememberedFile which = isLoad ? RememberedFile::Open : RememberedFile::Save;
-    const QString start = MEMFILE_Remembered(which);
-    const QPointer<CMemDialog> alive(this); // the window may go while the chooser is open
-    const QString fileName = isLoad ? QFileDialog::getOpenFileName(
-                                 this, QStringLiteral("Load Memory Data from..."), start, filter)
-                                    : QFileDialog::getSaveFileName(this,
-                                        QStringLiteral("Save Memory Data to..."), start, filter);
-    if (!alive)
+    const QPointer<QFileDialog> chooser = new QFileDialog(this,
+        isLoad ? QStringLiteral("Load Memory Data from...")
+               : QStringLiteral("Save Memory Data to..."),
+        QString(), QStringLiteral("Binary File (*.bin)"));
+    chooser->setAcceptMode(isLoad ? QFileDialog::AcceptOpen : QFileDialog::AcceptSave);
+    chooser->setFileMode(isLoad ? QFileDialog::ExistingFile : QFileDialog::AnyFile);
+    const QFileInfo start(MEMFILE_Remembered(which));
+    chooser->setDirectory(start.path());
+    chooser->selectFile(start.fileName());
+    const DialogEnd end = RunDialog(chooser);
+    if (end == DialogEnd::Gone)
         return;
-    if (!fileName.isEmpty()) {
-        MEMFILE_Remember(which, fileName);
-        SetFileName(fileName);
+    const QStringList names = chooser->selectedFiles();
+    delete chooser;
+    if (end == DialogEnd::Accepted && !names.isEmpty()) {
+        MEMFILE_Remember(which, names.first());
+        m_chosenFile = names.first();
+        SetFileName(names.first());
     }
     activateWindow();
     m_genericBox->setFocus();
+}
+
+QString CMemDialog::FilePath() const
+{
+    return MEMFILE_Path(m_genericValue);
 }
 
 void CMemDialog::OnEditboxGenericValTextChanged(const QString &text)
@@ -242,7 +282,7 @@ void CMemDialog::TakeSizeFromFile()
 {
     if (m_mode != MemDialogMode::Load)
         return;
-    m_sizeBox->setText(HexText(MEMFILE_Size(m_genericValue).value_or(0)));
+    m_sizeBox->setText(HexText(MEMFILE_Size(FilePath()).value_or(0)));
     ShowEndOfRange(QString());
 }
 
@@ -261,25 +301,42 @@ void CMemDialog::ShowEndOfRange(const QString &endOfEmptyRange)
 
 void CMemDialog::RefreshEnabledState()
 {
-    m_buttonBox->button(QDialogButtonBox::Ok)->setEnabled(IsRangeSound() && IsGenericValueSound());
+    const QString whyNot = WhyNot();
+    m_whyNotLabel->setText(whyNot);
+    m_buttonBox->button(QDialogButtonBox::Ok)->setEnabled(whyNot.isEmpty());
 }
 
-bool CMemDialog::IsRangeSound() const
+QString CMemDialog::WhyNot() const
+{
+    const QString value = WhyNotThisValue();
+    return value.isEmpty() ? WhyNotThisRange() : value;
+}
+
+QString CMemDialog::WhyNotThisRange() const
 {
     const std::optional<std::uint64_t> start = ParseHexNumber(m_startBox->text());
     const std::optional<std::uint64_t> size = ParseHexNumber(m_sizeBox->text());
-    return start && size && *size != 0 && *size <= kAddressSpaceEnd
-        && *start <= kAddressSpaceEnd - *size;
+    if (!start)
+        return QStringLiteral("The start address is no hexadecimal number.");
+    if (m_mode == MemDialogMode::Load && size && *size == 0)
+        return QStringLiteral("The file is empty.");
+    if (!size || *size == 0)
+        return QStringLiteral("The size is no hexadecimal number above 0.");
+    if (*size > kAddressSpaceEnd || *start > kAddressSpaceEnd - *size)
+        return QStringLiteral("The range ends behind the last address, FFFFFFFF.");
+    return {};
 }
 
-bool CMemDialog::IsGenericValueSound() const
+QString CMemDialog::WhyNotThisValue() const
 {
     switch (m_mode) {
     case MemDialogMode::Load:
-        return MEMFILE_Size(m_genericValue).has_value();
+        return MEMFILE_WhyNotRead(FilePath());
     case MemDialogMode::Save:
-        return !m_genericValue.isEmpty();
+        return MEMFILE_WhyNotWritten(FilePath());
     default:
-        return ParseFillValue(m_genericValue).has_value();
+        return ParseFillValue(m_genericValue)
+            ? QString()
+            : QStringLiteral("Enter the value as a hexadecimal number.");
     }
 }

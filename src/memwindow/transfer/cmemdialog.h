@@ -18,7 +18,8 @@ enum class MemDialogMode : int { Load = 0, Save = 1, Fill = 2 };
 ///
 /// The three numbers are hexadecimal; a text that is no such number counts as 0. Typing into one of
 /// them brings the others in line. OK is offered only for a range that is not empty and ends within
-/// the 32-bit space, with a file name or value that makes sense for the mode.
+/// the 32-bit space, with a file that can be read or written or a value that is one; otherwise the
+/// dialog says what is missing. A file that exists is replaced only when the user has said so.
 class CMemDialog : public QDialog {
     Q_OBJECT
 
@@ -36,6 +37,8 @@ public:
     [[nodiscard]] std::uint64_t GetSize() const;
     /// The file name, or when filling the text of the value.
     [[nodiscard]] QString GenericValue() const { return m_genericValue; }
+    /// The file that the name stands for; "~" at its start is the home directory.
+    [[nodiscard]] QString FilePath() const;
 
 public slots:
     void OnButtonLoadSaveClicked();
@@ -52,17 +55,21 @@ private:
     void TakeSizeFromFile();
     void ShowEndOfRange(const QString &endOfEmptyRange);
     void RefreshEnabledState();
-    [[nodiscard]] bool IsRangeSound() const;
-    [[nodiscard]] bool IsGenericValueSound() const;
+    [[nodiscard]] QString WhyNot() const;
+    [[nodiscard]] QString WhyNotThisRange() const;
+    [[nodiscard]] QString WhyNotThisValue() const;
+    [[nodiscard]] bool MayReplaceFile();
 
     MemDialogMode m_mode = MemDialogMode::Load;
     QString m_genericValue;
+    QString m_chosenFile; // the chooser has asked already whether it may be replaced
     QLabel *m_genericLabel;
     QLineEdit *m_genericBox;
     QPushButton *m_fileButton;
     QLineEdit *m_startBox;
     QLineEdit *m_endBox;
     QLineEdit *m_sizeBox;
+    QLabel *m_whyNotLabel;
     QDialogButtonBox *m_buttonBox;
 };
 

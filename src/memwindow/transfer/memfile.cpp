@@ -1,83 +1,132 @@
 #include "memfile.h"
 
-#include <QFile>
+#include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <algorithm>
-#include <new>
 
 namespace {
 
-constexpr qint64 kReadChunkBytes = 1024LL * 1024;
+constexpr qint64 kCopyChunkBytes = 1024LL * 1024;
 
-bool WriteAll(QIODevice &file, std::span<const std::uint8_t> bytes)
+bool WriteAll(QIODevice &file, const char *bytes, qint64 length)
 {
-    const auto length = static_cast<qint64>(bytes.size());
-    return file.write(reinterpret_cast<const char *>(bytes.data()), length) == length;
-}
-
-/// For folders that take no new file: all that is left is to overwrite the old contents.
-bool WriteInPlace(const QString &fileName, std::span<const std::uint8_t> bytes)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered)
-        && WriteAll(file, bytes);
-}
-
-/// Reads to the end, whatever length the file was said to have: it may grow or shrink meanwhile.
-std::optional<QByteArray> ReadAll(QFile &file)
-{
-    QByteArray bytes;
-    while (true) {
-        const QByteArray chunk = file.read(kReadChunkBytes);
-        if (chunk.isEmpty())
-            break;
-        bytes.append(chunk);
-        if (static_cast<std::uint64_t>(bytes.size()) > kMaxTransferBytes)
-            return std::nullopt;
-    }
-    if (file.error() != QFileDevice::NoError)
-        return std::nullopt;
-    return bytes;
+    return file.write(bytes, length) == length;
 }
 
 } // namespace
 
-std::optional<std::uint64_t> MEMFILE_Size(const QString &fileName)
+QString MEMFILE_Path(const QString &typed)
 {
-    const QFileInfo info(fileName);
-    if (fileName.isEmpty() || !info.isFile())
+    if (typed == QLatin1String("~") || typed.startsWith(QLatin1String("~/")))
+        return QDir::homePath() + typed.sliced(1);
+    return typed;
+}
+
+std::optional<std::uint64_t> MEMFILE_Size(const QString &path)
+{
+    const QFileInfo info(path);
+    if (path.isEmpty() || !info.isFile())
         return std::nullopt;
     return static_cast<std::uint64_t>(std::max<qint64>(info.size(), 0));
 }
 
-std::optional<QByteArray> MEMFILE_Read(const QString &fileName)
+QString MEMFILE_WhyNotRead(const QString &path)
 {
-    const std::optional<std::uint64_t> size = MEMFILE_Size(fileName);
-    if (!size || *size > kMaxTransferBytes)
-        return std::nullopt;
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return std::nullopt;
-    try {
-        return ReadAll(file);
-    } catch (const std::bad_alloc &) {
-        return std::nullopt;
-    }
+    const QFileInfo info(path);
+    if (path.isEmpty())
+        return QStringLiteral("Enter the name of a file.");
+    if (!info.exists())
+        return QStringLiteral("There is no such file.");
+    if (!info.isFile())
+        return info.isDir() ? QStringLiteral("This is a folder.")
+                            : QStringLiteral("This is no regular file.");
+    if (!info.isReadable())
+        return QStringLiteral("The file may not be read.");
+    return {};
 }
 
-bool MEMFILE_Write(const QString &fileName, std::span<const std::uint8_t> bytes)
+QString MEMFILE_WhyNotWritten(const QString &path)
 {
-    const QFileInfo info(fileName);
-    if (fileName.isEmpty() || (info.exists() && !info.isFile()))
-        return false;
-    QSaveFile file(fileName);
-    if (!file.open(QIODevice::WriteOnly)) {
-        // A folder that merely has no room now would cost the old contents as well.
-        const bool isRefused = !QFileInfo(info.canonicalPath()).isWritable();
-        return info.exists() && isRefused && WriteInPlace(fileName, bytes);
+    const QFileInfo info(path);
+    if (path.isEmpty())
+        return QStringLiteral("Enter the name of a file.");
+    if (info.isDir() || path.endsWith(QLatin1Char('/')))
+        return QStringLiteral("This is a folder.");
+    if (info.exists() && !info.isFile())
+        return QStringLiteral("This is no regular file.");
+    if (info.exists()) {
+        const QFileInfo folder(QFileInfo(info.canonicalFilePath()).path());
+        return info.isWritable() || folder.isWritable()
+            ? QString()
+            : QStringLiteral("The file may not be written.");
     }
+    const QFileInfo folder(info.path());
+    if (!folder.isDir())
+        return QStringLiteral("The folder does not exist.");
+    if (info.isSymLink())
+        return QStringLiteral("This link leads nowhere.");
+    return folder.isWritable() ? QString() : QStringLiteral("The folder takes no new file.");
+}
+
+bool MemFileReader::Open(const QString &path)
+{
+    m_file.setFileName(path);
+    return MEMFILE_Size(path).has_value() && m_file.open(QIODevice::ReadOnly);
+}
+
+std::optional<std::size_t> MemFileReader::Read(std::span<std::uint8_t> bytes)
+{
+    const qint64 count
+        = m_file.read(reinterpret_cast<char *>(bytes.data()), static_cast<qint64>(bytes.size()));
+    if (count < 0)
+        return std::nullopt;
+    return static_cast<std::size_t>(count);
+}
+
+bool MemFileWriter::Open(const QString &path)
+{
+    const QFileInfo info(path);
+    if (path.isEmpty() || (info.exists() && !info.isFile()))
+        return false;
+    m_path = path;
+    m_beside = std::make_unique<QSaveFile>(path);
+    if (m_beside->open(QIODevice::WriteOnly))
+        return true;
+    m_beside.reset();
+    // A folder that merely has no room now would cost the old contents as well.
+    const QFileInfo folder(QFileInfo(info.canonicalFilePath()).path());
+    if (!info.exists() || !info.isWritable() || folder.isWritable())
+        return false;
+    m_spool = std::make_unique<QTemporaryFile>();
+    return m_spool->open();
+}
+
+bool MemFileWriter::Write(std::span<const std::uint8_t> bytes)
+{
+    QFileDevice *file = m_spool ? static_cast<QFileDevice *>(m_spool.get()) : m_beside.get();
+    return WriteAll(
+        *file, reinterpret_cast<const char *>(bytes.data()), static_cast<qint64>(bytes.size()));
+}
+
+bool MemFileWriter::Commit()
+{
+    if (m_spool)
+        return CopyInPlace();
     // commit() does not look whether its own flush of the last bytes failed.
-    return WriteAll(file, bytes) && file.flush() && file.commit();
+    return m_beside->flush() && m_beside->commit();
+}
+
+bool MemFileWriter::CopyInPlace()
+{
+    QFile file(m_path);
+    if (!m_spool->flush() || !m_spool->seek(0)
+        || !file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
+        return false;
+    while (!m_spool->atEnd()) {
+        const QByteArray chunk = m_spool->read(kCopyChunkBytes);
+        if (chunk.isEmpty() || !WriteAll(file, chunk.constData(), chunk.size()))
+            return false;
+    }
+    return true;
 }

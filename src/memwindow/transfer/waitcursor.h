@@ -9,14 +9,3 @@ public:
     ~WaitCursor();
     Q_DISABLE_COPY_MOVE(WaitCursor)
 };
-
-/// Shows the usual cursor while it lives, for a message box that opens amid such an access.
-class UsualCursor {
-public:
-    UsualCursor();
-    ~UsualCursor();
-    Q_DISABLE_COPY_MOVE(UsualCursor)
-
-private:
-    bool m_isShown;
-};

@@ -1,0 +1,48 @@
+#include "contextmenu.h"
+
+#include "memactions.h"
+#include "zonemenu.h"
+
+#include <QCursor>
+#include <QMenu>
+#include <QPointer>
+#include <QWidget>
+
+#include <memory>
+#include <utility>
+
+namespace {
+
+// A click on the extension button first closes an open menu, then arrives here. So soon after the
+// close it is that click, not a new one.
+constexpr qint64 kReopenGuardMs = 200;
+
+} // namespace
+
+ContextMenu::ContextMenu(const MemOwners &owners, ZoneChosen zoneChosen)
+    : m_owners(owners)
+    , m_zoneChosen(std::move(zoneChosen))
+{
+}
+
+void ContextMenu::Open(QPoint position)
+{
+    const QPointer<QWidget> window = &m_owners.window;
+    // Not a child of the window: an action chosen here may lose the window while the menu is still
+    // activating it, and would take the menu along.
+    const auto menu = std::make_unique<QMenu>();
+    m_owners.actions.FillContextMenu(*menu, [this](QMenu *parent) {
+        if (QMenu *zones = ZONE_AddMenu(m_owners, parent))
+            QObject::connect(zones, &QMenu::triggered, &m_owners.window, m_zoneChosen);
+    });
+    QObject::connect(window, &QObject::destroyed, menu.get(), &QMenu::close);
+    menu->exec(window->mapToGlobal(position));
+    if (window)
+        m_sinceClosed.start();
+}
+
+void ContextMenu::OpenAtMouse()
+{
+    if (!m_sinceClosed.isValid() || m_sinceClosed.hasExpired(kReopenGuardMs))
+        Open(m_owners.window.mapFromGlobal(QCursor::pos()));
+}

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "clipboardcommands.h"
+#include "contextmenu.h"
+#include "filecommands.h"
+#include "jumps.h"
+#include "memowners.h"
+#include "rangetransfer.h"
+
+#include <QObject>
+#include <QPoint>
+#include <QString>
+
+#include <cstdint>
+
+class QAction;
+class QDropEvent;
+class QMenu;
+
+/// The commands that the memory window's actions stand for.
+enum class MemCommand : std::uint8_t {
+    ViewFormat,
+    AccessWidth,
+    CopyHex,
+    CopyText,
+    CopyBinary,
+    CopyIntList,
+    Paste,
+    Fill,
+    Save,
+    Load,
+    Goto,
+    EnterAddress,
+    GoBack,
+    ViewData,
+};
+
+/// The commands of one memory window.
+///
+/// Each is the same three steps: what was typed is settled, one owner is called, and what did not
+/// work is said: to the host by its messages, to who listens by Failed. The messages come last,
+/// since the host may delete the window in one. GUI thread only.
+class MemCommands : public QObject {
+    Q_OBJECT
+
+public:
+    explicit MemCommands(const MemOwners &owners);
+
+    void Run(MemCommand command);
+    /// Jumps to what the address box holds, when the user has entered it.
+    void EnterAddress();
+    void SetZone(const QString &name);
+    void TakeZone(const QAction *action);
+    void ChooseRefresh();
+    void ShowToolBar();
+
+    void SetBytesPerItem(int bytesPerItem); ///< 1, 2 or 4
+    /// @param bytes  0 (the host chooses), 1, 2 or 4
+    void SetAccessWidth(std::uint8_t bytes);
+    /// Shows or hides the optional commands. @param flags  kFeatureRefresh and so on
+    void SetFeatures(std::uint32_t flags);
+    void AddZoneMenu(QMenu *menu);
+
+    void OfferDrop(QDropEvent *event) const;
+    void TakeDrop(QDropEvent *event);
+
+    /// See Jumps::GoTo.
+    void GoTo(std::uint64_t address, bool placeCursor, bool pushHistory);
+    void OpenMenu(QPoint position) { m_menu.Open(position); }
+    void OpenMenuAtMouse() { m_menu.OpenAtMouse(); }
+
+    void LoadSettings();
+    void SaveSettings() const;
+
+signals:
+    /// What the user asked for and did not get, as a text for the status bar.
+    void Failed(const QString &text);
+    /// Items have another size.
+    void ItemFormatChanged();
+    void ZoneChanged();
+
+private:
+    void RunWith(const QString &name, const std::function<TransferResult()> &command);
+    TransferResult Carry(MemCommand command);
+
+    const MemOwners m_owners;
+    RangeTransfer m_transfer;
+    Jumps m_jumps;
+    ClipboardCommands m_clipboard;
+    FileCommands m_files;
+    ContextMenu m_menu;
+    bool m_canLoad = false;
+};
