@@ -78,19 +78,6 @@ private slots:
         QCOMPARE(QSettings().value("AppData/HexEditor/Last Input Text").toString(), "0x20000c00");
     }
 
-    void aWindowMayGoWhileItsDialogIsOpen()
-    {
-        for (const char *action : {"Goto", "AutoRefresh", "Fill", "Save", "Load", "menu"}) {
-            Commands c;
-            QTimer::singleShot(0, qApp, [&c] { c.owner.reset(); });
-            if (action == QByteArray("menu"))
-                emit c.window.customContextMenuRequested(QPoint(20, 20));
-            else
-                c.Trigger(action);
-            QVERIFY2(c.owner == nullptr && c.target.writes.empty(), action);
-        }
-    }
-
     void ticksLeaveMenusAndDragsAlone()
     {
         Commands c;
