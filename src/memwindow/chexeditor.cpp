@@ -256,7 +256,7 @@ void CHexEditor::OnKeyEvent(QKeyEvent *event)
         else if (event->key() == Qt::Key_PageDown)
             OnKeyPageDownReleased();
         else if (event->key() == Qt::Key_Shift)
-            m_cursor.DropShift();
+            m_cursor.ReleaseShift();
         return;
     }
     const bool keepsShift = meaning == MemKey::Shift || meaning == MemKey::Modifier

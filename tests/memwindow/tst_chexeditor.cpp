@@ -135,6 +135,179 @@ private slots:
         QCOMPARE(w.LastRead(), (PageRange{0x8000'03E7, page}));
     }
 
+    void aSlowPageWithAHoleIsReadFromTheEventLoop()
+    {
+        MemTestWindow w;
+        for (std::uint64_t at = 0; at < 16; ++at) // the page starts in a hole
+            w.target.unreadable.insert(kBase + at);
+        w.target.reads.clear();
+        w.window.GoTo(kBase, true, false);
+        const std::vector<FakeTarget::Call> fast = std::exchange(w.target.reads, {});
+        QCOMPARE(fast.size(), 1 + 1 + 4 * 7 + (w.window.VisibleRows() - 1)); // rows, words, bytes
+
+        w.window.GoTo(0x5000, true, false);
+        w.target.reads.clear();
+        w.target.callTakesMs = 5;
+        w.window.GoTo(kBase, true, false);
+        QVERIFY(w.target.reads.size() < fast.size());
+        QVERIFY(w.Row(0).startsWith("20000000  -- ") && w.Row(5).startsWith("20000050  .. "));
+        w.window.OnAutoUpdateTimerTimeout(); // no second read beside the one under way
+        QTRY_COMPARE(w.target.reads.size(), fast.size());
+        QVERIFY(w.target.reads == fast); // the same calls in the same order
+        QVERIFY(!w.Row(int(w.window.VisibleRows()) - 2).contains(".. "));
+
+        w.window.GoTo(kBase, true, false);
+        w.window.GoTo(0x5000, true, false); // what is left of the first page is not asked for
+        w.target.reads.clear();
+        for (int turn = 0; turn < 20; ++turn)
+            QApplication::processEvents();
+        QVERIFY(w.target.reads.empty());
+
+        w.window.GoTo(kBase, true, false); // a scroll takes what was left along
+        w.window.ScrollRows(-1);
+        QTRY_VERIFY(!w.Row(int(w.window.VisibleRows()) - 2).contains(".. "));
+    }
+
+    void thePageStartsAtARow()
+    {
+        for (const auto &[saved, base] :
+            {std::pair{0x2000'0A05U, 0x2000'0A00U}, std::pair{0xFFFF'FFFFU, 0xFFFF'FFF0U}}) {
+            MemTestWindow first;
+            first.window.GoTo(saved, true, false);
+            first.owner.reset();
+            CHexEditor next; // gets its size after it has restored the address
+            FakeTarget target;
+            next.SetCallbacks(target.Callbacks());
+            next.resize(900, 400);
+            next.show();
+            QApplication::processEvents();
+            QCOMPARE(next.BaseAddress(), base);
+            QCOMPARE(target.reads.size(), 1U);
+            QCOMPARE(target.reads.at(0).address, std::uint64_t{base});
+        }
+        MemTestWindow w;
+        w.GoTo(kBase + 0x18);
+        for (const int widthPx : {500, 1500, 900}) { // 8, 32 and 16 bytes a row
+            w.window.resize(widthPx, 400);
+            QApplication::processEvents();
+            QCOMPARE(w.window.BaseAddress() % w.window.BytesPerRow(), 0U);
+            const std::uint64_t distance = kBase + 0x18 - w.window.BaseAddress();
+            QVERIFY2(distance < w.window.BytesPerRow(), "the address stays in the top row");
+        }
+        QCOMPARE(w.window.BaseAddress(), kBase + 0x10);
+    }
+
+    void onlyWhatIsMeantScrolls()
+    {
+        MemTestWindow w;
+        w.GoTo(0x1000);
+        const auto wheelOver = [](QWidget *widget, int units) {
+            QWheelEvent event({5, 5}, widget->mapToGlobal(QPointF(5, 5)), {}, {0, units},
+                Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+            QApplication::sendEvent(widget, &event);
+        };
+        wheelOver(w.scrollBar, -120);
+        QCOMPARE(w.window.BaseAddress(), 0x1030U); // three rows, as over the view
+        wheelOver(w.scrollBar, 60);
+        wheelOver(w.scrollBar, 60);
+        QCOMPARE(w.window.BaseAddress(), 0x1000U);
+        w.scrollBar->setValue(0x20000000 - 0x7FFFFFFF + 5); // "Scroll here" of the bar's menu
+        QCOMPARE(w.window.BaseAddress(), 0x2000'0000U);
+        {
+            const QSignalBlocker quietly(w.addressBox);
+            w.addressBox->addItems({"3000", "4000"});
+        }
+        w.rates->setCurrentIndex(2);
+        w.target.reads.clear();
+        wheelOver(w.addressBox, -120);
+        wheelOver(w.rates, -120);
+        QCOMPARE(w.window.BaseAddress(), 0x2000'0000U);
+        QCOMPARE(w.rates->currentIndex(), 2);
+
+        w.window.ScrollRows(-100); // the cursor is out of sight now
+        const std::uint64_t base = w.window.BaseAddress();
+        w.target.reads.clear();
+        for (const auto &[key, modifiers] : {std::pair{Qt::Key_F5, Qt::NoModifier},
+                 {Qt::Key_CapsLock, Qt::NoModifier}, {Qt::Key_Z, Qt::NoModifier},
+                 {Qt::Key_Insert, Qt::NoModifier}, {Qt::Key_Left, Qt::AltModifier},
+                 {Qt::Key_Down, Qt::MetaModifier}, {Qt::Key_Home, Qt::AltModifier},
+                 {Qt::Key_Shift, Qt::ShiftModifier}, {Qt::Key_A, Qt::ControlModifier}})
+            w.Key(key, modifiers);
+        QVERIFY(w.target.reads.empty());
+        QCOMPARE(w.window.BaseAddress(), base);
+    }
+
+    void theCursorComesIntoSight_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<std::uint64_t>("address"); // of the cursor, from 0x1000 in row 3
+        const auto row = [](const char *name, Qt::Key key, std::uint64_t address) {
+            QTest::newRow(name) << int(key) << address;
+        };
+        row("Up", Qt::Key_Up, 0x1020);
+        row("Down", Qt::Key_Down, 0x1040);
+        row("Left", Qt::Key_Left, 0x102F);
+        row("Right", Qt::Key_Right, 0x1030);
+        row("Home", Qt::Key_Home, 0x1030);
+        row("End", Qt::Key_End, 0x103F);
+    }
+
+    void theCursorComesIntoSight()
+    {
+        QFETCH(int, key);
+        QFETCH(std::uint64_t, address);
+        for (const int scrolled : {-200, 100}) {
+            MemTestWindow w;
+            w.GoTo(0x1000);
+            w.ClickByte(0x1030);
+            w.window.ScrollRows(scrolled);
+            w.target.reads.clear();
+            w.Key(Qt::Key(key));
+            QVERIFY(!CursorCellsOf(w).isEmpty());
+            QTest::keyClick(w.view, 'a');
+            QTest::keyClick(w.overlay, Qt::Key_Return);
+            w.window.OnEditUpdateTimerTimeout();
+            const bool scrolls = key == Qt::Key_Up; // on the first row, where the page came to rest
+            QCOMPARE(w.target.writes.at(0).address, scrolls ? std::uint64_t{0x1030} : address);
+        }
+    }
+
+    void theLastRowIsWhollyVisible()
+    {
+        MemTestWindow w;
+        w.window.resize(900, 400 + 3 - (w.view->height() % w.heightPx)); // 3 pixels of a last row
+        QApplication::processEvents();
+        w.Key(Qt::Key_End, Qt::ControlModifier);
+        const int lastWhole = int(w.window.VisibleRows()) - 2;
+        QVERIFY(w.Row(lastWhole).startsWith("FFFFFFF0  "));
+        QCOMPARE(CursorCellsOf(w).isEmpty(), lastWhole > 7); // that helper sees eight rows
+        QTest::keyClick(w.view, Qt::Key_Home, Qt::ControlModifier);
+        w.ClickByte((w.window.VisibleRows() - 1) * 16); // on a row that is cut off
+        w.Key(Qt::Key_Right);
+        QCOMPARE(w.window.BaseAddress(), 16U);
+    }
+
+    void colourEndsWhenTheByteLeavesAndNothingTicks()
+    {
+        for (const bool ticks : {false, true}) {
+            MemTestWindow w;
+            w.GoTo(0x1000);
+            if (ticks)
+                w.window.SetRefreshInterval(1'000'000);
+            w.target.Set(0x1002, std::uint8_t(w.target.ByteAt(0x1002) ^ 1));
+            w.window.UpdateFromTarget();
+            const auto isRed = [&w] {
+                const auto texts = PaintRecorder::Record(*w.view->viewport());
+                return std::any_of(texts.begin(), texts.end(),
+                    [](const PaintRecorder::Text &text) { return text.colour == 0xFFFF0000U; });
+            };
+            QVERIFY(isRed());
+            w.window.ScrollRows(-100);
+            w.window.ScrollRows(100);
+            QCOMPARE(isRed(), ticks);
+        }
+    }
+
     void aHeldPageKeyReadsOnceAtTheRelease()
     {
         MemTestWindow w;
@@ -264,6 +437,41 @@ private slots:
         }
     }
 
+    void aChoiceThatNobodySeesIsTakenBack()
+    {
+        MemTestWindow w;
+        w.rates->setCurrentIndex(3);
+        const auto state = [&w] {
+            return w.rates->currentText() + w.window.windowTitle()
+                + QString::number(w.target.reads.size());
+        };
+        QSignalSpy failed(&w.window, &CHexEditor::CommandFailed);
+        w.Trigger("ShowToolbar"); // hides it
+        w.Action("AutoRefresh")->setData(QStringList(" 100 ms"));
+        const QString before = state();
+        w.Trigger("AutoRefresh");
+        QCOMPARE(state(), before);
+        QCOMPARE(failed.size(), 1);
+        w.window.SetFeatureFlags(0);
+        QCOMPARE(w.rates->currentText() + w.window.windowTitle(), " offMemory @ 00000000");
+        w.window.SetRefreshInterval(300); // a host's own interval
+        QCOMPARE(w.window.windowTitle(), "Memory @ 00000000, 300 ms refresh");
+    }
+
+    void keysComeBeforeTicksOverASlowProbe()
+    {
+        MemTestWindow w;
+        w.GoTo(0x1000);
+        w.rates->setCurrentIndex(0); // 100 ms
+        w.target.callTakesMs = 110;
+        w.Tick();
+        w.target.reads.clear();
+        for (int key = 0; key < 6; ++key) // each arrives while the one before is worked on
+            QApplication::postEvent(w.view, new QKeyEvent(QEvent::KeyPress, Qt::Key_Up, {}));
+        QTRY_COMPARE(w.window.BaseAddress(), 0x1000U - 3 * 16); // every second one scrolls
+        QCOMPARE(w.target.reads.size(), 3U);
+    }
+
     void zonesAreOfferedAndUsed()
     {
         MemTestWindow w;
@@ -281,6 +489,16 @@ private slots:
         zones.at(1)->trigger();
         QCOMPARE(w.target.reads.back().zone, "Data");
         QCOMPARE(w.window.windowTitle(), "Memory @ 00000100, Zone: Data");
+        w.target.zones = "Default, Data";
+        QMenu again;
+        w.window.AddZoneMenu(&again);
+        const QList<QAction *> checked = again.actions().first()->menu()->actions();
+        QVERIFY(!checked.at(0)->isChecked() && checked.at(1)->isChecked());
+        w.target.ChangeAll(); // other memory has other bytes: nothing has changed, nothing glows
+        w.window.SetZone("Default");
+        w.window.SetZone("Data");
+        for (const PaintRecorder::Text &text : PaintRecorder::Record(*w.view->viewport()))
+            QVERIFY(text.colour != 0xFFFF0000U);
         zones.at(0)->trigger();
         QCOMPARE(w.target.reads.back().zone, "");
         QCOMPARE(w.window.windowTitle(), "Memory @ 00000100");
@@ -311,12 +529,28 @@ private slots:
         MemTestWindow w;
         w.window.SetBytesPerItem(2);
         w.GoTo(0x1000);
-        // Held over both moves; a pressed Shift starts anew.
-        for (const Qt::Key key : {Qt::Key_Shift, Qt::Key_Down, Qt::Key_Up}) {
-            QKeyEvent press(QEvent::KeyPress, key, Qt::ShiftModifier);
-            QApplication::sendEvent(w.view, &press);
-        }
-        QCOMPARE(SelectedCellsOf(w), "0:11 0:12 0:13 0:52"); // the item of the cursor, both bytes
+        const auto press = [&w](Qt::Key key) {
+            QTest::keyPress(w.view, key, Qt::ShiftModifier);
+            return SelectedCellsOf(w);
+        };
+        const QString item = "0:11 0:12 0:13 0:52";             // of the cursor, both bytes
+        for (const Qt::Key key : {Qt::Key_Shift, Qt::Key_Down}) // held over both moves
+            press(key);
+        QCOMPARE(press(Qt::Key_Up), item);
+        w.ClickByte(0x1040);
+        QTest::keyRelease(w.view, Qt::Key_Shift); // after a move the selection stays
+        QCOMPARE(SelectedCellsOf(w), "0:10 " + item + " 0:53");
+        const QString selected = SelectedCellsOf(w);
+        QVERIFY(press(Qt::Key_Shift) != selected); // Shift alone begins one at the cursor
+        QTest::keyRelease(w.view, Qt::Key_Shift);
+        QCOMPARE(SelectedCellsOf(w), selected);
+        press(Qt::Key_Shift);
+        press(Qt::Key_Control);
+        QTest::keyClick(w.view, 'B', Qt::ShiftModifier); // opens the edit box
+        QCOMPARE(SelectedCellsOf(w), selected);
+        QTest::keyPress(w.overlay, Qt::Key_Shift, Qt::ShiftModifier);
+        QCOMPARE(SelectedCellsOf(w), selected);
+        QTest::keyClick(w.overlay, Qt::Key_Escape);
         w.Key(Qt::Key_Home, Qt::ControlModifier);
         QCOMPARE(w.window.BaseAddress(), 0ULL);
         w.Key(Qt::Key_End, Qt::ControlModifier);

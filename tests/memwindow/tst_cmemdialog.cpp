@@ -1,6 +1,7 @@
 #include "cmemdialog.h"
 
 #include <QDialogButtonBox>
+#include <QDir>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
@@ -25,6 +26,7 @@ struct Fields {
                        : QTest::keyClicks(Box(name), text);
     }
     QString Range() const { return start->text() + u'|' + end->text() + u'|' + size->text(); }
+    QString WhyNot() const { return dialog.findChild<QLabel *>("pLabelWhyNot")->text(); }
     QPushButton *Ok() const
     {
         return dialog.findChild<QDialogButtonBox *>("buttonBox")->button(QDialogButtonBox::Ok);
@@ -88,14 +90,19 @@ private slots:
         save.dialog.SetSize(0x100);
         QVERIFY(!save.Ok()->isEnabled()); // no file name yet
         const std::tuple<const char *, const char *, bool> steps[]
-            = {{"pEditBoxGenVal", "data.bin", true},
+            = {{"pEditBoxGenVal", "/tmp", false}, {"pEditBoxGenVal", "/nonexistent/x", false},
+                {"pEditBoxGenVal", "/dev/null", false}, {"pEditBoxGenVal", "~/x.bin", true},
+                {"pEditBoxGenVal", "data.bin", true},
                 {"pEditBoxSize", "101", false}, // one byte past the end of the space
                 {"pEditBoxSize", "0", false}, {"pEditBoxSize", "1", true},
                 {"pEditBoxAddr", "main", false}};
         for (const auto &[box, text, isSound] : steps) {
             save.Type(box, text);
             QVERIFY2(save.Ok()->isEnabled() == isSound, text);
+            QVERIFY2(save.WhyNot().isEmpty() == isSound, text); // it says what is missing
         }
+        save.Type("pEditBoxGenVal", "~/x.bin");
+        QCOMPARE(save.dialog.FilePath(), QDir::homePath() + "/x.bin");
         Fields fill(MemDialogMode::Fill);
         fill.dialog.SetStartAddress(0);
         fill.dialog.SetSize(3);

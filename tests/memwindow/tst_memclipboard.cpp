@@ -97,6 +97,17 @@ private slots:
         QVERIFY(c.Row(2).contains("41 99")); // the read-back comes all the same
     }
 
+    void aPasteOutOfSightShowsWhatItWrote()
+    {
+        Commands c;
+        c.ClickByte(kBase + 0x25);
+        c.window.ScrollRows(-1000);
+        c.PutOnClipboard(kBinary, "AB");
+        c.Trigger("Paste");
+        QCOMPARE(c.window.BaseAddress(), kBase + 0x20);
+        QVERIFY(c.Row(0).contains("24 41 42"));
+    }
+
     void pasteTakesOnlyBytesAndEndsWithTheSpace()
     {
         Commands c;

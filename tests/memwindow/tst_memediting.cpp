@@ -263,6 +263,42 @@ private slots:
         QCOMPARE(t.Written(), "20000004:7F000000");
     }
 
+    void onlyWhatWasTypedIsWrittenOfAPartlyReadItem_data()
+    {
+        QTest::addColumn<QByteArray>("keys"); // on the first digit of BC42--4F
+        QTest::addColumn<QString>("shown");   // in the edit box
+        QTest::addColumn<QString>("written");
+        QTest::newRow("one digit") << QByteArray("a") << "AC42--4F"
+                                   << "20000007:AC";
+        QTest::newRow("up to the hole") << QByteArray("1234") << "1234--4F"
+                                        << "20000006:3412";
+        QTest::newRow("into the hole") << QByteArray("12345") << "12345-4F"
+                                       << "20000005:503412";
+        QTest::newRow("all of it") << QByteArray("1234567a") << "1234567A"
+                                   << "20000004:7A563412";
+    }
+
+    void onlyWhatWasTypedIsWrittenOfAPartlyReadItem()
+    {
+        QFETCH(QByteArray, keys);
+        QFETCH(QString, shown);
+        Typing t;
+        const std::array<std::uint8_t, 4> bytes{0x4F, 0, 0x42, 0xBC};
+        for (std::size_t i = 0; i < bytes.size(); ++i)
+            t.target.Set(kBase + 4 + i, bytes[i]);
+        t.target.unreadable = {kBase + 5};
+        t.window.SetBytesPerItem(4);
+        t.window.UpdateFromTarget();
+        QCOMPARE(t.Item(kBase + 4), "BC42--4F");
+        t.TypeAt(kBase + 7, 0, keys.constData());
+        QString digits; // as they are painted
+        for (const PaintRecorder::Text &text : PaintRecorder::Record(*t.overlay))
+            digits += text.text;
+        QCOMPARE(digits, shown);
+        t.Type("\r");
+        QTEST(t.Written(), "written");
+    }
+
     void theEndOfTheSpaceEndsTheTyping()
     {
         Typing t;
@@ -293,9 +329,26 @@ private slots:
         t.window.SetZone("Data");
         QCOMPARE(t.target.writes.at(0).zone, ""); // the zone it was typed in
         t.TypeAt(kBase, 1, "b");
+        t.window.SetAccessWidth(4);
+        QCOMPARE(int{t.target.writes.at(1).accessWidth}, 0); // the width it was typed with
+        t.TypeAt(kBase + 1, 0, "c");
         t.window.close();
-        QCOMPARE(t.target.writes.at(1).zone, "Data");
-        QCOMPARE(t.TakeWrites(), "20000000:A2 20000000:AB");
+        QCOMPARE(t.target.writes.at(2).zone, "Data");
+        QCOMPARE(t.TakeWrites(), "20000000:A2 20000000:AB 20000001:C4");
+
+        Typing pointer;
+        pointer.window.SetBytesPerItem(4);
+        pointer.TypeAt(kBase + 3, 0, "00001240\r");
+        pointer.Key(Qt::Key_D, Qt::ControlModifier); // follows what was typed, not what was there
+        QCOMPARE(pointer.window.BaseAddress(), 0x1240U);
+        pointer.target.reads.clear();
+        pointer.GoTo(0xFFFF'FFF0);
+        pointer.window.SetBytesPerItem(1);
+        pointer.Key(Qt::Key_Escape);
+        pointer.ClickByte(0xFFFF'FFFE);
+        pointer.target.reads.clear();
+        pointer.Key(Qt::Key_D, Qt::ControlModifier); // no pointer fits there
+        QVERIFY(pointer.target.reads.empty());
 
         Typing other;
         other.TypeAt(kBase, 0, "c");

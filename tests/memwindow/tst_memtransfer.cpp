@@ -137,7 +137,7 @@ private slots:
         c.GoTo(0xFF00'0000);
         c.SelectToTheEnd();
         c.PutOnClipboard(kBinary, QByteArray(16 * 1024 * 1024, 'p'));
-        c.GoTo(0); // where the paste goes
+        c.GoTo(0);                 // where the paste goes
         c.target.callTakesMs = 60; // minutes, if nobody ends it
         QTimer watch;
         connect(&watch, &QTimer::timeout, &watch, [&] {

@@ -6,6 +6,7 @@
 #include <QWidget>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -121,15 +122,15 @@ void CursorControl::ReleasePageKey()
 
 void CursorControl::LoseFocus()
 {
-    DropShift();
+    ReleaseShift();
     if (m_isPageKeyHeld)
         ReleasePageKey();
 }
 
 void CursorControl::PressShift()
 {
-    if (m_beforeShift)
-        return; // the key repeats
+    if (std::exchange(m_isShiftDown, true))
+        return;
     m_beforeShift = m_selection;
     m_selection.Start(m_cursor.address);
     m_page.RepaintAll();
@@ -142,6 +143,12 @@ void CursorControl::DropShift()
     m_selection = *m_beforeShift;
     m_beforeShift.reset();
     m_page.RepaintAll();
+}
+
+void CursorControl::ReleaseShift()
+{
+    m_isShiftDown = false;
+    DropShift();
 }
 
 void CursorControl::MoveCursor(const EditCursor &cursor, bool extendSelection)

@@ -43,8 +43,9 @@ public:
     /// Shift goes down: a selection begins at the cursor. Unless a shifted move follows, the
     /// selection that was there comes back with DropShift.
     void PressShift();
-    /// Shift is released, or another key than a shifted move comes.
+    /// Another key than a shifted move comes.
     void DropShift();
+    void ReleaseShift();
 
     /// Mouse events of the viewport; only the left button counts.
     void PressMouse(const QMouseEvent *event);
@@ -91,6 +92,7 @@ private:
     WheelNotches m_wheel;
     QTimer m_autoScrollTimer;
     QPoint m_pressPoint;
+    bool m_isShiftDown = false;   // the key repeats without having been released
     bool m_isSelecting = false;   // a mouse drag is under way
     bool m_isPageKeyHeld = false; // the page moved without being read
 };
