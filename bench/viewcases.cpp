@@ -11,6 +11,7 @@
 #include <QPainter>
 #include <QPlainTextEdit>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
@@ -49,6 +50,19 @@ void PaintNow()
 {
     QCoreApplication::sendPostedEvents();
 }
+
+/// Addresses that the case r changes, spread over a page.
+class ScatteredPlaces {
+public:
+    std::uint64_t Next(std::uint64_t pageBytes)
+    {
+        m_state = m_state * 6364136223846793005ULL + 1442695040888963407ULL;
+        return (m_state >> 33) % pageBytes;
+    }
+
+private:
+    std::uint64_t m_state = 1;
+};
 
 /// Counts the paint events of a viewport and the rows that they touch.
 class RowCounter : public QObject {
@@ -131,9 +145,7 @@ public:
     {
         const std::uint64_t page = window.BytesPerPage();
         for (std::uint64_t change = 0; change < page / 100; ++change) {
-            if (m_elsewhere)
-                m_state = m_state * 6364136223846793005ULL + 1442695040888963407ULL;
-            const std::uint64_t offset = m_elsewhere ? (m_state >> 33) % page : change * 101;
+            const std::uint64_t offset = m_elsewhere ? m_places.Next(page) : change * 101;
             ++TheMemory().pool[(window.BaseAddress() + offset) % kPoolBytes];
         }
         window.OnAutoUpdateTimerTimeout();
@@ -142,7 +154,7 @@ public:
 
 private:
     bool m_elsewhere;
-    std::uint64_t m_state = 1;
+    ScatteredPlaces m_places;
 };
 
 class NothingChanges : public WindowCase {
@@ -177,8 +189,9 @@ public:
     Limit()
         : m_font(CHexEditor().findChild<QPlainTextEdit *>()->font())
         , m_lineHeight(QFontMetrics(m_font).height())
-        , m_image(kPageSize, QImage::Format_RGB32)
+        , m_image(kPageSize * qApp->devicePixelRatio(), QImage::Format_RGB32)
     {
+        m_image.setDevicePixelRatio(qApp->devicePixelRatio());
         std::mt19937 generator(1);
         const int rows = kPageSize.height() / m_lineHeight + 1;
         for (int row = 0; row < rows; ++row) {
@@ -195,19 +208,77 @@ public:
     }
     void Run() override
     {
+        DrawRows([](std::size_t) { return true; });
+    }
+    double PaintedRows() override { return double(m_lines.size()); }
+
+protected:
+    /// @return how many rows were drawn
+    template <typename Wanted> int DrawRows(Wanted wanted)
+    {
         QPainter painter(&m_image);
         painter.setFont(m_font);
         const int ascent = painter.fontMetrics().ascent();
-        for (std::size_t row = 0; row < m_lines.size(); ++row)
+        int drawn = 0;
+        for (std::size_t row = 0; row < m_lines.size(); ++row) {
+            if (!wanted(row))
+                continue;
             painter.drawText(QPointF(2, int(row) * m_lineHeight + ascent), m_lines[row]);
+            ++drawn;
+        }
+        return drawn;
     }
-    double PaintedRows() override { return double(m_lines.size()); }
 
 private:
     QFont m_font;
     int m_lineHeight;
     QImage m_image;
     std::vector<QString> m_lines;
+};
+
+/// The same strings, of those rows alone in which the case r changed a byte at the last four ticks.
+class FadingLimit : public Limit {
+public:
+    FadingLimit()
+    {
+        CHexEditor window;
+        window.resize(kPageSize);
+        window.show();
+        QApplication::processEvents();
+        m_pageBytes = window.BytesPerPage();
+        m_rowBytes = window.BytesPerRow();
+    }
+    void Run() override { Tick(); }
+    double PaintedRows() override
+    {
+        constexpr int kRuns = 50;
+        int rows = 0;
+        for (int run = 0; run < kRuns; ++run)
+            rows += Tick();
+        return double(rows) / kRuns;
+    }
+
+private:
+    static constexpr std::size_t kTicks = 4; // as long as a change is drawn again
+    int Tick()
+    {
+        m_tick = (m_tick + 1) % kTicks;
+        std::vector<std::size_t> &changed = m_changed[m_tick];
+        changed.clear();
+        for (std::uint64_t change = 0; change < m_pageBytes / 100; ++change)
+            changed.push_back(m_places.Next(m_pageBytes) / m_rowBytes);
+        return DrawRows([this](std::size_t row) {
+            return std::any_of(m_changed.begin(), m_changed.end(), [row](const auto &rows) {
+                return std::find(rows.begin(), rows.end(), row) != rows.end();
+            });
+        });
+    }
+
+    std::uint64_t m_pageBytes = 0;
+    std::uint64_t m_rowBytes = 1;
+    ScatteredPlaces m_places;
+    std::array<std::vector<std::size_t>, kTicks> m_changed;
+    std::size_t m_tick = 0;
 };
 
 /// A bare widget that paints nothing, scrolled like the view.
@@ -295,8 +366,8 @@ std::unique_ptr<ViewCase> MakeSnprintf()
 
 const std::vector<std::string_view> &ViewCaseNames()
 {
-    static const std::vector<std::string_view> names{"limit", "empty", "a", "b", "r", "n", "c", "d",
-        "format", "snprintf", "hexrows", "hexlookup"};
+    static const std::vector<std::string_view> names{"limit", "rlimit", "empty", "a", "b", "r", "n",
+        "c", "d", "format", "snprintf", "hexrows", "hexlookup"};
     return names;
 }
 
@@ -304,6 +375,8 @@ std::unique_ptr<ViewCase> MakeViewCase(std::string_view name)
 {
     if (name == "limit")
         return std::make_unique<Limit>();
+    if (name == "rlimit")
+        return std::make_unique<FadingLimit>();
     if (name == "empty")
         return std::make_unique<EmptyScroll>();
     if (name == "a")

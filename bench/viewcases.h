@@ -22,6 +22,7 @@ public:
 };
 
 /// limit     drawing one prebuilt string per visible row, the least that the text engine can do
+/// rlimit    the same for the rows alone that the case r repaints
 /// empty     scrolling a bare widget of the same shape by one row
 /// a         a tick after which every byte has changed
 /// b         a tick after which 1 % of the bytes have changed, always the same ones

@@ -17,9 +17,14 @@ constexpr RowColours kLight{.base = 0xFFFFFFFF,
 constexpr RowColours kDark{.base = 0xFF1E1E1E,
     .text = 0xFFF0F0F0,
     .selection = 0xFF3A3A3A,
-    .runBackground = 0xFFD0FFD0, // of its own
+    .runBackground = 0xFF1E1E1E,
     .highlight = 0xFF2A82DA,
     .highlightedText = 0xFF000000};
+constexpr RowColours kOwnRunBackground = [] {
+    RowColours colours = kDark;
+    colours.runBackground = 0xFFD0FFD0;
+    return colours;
+}();
 
 struct Setting {
     QFont font;
@@ -59,6 +64,53 @@ void FillRow(std::mt19937_64 &generator, ComposedLine &line)
     }
 }
 
+/// The same rows by both painters, each on its own image.
+struct BothPainters {
+    RowPainter rows;
+    PlainRowPainter plain;
+    QImage copied;
+    QImage drawn;
+
+    BothPainters(const Setting &setting, const RowColours &colours)
+    {
+        rows.SetFont(setting.font, setting.width, setting.height);
+        rows.SetColours(colours);
+        rows.SetLeftMargin(2);
+        plain.SetFont(setting.font, setting.width, setting.height);
+        plain.SetColours(colours);
+        plain.SetLeftMargin(2);
+    }
+
+    /// @param place  of the view on the image
+    void Draw(QSize imageSize, QImage::Format format, const QTransform &place, int widthPx,
+        std::mt19937_64 &generator)
+    {
+        copied = QImage(imageSize, format);
+        copied.fill(Qt::magenta);
+        drawn = copied;
+        QPainter copier(&copied);
+        QPainter drawer(&drawn);
+        for (QPainter *painter : {&copier, &drawer}) {
+            painter->setTransform(place);
+            painter->setFont(plain.Font());
+        }
+        for (int row = 0; row < kRows; ++row) {
+            ComposedLine line;
+            FillRow(generator, line);
+            RowPicture picture{.line = line, .selection = {}};
+            picture.selection.Add(Pick(generator, 10, 30), Pick(generator, 1, 20));
+            picture.selection.Add(60, 8);
+            picture.cursorHexColumn = row % 2 == 0 ? Pick(generator, 10, 57) : -1;
+            picture.cursorTextColumn = row % 2 == 0 ? Pick(generator, 60, 75) : -1;
+            rows.Begin(copier, widthPx);
+            rows.Draw(copier, row, picture);
+            plain.Draw(drawer, row * plain.LineHeight(), widthPx, picture);
+        }
+    }
+
+    static constexpr int kRows = 5;
+};
+
 /// Fails with the first pixel in which two pictures differ.
 void CompareImages(const QImage &a, const QImage &b)
 {
@@ -84,12 +136,13 @@ private slots:
         QTest::addColumn<qreal>("scale");
         for (const QString &family :
             QStringList{"DejaVu Sans Mono", "Liberation Mono", "Nimbus Mono PS"}) {
-            for (const int pixelSize : {12, 13}) {
+            for (const int pixelSize : {9, 13, 21}) {
                 for (const qreal scale : {1.0, 1.25, 1.5, 1.75, 2.0})
                     QTest::addRow("%s %d at %g", qPrintable(family), pixelSize, scale)
                         << family << pixelSize << scale;
             }
         }
+        QTest::newRow("a scale of no parts") << "DejaVu Sans Mono" << 12 << 1.15;
     }
 
     void copiedCellsEqualDrawnText()
@@ -97,40 +150,45 @@ private slots:
         QFETCH(qreal, scale);
         const Setting setting = FetchSetting();
         auto generator = SeededGenerator();
-        RowPainter rows;
-        rows.SetFont(setting.font, setting.width, setting.height);
-        rows.SetLeftMargin(2);
-        PlainRowPainter plain;
-        plain.SetFont(setting.font, setting.width, setting.height);
-        plain.SetLeftMargin(2);
-        const QSize size(80 * setting.width, 4 * setting.height);
-        for (const RowColours &colours : {kLight, kDark}) {
-            rows.SetColours(colours);
-            plain.SetColours(colours);
-            for (const auto format : {QImage::Format_RGB32, QImage::Format_ARGB32_Premultiplied}) {
-                QImage copied(size * scale, format);
-                copied.fill(Qt::magenta);
-                QImage drawn = copied;
-                QPainter copier(&copied);
-                QPainter drawer(&drawn);
-                for (QPainter *painter : {&copier, &drawer}) {
-                    painter->scale(scale, scale);
-                    painter->setFont(setting.font);
-                }
-                for (int row = 0; row < 4; ++row) {
-                    ComposedLine line;
-                    FillRow(generator, line);
-                    RowPicture picture{.line = line, .selection = {}};
-                    picture.selection.Add(Pick(generator, 10, 30), Pick(generator, 1, 20));
-                    picture.selection.Add(60, 8);
-                    picture.cursorHexColumn = row % 2 == 0 ? Pick(generator, 10, 57) : -1;
-                    picture.cursorTextColumn = row % 2 == 0 ? Pick(generator, 60, 75) : -1;
-                    rows.Begin(copier, size.width());
-                    rows.Draw(copier, row, picture);
-                    plain.Draw(drawer, row * setting.height, size.width(), picture);
-                }
-                CompareImages(copied, drawn);
-            }
+        const QSize size(80 * setting.width, BothPainters::kRows * setting.height);
+        const bool whole = scale == int(scale);
+        for (const RowColours &colours : {kLight, kDark, kOwnRunBackground}) {
+            BothPainters both(setting, colours);
+            // A view seldom begins on a whole device pixel.
+            const qreal dx = whole ? 3 : Pick(generator, 0, 15) / 4.0;
+            const qreal dy = whole ? 5 : Pick(generator, 0, 15) / 4.0;
+            both.Draw(size * scale + QSize(8, 8),
+                colours == kLight ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied,
+                QTransform(scale, 0, 0, scale, dx, dy), size.width(), generator);
+            CompareImages(both.copied, both.drawn);
+        }
+    }
+
+    void fontsOfAbsurdSizesAreDrawn_data()
+    {
+        QTest::addColumn<int>("pixelSize");
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("height");
+        QTest::newRow("of no size") << 1 << 0 << 0;
+        QTest::newRow("of no width") << 13 << 0 << 16;
+        QTest::newRow("of no height") << 13 << 8 << 0;
+        QTest::newRow("higher than an image can be") << 13 << 8 << 100'000'000;
+        QTest::newRow("huge") << 3000 << 1800 << 3500;
+    }
+
+    void fontsOfAbsurdSizesAreDrawn()
+    {
+        QFETCH(int, pixelSize);
+        QFETCH(int, width);
+        QFETCH(int, height);
+        auto generator = SeededGenerator();
+        QFont font("DejaVu Sans Mono");
+        font.setPixelSize(pixelSize);
+        for (const qreal scale : {1.0, 1.5}) {
+            BothPainters both({font, width, height}, kLight);
+            both.Draw({200, 100}, QImage::Format_RGB32, QTransform::fromScale(scale, scale), 100,
+                generator);
+            CompareImages(both.copied, both.drawn);
         }
     }
 

@@ -77,12 +77,30 @@ class ViewPaintingTest : public QObject {
     Q_OBJECT
 
 private slots:
+    void partialPaintsEqualAFullPaint_data()
+    {
+        QTest::addColumn<qreal>("points");
+        QTest::addColumn<bool>("bold");
+        QTest::addColumn<QColor>("base");
+        QTest::newRow("usual") << 9.0 << false << QColor(Qt::white);
+        QTest::newRow("small, dark") << 7.0 << false << QColor(0x1E1E1E);
+        QTest::newRow("large and bold, dark") << 12.5 << true << QColor(0x1E1E1E);
+    }
+
     void partialPaintsEqualAFullPaint()
     {
+        QFETCH(qreal, points);
+        QFETCH(bool, bold);
+        QFETCH(QColor, base);
+        QFont font = QApplication::font();
+        font.setPointSizeF(points);
+        font.setBold(bold);
+        QApplication::setFont(font);
+        QApplication::setPalette(QPalette(base, base));
         auto generator = SeededGenerator();
         MemTestWindow s;
         s.GoTo(0x2000'0000);
-        for (int step = 0; step < 250; ++step) {
+        for (int step = 0; step < 100; ++step) {
             DoSomething(s, generator);
             if (Pick(generator, 0, 2) == 0) // several things before a paint as well
                 continue;

@@ -1,5 +1,7 @@
 #include "glyphcells.h"
 
+#include <QFontDatabase>
+#include <QFontInfo>
 #include <QPainter>
 
 #include <algorithm>
@@ -8,8 +10,14 @@
 namespace {
 
 /// Past this many pixels the cells are forgotten; those in use come back at once.
-constexpr std::size_t kMaxPixels = 1U << 19;
-constexpr int kMiddle = 2; // column of the middle cell; blank columns catch ink around the three
+constexpr std::size_t kMaxPixels = 1U << 19; // for each fraction at which a column can start
+constexpr int kColumns = 5;     // of a drawing; blank columns catch ink around the three cells
+constexpr int kMiddle = 2;      // column of the middle cell
+constexpr int kRoomAbove = 1;   // device pixels above a picture, so that no row starts above it
+constexpr int kRoomBelowPx = 2; // pictures are higher than a row by less than this
+constexpr int kMaxHeight = 256;
+/// Glyphs of this many device pixels are drawn as shapes, which can begin inside a device pixel.
+constexpr int kShapesFrom = 64;
 
 std::uint8_t AgeOf(CellStyle style)
 {
@@ -23,12 +31,15 @@ std::uint64_t GlyphCells::Neighbours::Key() const
     std::uint64_t key = 0;
     for (std::size_t i = 0; i < text.size(); ++i)
         key = key << 16 | std::uint64_t{styles[i]} << 8 | static_cast<unsigned char>(text[i]);
-    return key;
+    return (key * kPixelParts + unsigned(fractionX)) * kPixelParts + unsigned(fractionY);
 }
 
 void GlyphCells::SetFont(const QFont &font, int widthPx, int heightPx)
 {
     m_painter.SetFont(font, widthPx, heightPx);
+    m_painter.SetRoomBelow(kRoomBelowPx);
+    const QFontInfo found(font);
+    m_isScalable = QFontDatabase::isSmoothlyScalable(found.family(), found.styleName());
     Forget();
 }
 
@@ -40,33 +51,81 @@ void GlyphCells::SetColours(const RowColours &colours)
     Forget();
 }
 
-void GlyphCells::SetScale(qreal scale)
+void GlyphCells::SetScale(int partsPerPixel)
 {
-    if (scale == m_scale)
+    if (partsPerPixel == m_scale)
         return;
-    m_scale = scale;
+    m_scale = partsPerPixel;
     Forget();
+}
+
+bool GlyphCells::AreUsable() const
+{
+    // A font of bitmaps is stretched at other than whole scales, each time a little differently.
+    return Fractions() == 1 ? m_pictureHeight <= kMaxHeight
+                            : m_pictureHeight < kShapesFrom && m_isScalable;
 }
 
 void GlyphCells::Forget()
 {
-    m_overhangs.fill(kOverhangUnknown);
-    m_places.fill(kNotRendered);
+    LayOut();
+    for (auto &overhangs : m_overhangs)
+        overhangs.fill(kOverhangUnknown);
+    std::fill(m_places.begin(), m_places.end(), kNotRendered);
     m_placesBeside.clear();
     m_pixels.clear();
     ++m_generation;
-    m_deviceWidth = qRound(m_painter.CharacterWidth() * m_scale);
-    m_deviceHeight = qRound(m_painter.LineHeight() * m_scale);
 }
 
-/// Five columns, the outer ones blank, drawn as a row of the view.
+/// Works out the pictures' height and the tables' layout for the font, the colours and the scale.
+void GlyphCells::LayOut()
+{
+    m_columnParts = m_painter.CharacterWidth() * m_scale;
+    const int ascent = m_painter.Ascent() * m_scale;
+    const int height = m_painter.LineHeight() * m_scale;
+    m_baseline = 0;
+    m_fullFraction = 0;
+    int below = 0;
+    for (int fraction = 0; fraction < kPixelParts; ++fraction) {
+        const int baseline = PixelAt(fraction + ascent);
+        const int above = baseline - PixelAt(fraction);
+        m_windows[std::size_t(fraction)] = {-above, PixelAt(fraction + height) - PixelAt(fraction)};
+        if (above > m_baseline) {
+            m_baseline = above;
+            m_fullFraction = fraction;
+        }
+        below = std::max(below, PixelAt(fraction + height) - baseline);
+    }
+    m_pictureHeight = m_baseline + below;
+    for (Window &window : m_windows)
+        window.first += m_baseline;
+
+    const std::size_t styleRoom = std::size_t(Fractions()) * 256;
+    for (int fraction = 0; fraction < Fractions(); ++fraction) {
+        for (std::size_t style = 0; style < kCellStyles; ++style) {
+            const int table = IsUnderlined(CellStyle(style)) ? fraction : 0;
+            m_styleStarts[std::size_t(fraction)][style]
+                = (std::size_t(table) * kCellStyles + style) * styleRoom;
+        }
+    }
+    m_places.resize(std::size_t(Fractions()) * kCellStyles * styleRoom);
+}
+
+bool GlyphCells::IsUnderlined(CellStyle style) const
+{
+    const std::uint8_t age = AgeOf(style);
+    return age != 0 && m_painter.Underlines(age);
+}
+
+/// Five columns, the outer ones blank, drawn as a row of the view whose baseline is the pictures'.
+/// @return null when there is no such image
 QImage GlyphCells::Draw(const Neighbours &cells)
 {
-    constexpr int kColumns = 5;
     ComposedLine line;
     line.length = kColumns;
     std::fill_n(line.text.begin(), kColumns, ' ');
     RowPicture picture{.line = line, .selection = {}};
+    int fractionY = m_fullFraction;
     for (int i = 0; i < 3; ++i) {
         const CellStyle style = cells.styles[std::size_t(i)];
         const int column = kMiddle - 1 + i;
@@ -78,79 +137,95 @@ QImage GlyphCells::Draw(const Neighbours &cells)
             picture.selection.Add(column, 1);
         if (const std::uint8_t age = AgeOf(style))
             line.runs[std::size_t(line.runCount++)] = {column, 1, age};
+        if (IsUnderlined(style))
+            fractionY = cells.fractionY;
     }
-    QImage image(kColumns * m_deviceWidth, m_deviceHeight, QImage::Format_RGB32);
+    const int x = FractionAt(cells.fractionX - kMiddle * m_columnParts);
+    const int ascent = m_painter.Ascent() * m_scale;
+    const int y = fractionY + kPixelParts * (kRoomAbove + m_baseline - PixelAt(fractionY + ascent));
+    QImage image(
+        PixelAt(x + kColumns * m_columnParts), kRoomAbove + m_pictureHeight, QImage::Format_RGB32);
+    if (image.isNull())
+        return image;
+    image.fill(m_painter.Colours().base);
+    constexpr qreal kPart = 1.0 / kPixelParts;
     QPainter painter(&image);
     painter.setFont(m_painter.Font());
-    painter.scale(m_scale, m_scale);
+    painter.setTransform({m_scale * kPart, 0, 0, m_scale * kPart, x * kPart, y * kPart});
     m_painter.Draw(painter, 0, kColumns * m_painter.CharacterWidth(), picture);
     return image;
 }
 
 /// Draws a character alone and looks where its ink ends. What leaves the row is cut off anyway.
-std::uint8_t GlyphCells::Measure(char character)
+std::uint8_t GlyphCells::Measure(char character, int fractionX)
 {
-    std::uint8_t &overhang = m_overhangs[static_cast<unsigned char>(character)];
-    overhang = kOverhangNone;
-    if (m_painter.LeavesGrid(character)) {
-        overhang = kOverhangTooWide | kOverhangLeft | kOverhangRight;
+    std::uint8_t &overhang
+        = m_overhangs[std::size_t(fractionX)][static_cast<unsigned char>(character)];
+    overhang = kOverhangTooWide | kOverhangLeft | kOverhangRight;
+    if (m_painter.LeavesGrid(character))
         return overhang;
-    }
-    Neighbours cells;
-    cells.text[1] = character;
-    const QImage image = Draw(cells);
+    const QImage image = Draw({.text = {' ', character, ' '}, .fractionX = fractionX});
+    if (image.isNull())
+        return overhang;
+    overhang = kOverhangNone;
+    const int start = FractionAt(fractionX - kMiddle * m_columnParts);
+    const auto startOf = [&](int column) { return PixelAt(start + column * m_columnParts); };
     const QRgb background = m_painter.Colours().base;
     for (int y = 0; y < image.height(); ++y) {
         const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
         for (int x = 0; x < image.width(); ++x) {
             if (line[x] == background)
                 continue;
-            const int column = x / m_deviceWidth;
-            if (column < kMiddle)
+            if (x < startOf(kMiddle))
                 overhang |= kOverhangLeft;
-            if (column > kMiddle)
+            if (x >= startOf(kMiddle + 1))
                 overhang |= kOverhangRight;
-            if (column < kMiddle - 1 || column > kMiddle + 1)
+            if (x < startOf(kMiddle - 1) || x >= startOf(kMiddle + 2))
                 overhang |= kOverhangTooWide;
         }
     }
     return overhang;
 }
 
-std::int32_t GlyphCells::StoreMiddle(const QImage &image)
+/// @return kNoCell without an image
+std::int32_t GlyphCells::StoreMiddle(const QImage &image, int fractionX)
 {
-    if (m_pixels.size() > kMaxPixels)
+    if (image.isNull())
+        return kNoCell;
+    if (m_pixels.size() > kMaxPixels * std::size_t(Fractions()))
         Forget();
     const auto place = std::int32_t(m_pixels.size());
-    for (int y = 0; y < m_deviceHeight; ++y) {
-        const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
-        const QRgb *cell = line + std::ptrdiff_t{kMiddle} * m_deviceWidth;
-        m_pixels.insert(m_pixels.end(), cell, cell + m_deviceWidth);
+    const int start = FractionAt(fractionX - kMiddle * m_columnParts);
+    const int x = PixelAt(start + kMiddle * m_columnParts);
+    for (int y = 0; y < m_pictureHeight; ++y) {
+        const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(kRoomAbove + y));
+        m_pixels.insert(m_pixels.end(), line + x, line + x + CellWidth(fractionX));
     }
     return place;
 }
 
-std::int32_t GlyphCells::LoneCell(CellStyle style, char character)
+std::int32_t GlyphCells::LoneCell(CellStyle style, char character, int fractionX, int fractionY)
 {
-    if ((OverhangOf(character) & kOverhangTooWide) != 0)
+    if ((OverhangOf(character, fractionX) & kOverhangTooWide) != 0)
         return kNoCell;
-    Neighbours cells;
-    cells.text[1] = character;
-    cells.styles[1] = style;
-    const std::int32_t place = StoreMiddle(Draw(cells));
-    m_places[Index(style, character)] = place;
+    const Neighbours cells{.text = {' ', character, ' '},
+        .styles = {kCellPlain, style, kCellPlain},
+        .fractionX = fractionX,
+        .fractionY = fractionY};
+    const std::int32_t place = StoreMiddle(Draw(cells), fractionX);
+    m_places[Index(style, character, fractionX, fractionY)] = place;
     return place;
 }
 
-bool GlyphCells::FindPlaces(
-    std::span<const char> text, std::span<const CellStyle> styles, std::span<std::int32_t> places)
+bool GlyphCells::FindPlaces(std::span<const char> text, std::span<const CellStyle> styles,
+    RowOrigin origin, std::span<std::int32_t> places)
 {
     // When all cells were forgotten on the way, the first places are void; with the few cells of
     // one row there is room the next time.
     constexpr int kAttempts = 2;
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         const int generation = m_generation;
-        if (!FindPlacesOnce(text, styles, places))
+        if (!FindPlacesOnce(text, styles, origin, places))
             return false;
         if (generation == m_generation)
             return true;
@@ -158,42 +233,51 @@ bool GlyphCells::FindPlaces(
     return false;
 }
 
-bool GlyphCells::FindPlacesOnce(
-    std::span<const char> text, std::span<const CellStyle> styles, std::span<std::int32_t> places)
+bool GlyphCells::FindPlacesOnce(std::span<const char> text, std::span<const CellStyle> styles,
+    RowOrigin origin, std::span<std::int32_t> places)
 {
+    const int fractionY = FractionAt(origin.topY);
+    int fractionX = FractionAt(origin.columnsX);
     std::uint8_t left = kOverhangNone;
-    std::uint8_t middle = OverhangOf(text[0]);
+    std::uint8_t middle = OverhangOf(text[0], fractionX);
     for (std::size_t column = 0; column < text.size(); ++column) {
-        const std::uint8_t right
-            = column + 1 < text.size() ? OverhangOf(text[column + 1]) : std::uint8_t{kOverhangNone};
-        std::int32_t place = m_places[Index(styles[column], text[column])];
+        const int nextFractionX = FractionAt(fractionX + m_columnParts);
+        const std::uint8_t right = column + 1 < text.size()
+            ? OverhangOf(text[column + 1], nextFractionX)
+            : std::uint8_t{kOverhangNone};
+        std::int32_t place = m_places[Index(styles[column], text[column], fractionX, fractionY)];
         if (((left & kOverhangRight) | (right & kOverhangLeft)) != 0)
-            place = CellBesideOverhang(text, styles, column);
+            place = CellBesideOverhang(text, styles, column, origin);
         else if (place < 0)
-            place = LoneCell(styles[column], text[column]);
+            place = LoneCell(styles[column], text[column], fractionX, fractionY);
         if (place < 0)
             return false;
         places[column] = place;
         left = middle;
         middle = right;
+        fractionX = nextFractionX;
     }
     return true;
 }
 
-std::int32_t GlyphCells::CellBesideOverhang(
-    std::span<const char> text, std::span<const CellStyle> styles, std::size_t column)
+std::int32_t GlyphCells::CellBesideOverhang(std::span<const char> text,
+    std::span<const CellStyle> styles, std::size_t column, RowOrigin origin)
 {
-    Neighbours cells;
+    const int parts = origin.columnsX + int(column) * m_columnParts;
+    Neighbours cells{.fractionX = FractionAt(parts)};
     std::uint8_t overhangs = 0;
     bool anyAge = false;
     const auto take = [&](std::size_t place, std::size_t from, std::uint8_t ifOverhang) {
-        const std::uint8_t overhang = OverhangOf(text[from]);
+        const int offset = (int(place) - 1) * m_columnParts;
+        const std::uint8_t overhang = OverhangOf(text[from], FractionAt(parts + offset));
         if ((overhang & ifOverhang) != ifOverhang)
             return; // a neighbour without ink here makes no difference
         cells.text[place] = text[from];
         cells.styles[place] = styles[from];
         overhangs |= overhang;
         anyAge = anyAge || AgeOf(styles[from]) != 0;
+        if (IsUnderlined(styles[from]))
+            cells.fractionY = FractionAt(origin.topY);
     };
     take(1, column, kOverhangNone);
     if (column > 0)
@@ -208,7 +292,7 @@ std::int32_t GlyphCells::CellBesideOverhang(
     const auto found = m_placesBeside.find(cells.Key());
     if (found != m_placesBeside.end())
         return found->second;
-    const std::int32_t place = StoreMiddle(Draw(cells));
+    const std::int32_t place = StoreMiddle(Draw(cells), cells.fractionX);
     m_placesBeside[cells.Key()] = place;
     return place;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "devicegrid.h"
 #include "plainrowpainter.h"
 
 #include <QImage>
@@ -19,35 +20,60 @@ inline constexpr CellStyle kCellFirstAge = 2; ///< bits 1 and 2: the age of a ch
 inline constexpr CellStyle kCellCursor = 8;   ///< bit 3: under the cursor
 inline constexpr std::size_t kCellStyles = 16;
 
+/// Where a row begins on the device, in parts of a device pixel.
+struct RowOrigin {
+    int columnsX = 0; ///< left edge of its first column
+    int topY = 0;
+};
+
 /// Ready-made pictures of single characters: drawn by the plain painter once for each font,
 /// palette and scale, copied from then on.
+///
+/// Where a column starts inside a device pixel, the engine draws another picture; so there is one
+/// for each such fraction. A row that starts inside a device pixel has its baseline, its edges and
+/// its underlines rounded. All pictures therefore have one baseline and are a little higher than a
+/// row, and a row shows a window of them; only underlined ones depend on the row's fraction.
 ///
 /// Many fonts let the ink of some characters reach a pixel into the next cell. A cell beside such
 /// a character is a picture of its own, kept with its neighbours as the key.
 class GlyphCells {
 public:
+    /// The lines of a picture that a row shows.
+    struct Window {
+        int first = 0;
+        int count = 0;
+    };
+
     void SetFont(const QFont &font, int widthPx, int heightPx);
     void SetColours(const RowColours &colours);
-    /// Device pixels per pixel; with it both cell sides have to be whole device pixels.
-    void SetScale(qreal scale);
+    void SetScale(int partsPerPixel);
 
-    [[nodiscard]] int DeviceWidth() const { return m_deviceWidth; }
-    [[nodiscard]] int DeviceHeight() const { return m_deviceHeight; }
+    /// Whether cells of this font give the engine's own pixels at the scale that was set, and are
+    /// no higher than is sensible.
+    [[nodiscard]] bool AreUsable() const;
+    /// Device pixels of a cell that starts at the fraction.
+    [[nodiscard]] int CellWidth(int fractionX) const
+    {
+        return PixelAt(fractionX + m_columnParts) - PixelAt(fractionX);
+    }
+    [[nodiscard]] int ColumnParts() const { return m_columnParts; }
+    [[nodiscard]] int PictureHeight() const { return m_pictureHeight; }
+    [[nodiscard]] Window WindowOf(int fractionY) const { return m_windows[std::size_t(fractionY)]; }
 
     /// Where the pictures of a row's cells are kept, one place for each character.
     /// @param places  as many as there are characters
     /// @return false when a character cannot be drawn as a cell
     [[nodiscard]] bool FindPlaces(std::span<const char> text, std::span<const CellStyle> styles,
-        std::span<std::int32_t> places);
-    /// DeviceWidth x DeviceHeight pixels, row by row, valid until the next FindPlaces.
+        RowOrigin origin, std::span<std::int32_t> places);
+    /// CellWidth x PictureHeight pixels, line by line, valid until the next FindPlaces.
     [[nodiscard]] const QRgb *Pixels(std::int32_t place) const { return m_pixels.data() + place; }
     /// Changes whenever the places known so far have lost their meaning.
     [[nodiscard]] int Generation() const { return m_generation; }
 
     /// Whether ink of the character reaches into the cell on its left.
-    [[nodiscard]] bool ReachesLeft(char character)
+    [[nodiscard]] bool ReachesLeft(char character, int fractionX)
     {
-        return (OverhangOf(character) & kOverhangLeft) != 0;
+        return (OverhangOf(character, fractionX) & kOverhangLeft) != 0;
     }
 
 private:
@@ -62,36 +88,50 @@ private:
     struct Neighbours {
         std::array<char, 3> text{' ', ' ', ' '};
         std::array<CellStyle, 3> styles{};
+        int fractionX = 0; ///< of the middle cell
+        int fractionY = 0; ///< of the row
         [[nodiscard]] std::uint64_t Key() const;
     };
     static constexpr std::int32_t kNotRendered = -1;
     static constexpr std::int32_t kNoCell = -2;
 
-    static std::size_t Index(CellStyle style, char character)
+    [[nodiscard]] std::size_t Index(
+        CellStyle style, char character, int fractionX, int fractionY) const
     {
-        return std::size_t{style} * 256 + static_cast<unsigned char>(character);
+        return m_styleStarts[std::size_t(fractionY)][style] + std::size_t(fractionX) * 256
+            + static_cast<unsigned char>(character);
     }
-    std::uint8_t OverhangOf(char character)
+    std::uint8_t OverhangOf(char character, int fractionX)
     {
-        const std::uint8_t overhang = m_overhangs[static_cast<unsigned char>(character)];
-        return overhang == kOverhangUnknown ? Measure(character) : overhang;
+        const std::uint8_t overhang
+            = m_overhangs[std::size_t(fractionX)][static_cast<unsigned char>(character)];
+        return overhang == kOverhangUnknown ? Measure(character, fractionX) : overhang;
     }
+    /// In how many parts of a device pixel a column can start.
+    [[nodiscard]] int Fractions() const { return FractionAt(m_scale) == 0 ? 1 : kPixelParts; }
     void Forget();
+    void LayOut();
+    [[nodiscard]] bool IsUnderlined(CellStyle style) const;
     bool FindPlacesOnce(std::span<const char> text, std::span<const CellStyle> styles,
-        std::span<std::int32_t> places);
-    std::uint8_t Measure(char character);
-    std::int32_t LoneCell(CellStyle style, char character);
-    std::int32_t CellBesideOverhang(
-        std::span<const char> text, std::span<const CellStyle> styles, std::size_t column);
+        RowOrigin origin, std::span<std::int32_t> places);
+    std::uint8_t Measure(char character, int fractionX);
+    std::int32_t LoneCell(CellStyle style, char character, int fractionX, int fractionY);
+    std::int32_t CellBesideOverhang(std::span<const char> text, std::span<const CellStyle> styles,
+        std::size_t column, RowOrigin origin);
     [[nodiscard]] QImage Draw(const Neighbours &cells);
-    std::int32_t StoreMiddle(const QImage &image);
+    std::int32_t StoreMiddle(const QImage &image, int fractionX);
 
     PlainRowPainter m_painter;
-    qreal m_scale = 1;
-    int m_deviceWidth = 1;
-    int m_deviceHeight = 1;
-    std::array<std::uint8_t, 256> m_overhangs{};
-    std::array<std::int32_t, kCellStyles * 256> m_places{};
+    bool m_isScalable = true; // the font
+    int m_scale = kPixelParts;
+    int m_columnParts = kPixelParts;
+    std::array<Window, kPixelParts> m_windows{}; // by the row's fraction
+    int m_pictureHeight = 1;
+    int m_baseline = 0;     // device pixels below a picture's upper edge
+    int m_fullFraction = 0; // of a row that shows the pictures from their first line on
+    std::array<std::array<std::size_t, kCellStyles>, kPixelParts> m_styleStarts{};
+    std::array<std::array<std::uint8_t, 256>, kPixelParts> m_overhangs{};
+    std::vector<std::int32_t> m_places;                             // by Index
     std::unordered_map<std::uint64_t, std::int32_t> m_placesBeside; // by Neighbours::Key
     std::vector<QRgb> m_pixels;
     int m_generation = 0;

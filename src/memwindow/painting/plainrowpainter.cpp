@@ -38,8 +38,8 @@ bool NeedsUnderline(QRgb text, QRgb background)
 void PlainRowPainter::SetFont(const QFont &font, int characterWidthPx, int lineHeightPx)
 {
     m_font = font;
-    m_widthPx = characterWidthPx;
-    m_heightPx = lineHeightPx;
+    m_widthPx = std::max(characterWidthPx, 1);
+    m_heightPx = std::max(lineHeightPx, 1);
     m_ascentPx = QFontMetrics(font).ascent();
     m_advanceKnown.reset();
 }
@@ -56,11 +56,11 @@ void PlainRowPainter::Draw(QPainter &painter, int topPx, int widthPx, const RowP
     const bool clips = painter.paintEngine()->type() == QPaintEngine::Raster;
     if (clips) { // ink that leaves its row would outlive the row's next paint
         painter.save();
-        painter.setClipRect(0, topPx, widthPx, m_heightPx, Qt::IntersectClip);
+        painter.setClipRect(0, topPx, widthPx, FilledHeight(), Qt::IntersectClip);
     }
-    painter.fillRect(0, topPx, widthPx, m_heightPx, QColor(m_colours.base));
+    painter.fillRect(0, topPx, widthPx, FilledHeight(), QColor(m_colours.base));
     for (const CellRange &range : picture.selection.Ranges()) {
-        painter.fillRect(ColumnX(range.first), topPx, range.count * m_widthPx, m_heightPx,
+        painter.fillRect(ColumnX(range.first), topPx, range.count * m_widthPx, FilledHeight(),
             QColor(m_colours.selection));
     }
     DrawLine(painter, topPx + m_ascentPx, picture.line);
@@ -95,7 +95,7 @@ void PlainRowPainter::DrawRun(
     QPainter &painter, int topPx, const ColourRun &run, const ComposedLine &line) const
 {
     const std::size_t age = run.age - 1U;
-    const QRect box(ColumnX(run.start), topPx, run.length * m_widthPx, m_heightPx);
+    const QRect box(ColumnX(run.start), topPx, run.length * m_widthPx, FilledHeight());
     if (m_colours.runBackground != m_colours.base)
         painter.fillRect(box, QColor(m_colours.runBackground));
     if (run.start + run.length > line.length)
@@ -114,7 +114,8 @@ void PlainRowPainter::DrawCursorCell(
 {
     if (column < 0)
         return;
-    painter.fillRect(ColumnX(column), topPx, m_widthPx, m_heightPx, QColor(m_colours.highlight));
+    painter.fillRect(
+        ColumnX(column), topPx, m_widthPx, FilledHeight(), QColor(m_colours.highlight));
     if (column >= line.length)
         return;
     painter.setPen(QColor(m_colours.highlightedText));

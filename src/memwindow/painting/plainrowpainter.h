@@ -41,23 +41,31 @@ struct RowPicture {
 class PlainRowPainter {
 public:
     /// @param font  advances by exactly characterWidthPx
+    /// @param lineHeightPx  less than 1 counts as 1, as for the width
     void SetFont(const QFont &font, int characterWidthPx, int lineHeightPx);
     void SetColours(const RowColours &colours);
     void SetLeftMargin(int leftMarginPx) { m_leftMarginPx = leftMarginPx; }
+    /// Lets a row's backgrounds and ink go on below the row, for a picture that is cut to its
+    /// height afterwards.
+    void SetRoomBelow(int roomPx) { m_roomBelowPx = roomPx; }
 
     [[nodiscard]] const QFont &Font() const { return m_font; }
     [[nodiscard]] int CharacterWidth() const { return m_widthPx; }
     [[nodiscard]] int LineHeight() const { return m_heightPx; }
+    [[nodiscard]] int Ascent() const { return m_ascentPx; }
     [[nodiscard]] int LeftMargin() const { return m_leftMarginPx; }
     [[nodiscard]] const RowColours &Colours() const { return m_colours; }
     [[nodiscard]] int ColumnX(int column) const { return m_leftMarginPx + column * m_widthPx; }
 
     /// @param topPx, widthPx  where the row stands and how far its background reaches
     void Draw(QPainter &painter, int topPx, int widthPx, const RowPicture &picture);
+    /// Whether changed bytes of this age (1 to 3) are underlined.
+    [[nodiscard]] bool Underlines(std::uint8_t age) const { return m_underlined[age - 1U]; }
     /// Whether the character, taken from a substitute font, is not as wide as the others.
     [[nodiscard]] bool LeavesGrid(char character);
 
 private:
+    [[nodiscard]] int FilledHeight() const { return m_heightPx + m_roomBelowPx; }
     void DrawLine(QPainter &painter, int baselinePx, const ComposedLine &line);
     void DrawRun(
         QPainter &painter, int topPx, const ColourRun &run, const ComposedLine &line) const;
@@ -68,6 +76,7 @@ private:
     int m_heightPx = 1;
     int m_ascentPx = 1;
     int m_leftMarginPx = 0;
+    int m_roomBelowPx = 0;
     RowColours m_colours;
     std::array<bool, kAgeColours.size()> m_underlined{};
     std::bitset<256> m_advanceKnown;

@@ -2,32 +2,18 @@
 
 #include <QPaintEngine>
 #include <QPainter>
-#include <QtMath>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
+#include <optional>
 #include <span>
 #include <utility>
 
 namespace {
 
-bool IsWhole(qreal value)
-{
-    return value == std::floor(value);
-}
-
-/// Device pixels per pixel of a painter that scales both directions alike; 0 for any other.
-qreal UniformScale(const QTransform &transform)
-{
-    const bool uniform
-        = transform.type() <= QTransform::TxScale && transform.m11() == transform.m22();
-    return uniform && transform.m11() > 0 ? transform.m11() : 0;
-}
-
 /// Widths up to this one are copied by code made for them.
 constexpr std::size_t kMaxCellWidth = 32;
-using CopyCell = void (*)(QRgb *, const QRgb *, qsizetype, int);
+using CopyCell = RowPainter::CopyCell;
 
 template <std::size_t Width> void CopyCellOf(QRgb *to, const QRgb *from, qsizetype stride, int rows)
 {
@@ -71,47 +57,59 @@ void RowPainter::SetColours(const RowColours &colours)
 void RowPainter::Begin(const QPainter &painter, int viewportWidthPx)
 {
     m_viewportWidthPx = viewportWidthPx;
-    const QTransform transform = painter.deviceTransform();
-    m_scale = UniformScale(transform);
-    const qreal cellWidth = m_scale * m_plain.CharacterWidth();
-    // Cells can be copied where every one of them starts and ends on a whole device pixel.
-    m_useCells = painter.paintEngine()->type() == QPaintEngine::Raster && m_scale > 0
-        && IsWhole(cellWidth) && cellWidth <= qreal(kMaxCellWidth)
-        && IsWhole(m_scale * m_plain.LineHeight()) && IsWhole(m_scale * m_plain.LeftMargin())
-        && IsWhole(transform.dx()) && IsWhole(transform.dy());
-    if (m_useCells)
-        m_cells.SetScale(m_scale);
+    m_useCells = false;
+    if (painter.paintEngine()->type() != QPaintEngine::Raster)
+        return;
+    const std::optional<DeviceGrid> grid = DeviceGrid::Of(painter.deviceTransform());
+    if (!grid)
+        return;
+    m_grid = *grid;
+    m_cells.SetScale(m_grid.scale);
+    m_useCells = m_cells.AreUsable() && ChooseCopiers();
+}
+
+/// @return false when cells are too wide to be copied
+bool RowPainter::ChooseCopiers()
+{
+    for (int fraction = 0; fraction < kPixelParts; ++fraction) {
+        const auto width = std::size_t(m_cells.CellWidth(fraction));
+        if (width > kMaxCellWidth)
+            return false;
+        m_copiers[std::size_t(fraction)] = kCopiers[width];
+    }
+    return true;
 }
 
 void RowPainter::Draw(QPainter &painter, int row, const RowPicture &picture)
 {
     const int top = row * m_plain.LineHeight();
-    if (m_useCells && ComposeStrip(picture))
-        DrawStrip(painter, top);
-    else
-        m_plain.Draw(painter, top, m_viewportWidthPx, picture);
+    if (m_useCells) {
+        const RowOrigin origin{m_grid.PartsAtX(m_plain.LeftMargin()), m_grid.PartsAtY(top)};
+        if (ComposeStrip(picture, origin))
+            return DrawStrip(painter, origin.topY);
+    }
+    m_plain.Draw(painter, top, m_viewportWidthPx, picture);
 }
 
 /// Makes room for a row of so many columns, blank where nothing is known to be kept.
-void RowPainter::PrepareStrip(int columns)
+/// @return false when there is no such image
+bool RowPainter::PrepareStrip(int columns, int firstColumnParts)
 {
-    const int cellsEnd = StripLeft() + columns * m_cells.DeviceWidth();
-    const QSize size(
-        std::max(qCeil(m_viewportWidthPx * m_scale), cellsEnd), m_cells.DeviceHeight());
-    if (m_strip.size() == size && m_stripColumns == columns
+    const int cellsEnd = PixelAt(firstColumnParts + columns * m_cells.ColumnParts());
+    const QSize size(std::max(RowWidth(), cellsEnd), m_cells.PictureHeight());
+    if (m_strip.size() == size && m_stripColumns == columns && m_stripFirstParts == firstColumnParts
         && m_stripGeneration == m_cells.Generation())
-        return;
+        return true;
     if (m_strip.size() != size)
         m_strip = QImage(size, QImage::Format_RGB32);
+    if (m_strip.isNull())
+        return false;
     m_strip.fill(m_plain.Colours().base);
     m_stripPlaces.fill(-1);
     m_stripColumns = columns;
+    m_stripFirstParts = firstColumnParts;
     m_stripGeneration = m_cells.Generation();
-}
-
-int RowPainter::StripLeft() const
-{
-    return qRound(m_plain.LeftMargin() * m_scale);
+    return true;
 }
 
 void RowPainter::StyleColumns(const RowPicture &picture, int columns)
@@ -137,42 +135,47 @@ void RowPainter::StyleColumns(const RowPicture &picture, int columns)
 }
 
 /// @return false when the row cannot be made of cells
-bool RowPainter::ComposeStrip(const RowPicture &picture)
+bool RowPainter::ComposeStrip(const RowPicture &picture, RowOrigin origin)
 {
     const int columns = picture.line.length + 1; // a blank catches the last character's ink
     // Left of the first column and right of the blank there is no cell.
-    if (picture.cursorTextColumn >= columns || m_cells.ReachesLeft(picture.line.text[0]))
+    if (picture.cursorTextColumn >= columns
+        || m_cells.ReachesLeft(picture.line.text[0], FractionAt(origin.columnsX)))
         return false;
     StyleColumns(picture, columns);
     const auto count = std::size_t(columns);
     const bool found = m_cells.FindPlaces(std::span(picture.line.text).first(count),
-        std::span(m_styles).first(count), std::span(m_places).first(count));
-    if (!found)
+        std::span(m_styles).first(count), origin, std::span(m_places).first(count));
+    int parts = origin.columnsX - RowLeft() * kPixelParts;
+    if (!found || !PrepareStrip(columns, parts))
         return false;
-    PrepareStrip(columns);
-    const int cellWidth = m_cells.DeviceWidth();
-    auto *to = reinterpret_cast<QRgb *>(m_strip.bits()) + StripLeft();
+    auto *const pixels = reinterpret_cast<QRgb *>(m_strip.bits());
     const qsizetype stride = m_strip.bytesPerLine() / qsizetype(sizeof(QRgb));
-    const CopyCell copy = kCopiers[std::size_t(cellWidth)];
-    for (std::size_t column = 0; column < count; ++column, to += cellWidth) {
+    for (std::size_t column = 0; column < count; ++column, parts += m_cells.ColumnParts()) {
         const std::int32_t place = m_places[column];
         if (place == m_stripPlaces[column])
             continue;
         m_stripPlaces[column] = place;
-        copy(to, m_cells.Pixels(place), stride, m_cells.DeviceHeight());
+        m_copiers[std::size_t(FractionAt(parts))](
+            pixels + PixelAt(parts), m_cells.Pixels(place), stride, m_cells.PictureHeight());
     }
     return true;
 }
 
-void RowPainter::DrawStrip(QPainter &painter, int topPx)
+/// Pixel to pixel: the painter's own scale is taken out for the copy.
+void RowPainter::DrawStrip(QPainter &painter, int topParts) const
 {
-    if (m_scale == 1) {
-        painter.drawImage(QPoint(0, topPx), m_strip);
+    const GlyphCells::Window window = m_cells.WindowOf(FractionAt(topParts));
+    const QRectF lines(0, window.first, RowWidth(), window.count);
+    constexpr qreal kParts = kPixelParts;
+    const QPointF target(
+        RowLeft() - m_grid.originX / kParts, PixelAt(topParts) - m_grid.originY / kParts);
+    if (m_grid.scale == kPixelParts) {
+        painter.drawImage(target, m_strip, lines);
         return;
     }
-    // Pixel to pixel: the painter's own scale is taken out for the copy.
     const QTransform transform = painter.worldTransform();
-    painter.scale(1 / m_scale, 1 / m_scale);
-    painter.drawImage(QPointF(0, topPx * m_scale), m_strip);
+    painter.scale(kParts / m_grid.scale, kParts / m_grid.scale);
+    painter.drawImage(target, m_strip, lines);
     painter.setWorldTransform(transform);
 }

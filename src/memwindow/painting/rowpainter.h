@@ -26,23 +26,34 @@ public:
     void Begin(const QPainter &painter, int viewportWidthPx);
     void Draw(QPainter &painter, int row, const RowPicture &picture);
 
+    /// Copies a cell of so many lines to an image with so many pixels a line.
+    using CopyCell = void (*)(QRgb *to, const QRgb *from, qsizetype stride, int lines);
+
 private:
-    bool ComposeStrip(const RowPicture &picture);
+    bool ChooseCopiers();
+    bool ComposeStrip(const RowPicture &picture, RowOrigin origin);
     void StyleColumns(const RowPicture &picture, int columns);
-    void PrepareStrip(int columns);
-    [[nodiscard]] int StripLeft() const;
-    void DrawStrip(QPainter &painter, int topPx);
+    bool PrepareStrip(int columns, int firstColumnParts);
+    void DrawStrip(QPainter &painter, int topParts) const;
+    /// The first device pixel of a row and how many it has.
+    [[nodiscard]] int RowLeft() const { return PixelAt(m_grid.originX); }
+    [[nodiscard]] int RowWidth() const
+    {
+        return PixelAt(m_grid.PartsAtX(m_viewportWidthPx)) - RowLeft();
+    }
 
     PlainRowPainter m_plain;
     GlyphCells m_cells;
     int m_viewportWidthPx = 0;
-    qreal m_scale = 1; // device pixels per pixel
+    DeviceGrid m_grid;
     bool m_useCells = false;
-    // One row of the view in device pixels, from the left edge to the right. It keeps the last
-    // row's cells, so that only those which differ are copied.
+    std::array<CopyCell, kPixelParts> m_copiers{}; // by the fraction at which the cell starts
+    // One row of the view in device pixels, from the left edge to the right, as high as the cells'
+    // pictures. It keeps the last row's cells, so that only those which differ are copied.
     QImage m_strip;
     std::array<std::int32_t, kLineChars> m_stripPlaces{};
     int m_stripColumns = 0;
+    int m_stripFirstParts = 0; // where the first column starts in it
     int m_stripGeneration = -1;
     std::array<std::int32_t, kLineChars> m_places{};
     std::array<CellStyle, kLineChars> m_styles{};
