@@ -2,11 +2,12 @@
 // with any pattern of holes. The first byte chooses what the rest is taken for.
 
 #include "backend.h"
+#include "hextext.h"
 #include "knownranges.h"
 #include "rangescan.h"
 #include "rspparser.h"
 #include "rsptext.h"
-#include "selection.h"
+#include "targetchoice.h"
 #include "tclprotocol.h"
 
 #include <array>
@@ -85,12 +86,12 @@ void FuzzTcl(std::string_view text)
 
 void FuzzSelector(std::string_view text)
 {
-    const Selection selection = ParseSelector(text, 0);
-    if (!selection.error.empty())
+    const TargetChoice choice = ParseSelector(text, 0);
+    if (!choice.error.empty())
         return;
-    Require(selection.simIndex >= 0 && selection.simIndex <= 3);
-    if (selection.kind == TargetKind::Gdb || selection.kind == TargetKind::Tcl)
-        Require(selection.port != 0 && !selection.host.empty() && selection.host.size() <= 253);
+    Require(choice.simIndex >= 0 && choice.simIndex <= 3);
+    if (choice.kind == TargetKind::Gdb || choice.kind == TargetKind::Tcl)
+        Require(choice.port != 0 && !choice.host.empty() && choice.host.size() <= 253);
 }
 
 // Each bit of the input is one byte of memory that answers or not; compared with the plain rule.

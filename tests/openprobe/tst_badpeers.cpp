@@ -26,9 +26,9 @@ private slots:
 
 static std::unique_ptr<Backend> BackendAt(TargetKind kind, quint16 port)
 {
-    Selection selection = At(port);
-    selection.kind = kind;
-    return MakeBackend(selection);
+    TargetChoice choice = At(port);
+    choice.kind = kind;
+    return MakeBackend(choice);
 }
 
 using Answer = std::function<QByteArray(const QByteArray &command)>;

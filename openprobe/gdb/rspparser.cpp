@@ -1,5 +1,6 @@
 #include "rspparser.h"
 
+#include "hextext.h"
 #include "rsptext.h"
 
 namespace OpenProbe {

@@ -1,4 +1,4 @@
-#include "selection.h"
+#include "targetchoice.h"
 
 #include <algorithm>
 #include <charconv>
@@ -91,40 +91,40 @@ std::optional<HostPort> SplitHostPort(std::string_view text)
     return result;
 }
 
-Selection Refused(std::string_view text)
+TargetChoice Refused(std::string_view text)
 {
-    Selection result;
+    TargetChoice result;
     result.error
         = '"' + std::string(text) + "\" is not a selector: use HOST[:PORT], gdb:, tcl:, pid:, sim.";
     return result;
 }
 
-Selection SerialNumber(std::string_view digits)
+TargetChoice SerialNumber(std::string_view digits)
 {
-    Selection result;
+    TargetChoice result;
     if (Number(digits, UINT32_MAX) != kSimSerialNumber)
         result.error = "No probe has the serial number " + std::string(digits)
             + ". The simulated one has " + std::to_string(kSimSerialNumber) + ".";
     return result;
 }
 
-std::optional<Selection> SimNumber(std::string_view digits)
+std::optional<TargetChoice> SimNumber(std::string_view digits)
 {
     const auto index = Number(digits, 3);
     if (!index)
         return std::nullopt;
-    Selection result;
+    TargetChoice result;
     result.simIndex = static_cast<int>(*index);
     return result;
 }
 
-std::optional<Selection> Remote(
+std::optional<TargetChoice> Remote(
     std::string_view text, std::optional<TargetKind> wanted, int defaultPort)
 {
     const auto split = text.empty() ? HostPort{"localhost", 0} : SplitHostPort(text);
     if (!split)
         return std::nullopt;
-    Selection result;
+    TargetChoice result;
     result.host = split->host;
     result.port = split->port;
     if (result.port == 0 && defaultPort > 0 && defaultPort <= 65535)
@@ -135,11 +135,11 @@ std::optional<Selection> Remote(
     return result;
 }
 
-std::optional<Selection> Process(std::string_view text)
+std::optional<TargetChoice> Process(std::string_view text)
 {
     if (text.empty())
         return std::nullopt;
-    Selection result;
+    TargetChoice result;
     result.kind = TargetKind::Pid;
     result.process = text;
     return result;
@@ -147,7 +147,7 @@ std::optional<Selection> Process(std::string_view text)
 
 } // namespace
 
-Selection ParseSelector(std::string_view text, int defaultPort)
+TargetChoice ParseSelector(std::string_view text, int defaultPort)
 {
     const std::string_view trimmed = Trimmed(text);
     if (AllDigits(trimmed))
@@ -158,7 +158,7 @@ Selection ParseSelector(std::string_view text, int defaultPort)
     const std::string_view scheme = trimmed.substr(0, colon);
     const std::string_view rest
         = colon == std::string_view::npos ? std::string_view{} : Trimmed(trimmed.substr(colon + 1));
-    std::optional<Selection> result;
+    std::optional<TargetChoice> result;
     if (colon == std::string_view::npos)
         result = Remote(trimmed, std::nullopt, defaultPort);
     else if (EqualsIgnoringCase(scheme, "sim"))

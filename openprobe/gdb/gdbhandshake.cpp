@@ -127,17 +127,17 @@ bool CollectStops(RspSession &session, Deadline deadline)
     return true;
 }
 
-void RememberTarget(const Selection &selection, const GdbStub &stub)
+void RememberTarget(const TargetChoice &choice, const GdbStub &stub)
 {
     // "c" means nothing good to a server in non-stop mode.
-    LastTarget() = {HostAndPort(selection), stub.state != GdbRunState::Halted && !stub.nonStop};
+    LastTarget() = {HostAndPort(choice), stub.state != GdbRunState::Halted && !stub.nonStop};
 }
 
 // Connecting alone stops an emulator, or a process behind its server. A stub that answers is asked
 // how its target stood, so that one which ran runs on; for a silent one, which will see the
 // connection only later, what is known from before has to do. A target that may have been halted
 // already is never set running.
-void FinishAbandonedHandshake(RspSession &session, const Selection &selection, GdbStub &stub,
+void FinishAbandonedHandshake(RspSession &session, const TargetChoice &choice, GdbStub &stub,
     Deadline deadline, bool cancelled)
 {
     std::string packet;
@@ -147,7 +147,7 @@ void FinishAbandonedHandshake(RspSession &session, const Selection &selection, G
     else if (spoke && cancelled)
         (void)ShakeHands(session, stub, deadline);
     else if (const LastSeen &last = LastTarget();
-             !spoke && last.ran && last.where == HostAndPort(selection))
+             !spoke && last.ran && last.where == HostAndPort(choice))
         stub.state = GdbRunState::HaltedByUs;
 }
 

@@ -12,7 +12,7 @@ inline constexpr std::uint32_t kSimSerialNumber = 28100001;
 enum class TargetKind { Sim, Gdb, Tcl, Pid };
 
 /// Which target the next Open is to reach.
-struct Selection {
+struct TargetChoice {
     TargetKind kind = TargetKind::Sim;
     int simIndex = 0; // Sim: 0 healthy, 1 big-endian data, 2 slow, 3 unplugs itself
     std::string host; // Gdb, Tcl: name or address, without brackets
@@ -22,7 +22,7 @@ struct Selection {
 };
 
 /// Reads a selector as typed into the host field. Never fails: a text that is none gives a
-/// selection whose error says so.
+/// choice whose error says so.
 ///   blank, localhost        gdb localhost:1234
 ///   HOST, HOST:PORT         gdb, except port 6666: tcl
 ///   gdb:HOST[:PORT]         GDB remote protocol, port 1234 unless given
@@ -32,6 +32,6 @@ struct Selection {
 ///   digits alone            the serial number of a simulated probe
 /// An IPv6 address stands in brackets.
 /// @param defaultPort  port of a HOST without one; 0: the back end's usual port
-[[nodiscard]] Selection ParseSelector(std::string_view text, int defaultPort);
+[[nodiscard]] TargetChoice ParseSelector(std::string_view text, int defaultPort);
 
 } // namespace OpenProbe

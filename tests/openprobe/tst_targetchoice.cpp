@@ -1,17 +1,17 @@
-#include "selection.h"
+#include "targetchoice.h"
 
 #include <QtTest>
 
 using namespace OpenProbe;
 
-class SelectionTest : public QObject {
+class TargetChoiceTest : public QObject {
     Q_OBJECT
 private slots:
     void aSelectorNamesATargetOrIsRefusedByName_data();
     void aSelectorNamesATargetOrIsRefusedByName();
 };
 
-void SelectionTest::aSelectorNamesATargetOrIsRefusedByName_data()
+void TargetChoiceTest::aSelectorNamesATargetOrIsRefusedByName_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("defaultPort");
@@ -49,21 +49,21 @@ void SelectionTest::aSelectorNamesATargetOrIsRefusedByName_data()
             QString("\"%1\" is not a selector: use HOST[:PORT], gdb:, tcl:, pid:, sim.").arg(text));
 }
 
-void SelectionTest::aSelectorNamesATargetOrIsRefusedByName()
+void TargetChoiceTest::aSelectorNamesATargetOrIsRefusedByName()
 {
     QFETCH(QString, text);
     QFETCH(int, defaultPort);
-    const Selection selection = ParseSelector(text.toStdString(), defaultPort);
-    const QString kind = QStringList{"sim", "gdb", "tcl", "pid"}[int(selection.kind)];
+    const TargetChoice choice = ParseSelector(text.toStdString(), defaultPort);
+    const QString kind = QStringList{"sim", "gdb", "tcl", "pid"}[int(choice.kind)];
     const QString target = QString("%1 %2 %3 %4 %5")
                                .arg(kind)
-                               .arg(selection.simIndex)
-                               .arg(selection.host.c_str())
-                               .arg(selection.port)
-                               .arg(selection.process.c_str())
+                               .arg(choice.simIndex)
+                               .arg(choice.host.c_str())
+                               .arg(choice.port)
+                               .arg(choice.process.c_str())
                                .simplified();
-    QTEST(selection.error.empty() ? target : QString::fromStdString(selection.error), "meaning");
+    QTEST(choice.error.empty() ? target : QString::fromStdString(choice.error), "meaning");
 }
 
-QTEST_GUILESS_MAIN(SelectionTest)
-#include "tst_selection.moc"
+QTEST_GUILESS_MAIN(TargetChoiceTest)
+#include "tst_targetchoice.moc"

@@ -1,6 +1,6 @@
 #include "tclprotocol.h"
 
-#include "rsptext.h"
+#include "hextext.h"
 
 #include <charconv>
 
@@ -31,12 +31,7 @@ std::string_view TakeWord(std::string_view &text)
 
 std::optional<std::uint32_t> HexWord(std::string_view word)
 {
-    if (!word.starts_with("0x"))
-        return std::nullopt;
-    std::uint32_t value = 0;
-    const char *const end = word.data() + word.size();
-    const auto [stop, failure] = std::from_chars(word.data() + 2, end, value, 16);
-    return failure == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
+    return word.starts_with("0x") ? ParseHexNumber(word.substr(2)) : std::nullopt;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "accessunits.h"
 #include "cancelsignal.h"
+#include "hextext.h"
 #include "openerrors.h"
 
 #include <algorithm>
@@ -45,21 +46,21 @@ bool GdbBackend::Alive() const noexcept
 std::string GdbBackend::Open(const CancelSignal &cancel)
 {
     m_cancel = &cancel;
-    const auto failure = m_link.Connect(
-        m_selection.host, m_selection.port, Deadline::ForPeer(kConnectLimit), cancel);
+    const auto failure
+        = m_link.Connect(m_choice.host, m_choice.port, Deadline::ForPeer(kConnectLimit), cancel);
     if (failure != TcpLink::Failure::None)
-        return ConnectError(m_selection, failure, m_link,
-            "Start the target, e.g. qemu-system-arm ... -gdb tcp::"
-                + std::to_string(m_selection.port) + ".");
+        return ConnectError(m_choice, failure, m_link,
+            "Start the target, e.g. qemu-system-arm ... -gdb tcp::" + std::to_string(m_choice.port)
+                + ".");
     m_deadline = Deadline::ForPeer(kHandshakeLimit);
     const bool understood = ShakeHands(m_session, m_stub, m_deadline);
     if (understood) {
-        RememberTarget(m_selection, m_stub);
+        RememberTarget(m_choice, m_stub);
         FindCoreId();
         EndAccess();
     }
     if (!understood || m_lost) {
-        const std::string where = HostAndPort(m_selection);
+        const std::string where = HostAndPort(m_choice);
         if (m_stub.ended)
             return "The target at " + where + " has ended. Start it again.";
         return where
@@ -110,7 +111,7 @@ bool GdbBackend::BeginAccess()
     if (m_lost)
         return false;
     const bool ready = m_stub.state != GdbRunState::Running || HaltTarget();
-    RememberTarget(m_selection, m_stub);
+    RememberTarget(m_choice, m_stub);
     return ready;
 }
 
@@ -278,8 +279,8 @@ void GdbBackend::Close() noexcept
     m_link.IgnoreCancel();
     try {
         if (!m_stub.decided)
-            FinishAbandonedHandshake(m_session, m_selection, m_stub,
-                Deadline::After(kFarewellLimit), m_cancel->IsRaised());
+            FinishAbandonedHandshake(
+                m_session, m_choice, m_stub, Deadline::After(kFarewellLimit), m_cancel->IsRaised());
     } catch (...) {
         m_lost = true; // no memory left for a packet: nothing more can be found out
     }

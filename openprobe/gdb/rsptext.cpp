@@ -1,11 +1,9 @@
 #include "rsptext.h"
 
-#include <charconv>
+#include "hextext.h"
 
 namespace OpenProbe {
 namespace {
-
-constexpr std::string_view kDigits = "0123456789abcdef";
 
 // Takes the text up to the separator off the front.
 std::string_view TakeUntil(std::string_view &text, char separator)
@@ -18,17 +16,6 @@ std::string_view TakeUntil(std::string_view &text, char separator)
 
 } // namespace
 
-int HexDigit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 int RspChecksum(std::string_view raw)
 {
     unsigned sum = 0;
@@ -39,42 +26,12 @@ int RspChecksum(std::string_view raw)
 
 std::string RspPacket(std::string_view payload)
 {
-    const auto sum = static_cast<unsigned>(RspChecksum(payload));
+    const auto sum = static_cast<std::uint8_t>(RspChecksum(payload));
     std::string packet = "$";
     packet += payload;
     packet += '#';
-    packet += kDigits[sum / 16];
-    packet += kDigits[sum % 16];
+    AppendHex(packet, {&sum, 1});
     return packet;
-}
-
-std::string HexNumber(std::uint64_t value)
-{
-    char digits[16];
-    const auto [end, failure] = std::to_chars(digits, digits + sizeof digits, value, 16);
-    return {digits, end};
-}
-
-void AppendHex(std::string &text, std::span<const std::uint8_t> bytes)
-{
-    for (const std::uint8_t byte : bytes) {
-        text += kDigits[byte / 16];
-        text += kDigits[byte % 16];
-    }
-}
-
-bool DecodeHex(std::string_view text, std::span<std::uint8_t> bytes)
-{
-    if (text.size() != bytes.size() * 2)
-        return false;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const int high = HexDigit(text[2 * i]);
-        const int low = HexDigit(text[2 * i + 1]);
-        if (high < 0 || low < 0)
-            return false;
-        bytes[i] = static_cast<std::uint8_t>(high * 16 + low);
-    }
-    return true;
 }
 
 RspFeatures ParseFeatures(std::string_view reply)
@@ -89,14 +46,8 @@ RspFeatures ParseFeatures(std::string_view reply)
             features.nonStop = true;
         else if (feature.starts_with("qXfer:memory-map:read"))
             features.knowsMemoryMap = true;
-        else if (feature.starts_with(kPacketSize)) {
-            const std::string_view digits = feature.substr(kPacketSize.size());
-            std::uint32_t size = 0;
-            const char *const end = digits.data() + digits.size();
-            const auto [stop, failure] = std::from_chars(digits.data(), end, size, 16);
-            if (failure == std::errc{} && stop == end)
-                features.packetSize = size;
-        }
+        else if (feature.starts_with(kPacketSize))
+            features.packetSize = ParseHexNumber(feature.substr(kPacketSize.size())).value_or(0);
     }
     return features;
 }

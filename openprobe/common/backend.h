@@ -11,15 +11,10 @@ class CancelSignal;
 /// The result of a transfer that moved nothing and is no count: see Backend::Read and Write.
 inline constexpr int kTransferFailed = -1;
 
-/// What the host has set up before it connects to the target.
+/// What the host has set up before it connects to the target, as far as any back end uses it.
 struct TargetSetup {
     std::string device;
-    int endianMode = 0;
-    int targetInterface = 1;
-    int irPre = 0;
-    int drPre = 0;
     std::uint32_t speedKHz = 4000; // RANVO_SPEED_ADAPTIVE: adaptive clocking
-    bool maxSpeed = false;
 };
 
 /// One way to reach a target: simulated, or over a protocol.

@@ -2,30 +2,16 @@
 
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 
 namespace OpenProbe {
-
-/// Value of a hex digit of either case, -1 for anything else.
-[[nodiscard]] int HexDigit(char c);
 
 /// Sum of the bytes modulo 256, as a packet's two last digits hold it.
 [[nodiscard]] int RspChecksum(std::string_view raw);
 
 /// The payload between "$" and "#" with its checksum. The payload holds none of "$#}*".
 [[nodiscard]] std::string RspPacket(std::string_view payload);
-
-/// A number in hex digits without prefix.
-[[nodiscard]] std::string HexNumber(std::uint64_t value);
-
-/// Appends two hex digits for each byte.
-void AppendHex(std::string &text, std::span<const std::uint8_t> bytes);
-
-/// Fills bytes from exactly two hex digits for each. False, and nothing sure about bytes,
-/// otherwise.
-[[nodiscard]] bool DecodeHex(std::string_view text, std::span<std::uint8_t> bytes);
 
 /// What a stub says about itself when asked what it supports.
 struct RspFeatures {

@@ -45,13 +45,13 @@ Items NextItems(std::uint32_t address, std::size_t remaining, std::uint32_t want
 
 std::string TclBackend::Open(const CancelSignal &cancel)
 {
-    const auto failure = m_link.Connect(
-        m_selection.host, m_selection.port, Deadline::ForPeer(kConnectLimit), cancel);
+    const auto failure
+        = m_link.Connect(m_choice.host, m_choice.port, Deadline::ForPeer(kConnectLimit), cancel);
     if (failure != TcpLink::Failure::None)
-        return ConnectError(m_selection, failure, m_link,
+        return ConnectError(m_choice, failure, m_link,
             "Start OpenOCD for your board, e.g. openocd -f board.cfg; its Tcl server is at port "
             "6666.");
-    const std::string where = HostAndPort(m_selection);
+    const std::string where = HostAndPort(m_choice);
     m_deadline = Deadline::ForPeer(kHandshakeLimit);
     std::string reply;
     if (!Ask("version", reply) || !reply.starts_with("Open On-Chip Debugger"))

@@ -2,22 +2,22 @@
 
 namespace OpenProbe {
 
-std::string HostAndPort(const Selection &selection)
+std::string HostAndPort(const TargetChoice &choice)
 {
-    const bool bracketed = selection.host.find(':') != std::string::npos;
-    const std::string host = bracketed ? '[' + selection.host + ']' : selection.host;
-    return host + ':' + std::to_string(selection.port);
+    const bool bracketed = choice.host.find(':') != std::string::npos;
+    const std::string host = bracketed ? '[' + choice.host + ']' : choice.host;
+    return host + ':' + std::to_string(choice.port);
 }
 
-std::string ConnectError(const Selection &selection, TcpLink::Failure failure, const TcpLink &link,
+std::string ConnectError(const TargetChoice &choice, TcpLink::Failure failure, const TcpLink &link,
     const std::string &hint)
 {
-    const std::string where = HostAndPort(selection);
+    const std::string where = HostAndPort(choice);
     switch (failure) {
     case TcpLink::Failure::None:
         return {};
     case TcpLink::Failure::NoAddress:
-        return "No address for host \"" + selection.host
+        return "No address for host \"" + choice.host
             + "\". Check its spelling or type its number, e.g. 192.168.0.10.";
     case TcpLink::Failure::Refused:
         return "Nothing accepts a connection at " + where + " (refused). " + hint;
@@ -25,7 +25,7 @@ std::string ConnectError(const Selection &selection, TcpLink::Failure failure, c
         return where + " does not answer within " + std::to_string(2 * Patience())
             + " s. Check the address, and whether the machine is on and lets the port through.";
     case TcpLink::Failure::Cancelled:
-        return "Operation canceled";
+        return kCanceledText;
     case TcpLink::Failure::Other:
         break;
     }

@@ -16,8 +16,8 @@ namespace OpenProbe {
 /// was not ours stays.
 class GdbBackend : public Backend {
 public:
-    explicit GdbBackend(Selection selection)
-        : m_selection(std::move(selection))
+    explicit GdbBackend(TargetChoice choice)
+        : m_choice(std::move(choice))
     {
     }
 
@@ -46,7 +46,7 @@ private:
         std::uint32_t address, std::span<const std::uint8_t> data, std::uint32_t width);
     bool Lose();
 
-    Selection m_selection;
+    TargetChoice m_choice;
     TcpLink m_link;
     RspSession m_session{m_link};
     const CancelSignal *m_cancel = nullptr;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "rspsession.h"
-#include "selection.h"
+#include "targetchoice.h"
 
 #include <cstdint>
 
@@ -36,11 +36,11 @@ struct GdbStub {
 [[nodiscard]] bool CollectStops(RspSession &session, Deadline deadline);
 
 /// Keeps for FinishAbandonedHandshake how the target of the open connection stands.
-void RememberTarget(const Selection &selection, const GdbStub &stub);
+void RememberTarget(const TargetChoice &choice, const GdbStub &stub);
 
 /// After a handshake that was cut short: finds out whether the target is to be told to run on.
 /// @param cancelled  the handshake was ended by us, so the peer may still answer
-void FinishAbandonedHandshake(RspSession &session, const Selection &selection, GdbStub &stub,
+void FinishAbandonedHandshake(RspSession &session, const TargetChoice &choice, GdbStub &stub,
     Deadline deadline, bool cancelled);
 
 } // namespace OpenProbe

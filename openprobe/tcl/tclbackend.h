@@ -3,7 +3,7 @@
 #include "backend.h"
 #include "knownranges.h"
 #include "rangescan.h"
-#include "selection.h"
+#include "targetchoice.h"
 #include "tcplink.h"
 
 #include <atomic>
@@ -14,8 +14,8 @@ namespace OpenProbe {
 /// exactly the wanted width, and errors that are told.
 class TclBackend : public Backend {
 public:
-    explicit TclBackend(Selection selection)
-        : m_selection(std::move(selection))
+    explicit TclBackend(TargetChoice choice)
+        : m_choice(std::move(choice))
     {
     }
 
@@ -38,7 +38,7 @@ private:
     [[nodiscard]] bool TargetAnswers();
     void FindCoreId();
 
-    Selection m_selection;
+    TargetChoice m_choice;
     TcpLink m_link;
     Deadline m_deadline = Deadline::After({});
     std::chrono::milliseconds m_progressLimit{1500};
