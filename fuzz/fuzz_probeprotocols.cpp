@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <functional>
 #include <string_view>
 
 using namespace OpenProbe;
@@ -105,16 +106,24 @@ void FuzzRange(std::string_view text)
     const auto answers = [&](std::size_t at) { return (text[at / 8] >> at % 8 & 1) != 0; };
     std::array<std::uint8_t, 1024> data{};
     constexpr std::uint32_t kStart = 0xFFFFFC00;
-    const int result = ReadRange(kStart, std::span(data).first(count), maxPiece,
-        [&](std::uint32_t address, std::span<std::uint8_t> piece) {
-            Require(!piece.empty() && piece.size() <= maxPiece
-                && address - kStart + piece.size() <= count);
-            for (std::size_t i = 0; i < piece.size(); ++i) {
-                if (!answers(address - kStart + i))
-                    return PieceResult::Unreadable;
-            }
-            return PieceResult::Read;
-        });
+    class Reader final : public PieceReader {
+    public:
+        std::function<PieceResult(std::uint32_t, std::span<std::uint8_t>)> read;
+        PieceResult Read(std::uint32_t address, std::span<std::uint8_t> piece) override
+        {
+            return read(address, piece);
+        }
+    } reader;
+    reader.read = [&](std::uint32_t address, std::span<std::uint8_t> piece) {
+        Require(
+            !piece.empty() && piece.size() <= maxPiece && address - kStart + piece.size() <= count);
+        for (std::size_t i = 0; i < piece.size(); ++i) {
+            if (!answers(address - kStart + i))
+                return PieceResult::Unreadable;
+        }
+        return PieceResult::Read;
+    };
+    const int result = ReadRange(kStart, std::span(data).first(count), maxPiece, reader);
     std::size_t prefix = 0;
     while (prefix < count && answers(prefix))
         ++prefix;

@@ -109,7 +109,7 @@ TcpLink::Wait TcpLink::WaitFor(int descriptor, short events, Deadline deadline) 
     }
 }
 
-bool TcpLink::Send(std::string_view bytes, Deadline deadline)
+std::string_view TcpLink::Send(std::string_view bytes, Deadline deadline)
 {
     while (!bytes.empty()) {
         const ssize_t sent = send(m_descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL);
@@ -117,12 +117,11 @@ bool TcpLink::Send(std::string_view bytes, Deadline deadline)
             bytes.remove_prefix(static_cast<std::size_t>(sent));
         else if (sent < 0 && errno == EINTR)
             continue;
-        else if (sent < 0 && errno != EAGAIN)
-            return false;
-        else if (WaitFor(m_descriptor, POLLOUT, deadline) != Wait::Ready)
-            return false;
+        else if ((sent < 0 && errno != EAGAIN)
+            || WaitFor(m_descriptor, POLLOUT, deadline) != Wait::Ready)
+            break;
     }
-    return true;
+    return bytes;
 }
 
 std::size_t TcpLink::Receive(std::span<char> buffer, Deadline deadline)

@@ -33,8 +33,9 @@ public:
     [[nodiscard]] Failure Connect(
         const std::string &host, std::uint16_t port, Deadline deadline, const CancelSignal &cancel);
 
-    /// Sends everything, or answers false: deadline, cancel or a broken connection.
-    [[nodiscard]] bool Send(std::string_view bytes, Deadline deadline);
+    /// Sends the bytes and answers the end that could not be sent: empty, or what a deadline, a
+    /// cancel or a broken connection has cut off.
+    [[nodiscard]] std::string_view Send(std::string_view bytes, Deadline deadline);
 
     /// Waits for bytes and takes what is there. 0: deadline, cancel or the end of the connection.
     [[nodiscard]] std::size_t Receive(std::span<char> buffer, Deadline deadline);

@@ -3,23 +3,24 @@
 #include "backend.h"
 #include "gdbhandshake.h"
 #include "knownranges.h"
+#include "peerlimits.h"
 #include "rangescan.h"
 
 #include <atomic>
+#include <span>
+#include <string>
 
 namespace OpenProbe {
 
 /// A target behind a GDB remote protocol stub: an emulator, a simulator, gdbserver, a debug server.
 ///
 /// A stub that can only be asked while the target is halted gets a short stop around each transfer,
-/// at most kSliceBytes long. The target is left as it was found: one that ran runs on, a halt that
-/// was not ours stays.
+/// at most kSliceBytes long; where the stub permits it, stop, requests and "continue" go out in one
+/// piece, so that nothing that happens to this process can leave the target stopped. The target is
+/// left as it was found: one that ran runs on, a halt that was not ours stays.
 class GdbBackend : public Backend {
 public:
-    explicit GdbBackend(TargetChoice choice)
-        : m_choice(std::move(choice))
-    {
-    }
+    explicit GdbBackend(TargetChoice choice);
 
     std::string Open(const CancelSignal &cancel) override;
     bool Connect(const TargetSetup &setup) override;
@@ -32,17 +33,30 @@ public:
     void Close() noexcept override;
 
 private:
+    class Reader;
+    struct ReadRequest {
+        std::uint32_t address;
+        std::span<std::uint8_t> data;
+    };
+
     void FindCoreId();
+    [[nodiscard]] std::string ReadDocument(const std::string &name);
     [[nodiscard]] bool BeginAccess();
     [[nodiscard]] bool HaltTarget();
     void EndAccess();
-    void LetItRunForAMoment();
-    void NoteUnaskedStop();
+    [[nodiscard]] bool LetItRunForAMoment();
+    [[nodiscard]] bool NoteUnasked();
+    [[nodiscard]] bool AsksInOneStop() const;
     [[nodiscard]] bool Ask(std::string_view request, std::string &reply);
+    [[nodiscard]] bool AskOnceMore(std::string_view request, std::string &reply);
+    template <typename IsLast>
+    [[nodiscard]] bool AskAll(std::span<const std::string> requests, IsLast isLast);
+    [[nodiscard]] PieceResult TakeReadReply(const ReadRequest &request, std::string_view reply);
+    [[nodiscard]] PieceResult ReadAll(
+        std::span<const ReadRequest> requests, PieceResult endsAt = PieceResult::Unreadable);
     [[nodiscard]] PieceResult ReadPiece(
         std::uint32_t address, std::span<std::uint8_t> data, std::uint32_t width);
-    [[nodiscard]] PieceResult ReadRequest(std::uint32_t address, std::span<std::uint8_t> data);
-    [[nodiscard]] bool WriteRequests(
+    [[nodiscard]] bool WritePieces(
         std::uint32_t address, std::span<const std::uint8_t> data, std::uint32_t width);
     bool Lose();
 
@@ -50,7 +64,7 @@ private:
     TcpLink m_link;
     RspSession m_session{m_link};
     const CancelSignal *m_cancel = nullptr;
-    Deadline m_deadline = Deadline::After({});
+    TransferTime m_time;
     std::atomic<bool> m_lost = false;
     GdbStub m_stub;
     std::uint32_t m_coreId = 0;

@@ -19,8 +19,8 @@ std::uint32_t PacketBytes(std::uint32_t packetSize, std::uint32_t overhead)
 }
 
 /// Whether the target of the last handshake that came to an end ran when it was last seen and may
-/// be told to run on. Only ever used by the one back end that is open; leaked, as all that outlives
-/// it.
+/// be told to run on. Only ever used by the one back end that is open; never freed, like all that
+/// outlives the back end.
 struct LastSeen {
     std::string where;
     bool ran = false;
@@ -30,6 +30,36 @@ LastSeen &LastTarget()
 {
     static auto *const last = new LastSeen;
     return *last;
+}
+
+// Connecting stops an emulator that ran; it says so with a stop that nobody asked for, before its
+// first reply. One that says nothing of it cannot be told from one that was halted before.
+bool NoteGreeting(RspSession &session, GdbStub &stub)
+{
+    const auto stop = session.TakeStop();
+    if (!stop)
+        return true;
+    stub.ended = stop->ended;
+    stub.interruptSignal = stop->signal;
+    stub.state = GdbRunState::HaltedByUs;
+    return !stop->ended;
+}
+
+// A machine that we have stopped by connecting runs on as soon as that is known: whatever else
+// there is to find out waits for that. Only one emulator is known to take several requests in one
+// piece, and only it knows this question.
+bool LetMachineRunOn(RspSession &session, GdbStub &stub, Deadline deadline)
+{
+    std::string reply;
+    if (!session.Ask("qqemu.sstepbits", reply, deadline))
+        return false;
+    stub.inOneStop = reply.starts_with("ENABLE=");
+    if (!stub.inOneStop || stub.state != GdbRunState::HaltedByUs)
+        return true;
+    stub.decided = session.Tell("c", deadline);
+    if (stub.decided)
+        stub.state = GdbRunState::Running;
+    return stub.decided;
 }
 
 bool NegotiateModes(RspSession &session, GdbStub &stub, Deadline deadline)
@@ -42,6 +72,9 @@ bool NegotiateModes(RspSession &session, GdbStub &stub, Deadline deadline)
     stub.maxRead = PacketBytes(size, 0);
     stub.maxWrite = PacketBytes(size, kWriteOverhead);
     stub.isDebugServer = features.knowsMemoryMap;
+    stub.describesTarget = features.describesTarget;
+    if (!NoteGreeting(session, stub))
+        return false;
     if (features.noAckMode) {
         if (!session.Ask("QStartNoAckMode", reply, deadline) || !session.Flush(deadline))
             return false;
@@ -75,16 +108,11 @@ bool EnterNonStop(RspSession &session, GdbStub &stub, Deadline deadline)
     return true;
 }
 
-// Connecting stops an emulator that ran; it says so with a stop that nobody asked for, before its
-// first reply. One that says nothing of it cannot be told from one that was halted before.
 bool FindRunState(RspSession &session, GdbStub &stub, Deadline deadline)
 {
     constexpr int kSigInt = 2;
-    if (const auto stop = session.TakeStop()) {
-        stub.interruptSignal = stop->signal;
-        stub.state = GdbRunState::HaltedByUs;
-    }
     std::string reply;
+    stub.asked = true;
     if (!session.Ask("?", reply, deadline))
         return false;
     const auto stop = ParseStop(reply);
@@ -111,7 +139,10 @@ bool FindRunState(RspSession &session, GdbStub &stub, Deadline deadline)
 
 bool ShakeHands(RspSession &session, GdbStub &stub, Deadline deadline)
 {
-    return NegotiateModes(session, stub, deadline) && FindRunState(session, stub, deadline);
+    if (!NegotiateModes(session, stub, deadline)
+        || (!stub.nonStop && !LetMachineRunOn(session, stub, deadline)))
+        return false;
+    return stub.decided || FindRunState(session, stub, deadline);
 }
 
 bool CollectStops(RspSession &session, Deadline deadline)
@@ -142,7 +173,7 @@ void FinishAbandonedHandshake(RspSession &session, const TargetChoice &choice, G
 {
     std::string packet;
     const bool spoke = session.Await(packet, deadline); // the answer on its way, or a stop
-    if (session.TakeStop() || (spoke && ParseStop(packet)))
+    if (session.TakeStop() || (spoke && !stub.asked && ParseStop(packet)))
         stub.state = GdbRunState::HaltedByUs;
     else if (spoke && cancelled)
         (void)ShakeHands(session, stub, deadline);

@@ -19,10 +19,13 @@ enum class GdbRunState {
 struct GdbStub {
     GdbRunState state = GdbRunState::Halted;
     int interruptSignal = -1; // what it answers to our interrupt; -1: not seen yet
+    bool asked = false;       // whether "?" has been sent: a stop may be the answer to it
     bool decided = false;     // whether it is known how the target stood
     bool ended = false;       // there is no target any more
     bool nonStop = false;
-    bool isDebugServer = false;  // in front of a core with a flash, not of a program
+    bool inOneStop = false;     // takes an interrupt, requests and "continue" in one piece
+    bool isDebugServer = false; // in front of a core with a flash, not of a program
+    bool describesTarget = false;
     std::uint32_t maxRead = 128; // bytes of one request
     std::uint32_t maxWrite = 64;
 };

@@ -25,6 +25,12 @@ public:
 
     [[nodiscard]] Event Feed(char byte);
 
+    /// Whether a packet has begun and not ended yet.
+    [[nodiscard]] bool IsInside() const
+    {
+        return m_state != State::Outside && m_state != State::Broken;
+    }
+
     /// Unescaped and with its runs expanded. Valid until the next Feed.
     [[nodiscard]] const std::string &Payload() const { return m_payload; }
 

@@ -6,10 +6,15 @@ namespace OpenProbe {
 namespace {
 
 constexpr int kMaxBadPackets = 3;
-constexpr int kMaxWaitingBlocks = 16; // a peer that never stops talking is none of ours
+constexpr std::size_t kMaxOwed = 64;
 constexpr std::string_view kStopNotification = "Stop:";
 
 } // namespace
+
+Deadline RspSession::Soon(Deadline deadline) const
+{
+    return deadline.OrEarlier(Deadline::ForPeer(m_progressLimit));
+}
 
 void RspSession::OweAck(char ack)
 {
@@ -25,7 +30,7 @@ void RspSession::KeepStop(std::string_view payload)
         m_stop = stop;
 }
 
-// Takes bytes that have arrived through the parser, up to the next packet.
+// Takes bytes that have arrived through the parser, up to the next packet that is no printed text.
 RspSession::Got RspSession::NextPacket()
 {
     while (m_next < m_end) {
@@ -40,7 +45,7 @@ RspSession::Got RspSession::NextPacket()
         case RspParser::Event::Broken:
             return Got::Broken;
         case RspParser::Event::BadChecksum:
-            if (++m_badPackets > kMaxBadPackets || !m_acks)
+            if (++m_badPackets > kMaxBadPackets || !m_acks || m_inOneStop)
                 return Got::Broken;
             OweAck('-');
             break;
@@ -51,7 +56,9 @@ RspSession::Got RspSession::NextPacket()
         case RspParser::Event::Packet:
             m_badPackets = 0;
             OweAck('+');
-            return Got::Packet;
+            if (!IsConsoleOutput(m_parser.Payload()))
+                return Got::Packet;
+            break;
         }
     }
     return Got::Nothing;
@@ -62,14 +69,14 @@ bool RspSession::Fill(Deadline deadline)
     if (!m_owed.empty() && !Flush(deadline))
         return false;
     m_next = 0;
-    m_end = m_link.Receive(m_buffer, deadline.OrEarlier(Deadline::ForPeer(m_progressLimit)));
+    m_end = m_link.Receive(m_buffer, Soon(deadline));
     return m_end != 0;
 }
 
 bool RspSession::SendRaw(std::string_view bytes, Deadline deadline)
 {
     const std::string all = std::exchange(m_owed, {}) + std::string(bytes);
-    return m_link.Send(all, deadline.OrEarlier(Deadline::ForPeer(m_progressLimit)));
+    return m_link.Send(all, Soon(deadline)).empty();
 }
 
 bool RspSession::Tell(std::string_view payload, Deadline deadline)
@@ -81,7 +88,7 @@ bool RspSession::Ask(
     std::string_view payload, std::string &reply, Deadline deadline, bool stopEndsWait)
 {
     reply.clear();
-    if (!Tell(payload, deadline))
+    if (!TakeUnasked(deadline) || !Tell(payload, deadline))
         return false;
     while (!deadline.Passed()) {
         switch (NextPacket()) {
@@ -101,7 +108,7 @@ bool RspSession::Ask(
                 KeepStop(m_parser.Payload());
                 if (stopEndsWait)
                     return true;
-            } else if (!IsConsoleOutput(m_parser.Payload())) {
+            } else {
                 reply = m_parser.Payload();
                 return true;
             }
@@ -111,13 +118,57 @@ bool RspSession::Ask(
     return false;
 }
 
+bool RspSession::AskInOneStop(
+    std::span<const std::string> requests, std::span<std::string> replies, Deadline deadline)
+{
+    std::string bytes(kInterrupt);
+    for (const std::string &request : requests)
+        bytes += RspPacket(request) + RspPacket(kFence);
+    bytes += kContinuePacket;
+    m_owed.clear(); // the interrupt has to come first, and the next "$" says as much
+    m_unsent = m_link.Send(bytes, Soon(deadline));
+    m_inOneStop = true;
+    bool inStep = m_unsent.empty();
+    for (std::size_t i = 0; inStep && i < replies.size(); ++i) {
+        inStep = NextAnswer(deadline);
+        replies[i] = m_parser.Payload();
+        inStep = inStep && NextAnswer(deadline) && m_parser.Payload().empty();
+    }
+    m_inOneStop = false;
+    if (m_stop && !m_stop->ended)
+        m_stop.reset(); // the one that the interrupt made
+    return inStep && TakeUnasked(deadline);
+}
+
+// The next packet that is no stop, without acknowledging anything.
+bool RspSession::NextAnswer(Deadline deadline)
+{
+    while (!deadline.Passed()) {
+        const Got got = NextPacket();
+        m_owed.clear();
+        if (got == Got::Packet && !ParseStop(m_parser.Payload()))
+            return true;
+        if (got == Got::Packet)
+            KeepStop(m_parser.Payload());
+        else if (got != Got::Nothing || (m_stop && m_stop->ended) || !Fill(deadline))
+            return false;
+    }
+    return false;
+}
+
+bool RspSession::Fence(Deadline deadline)
+{
+    std::string reply;
+    return Ask(kFence, reply, deadline) && reply.empty() && TakeUnasked(deadline);
+}
+
 bool RspSession::Await(std::string &packet, Deadline deadline)
 {
     while (!deadline.Passed()) {
         const Got got = NextPacket();
         if (got == Got::Broken || (got == Got::Nothing && !Fill(deadline)))
             return false;
-        if (got == Got::Packet && !IsConsoleOutput(m_parser.Payload())) {
+        if (got == Got::Packet) {
             packet = m_parser.Payload();
             return true;
         }
@@ -125,23 +176,28 @@ bool RspSession::Await(std::string &packet, Deadline deadline)
     return false;
 }
 
-bool RspSession::LookAtWaiting()
+bool RspSession::TakeUnasked(Deadline deadline)
 {
-    for (int blocks = 0; blocks < kMaxWaitingBlocks;) {
+    const Deadline end = Soon(deadline);
+    for (;;) {
         const Got got = NextPacket();
-        if (got == Got::Broken)
+        const bool isStop = got == Got::Packet && ParseStop(m_parser.Payload());
+        if (got != Got::Nothing && !isStop)
             return false;
-        if (got == Got::Packet)
+        if (isStop) {
             KeepStop(m_parser.Payload());
-        if (got != Got::Nothing)
             continue;
+        }
+        // A peer that prints without end gets its acknowledgements in between.
+        if (m_owed.size() > kMaxOwed && !Flush(end))
+            return false;
         m_next = 0;
         m_end = m_link.TakeWaiting(m_buffer);
-        if (m_end == 0)
+        if (m_end == 0 && !m_parser.IsInside())
             return true;
-        ++blocks;
+        if (end.Passed() || (m_end == 0 && !Fill(end)))
+            return false;
     }
-    return false;
 }
 
 std::optional<RspStop> RspSession::TakeStop()

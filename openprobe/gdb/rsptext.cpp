@@ -46,6 +46,8 @@ RspFeatures ParseFeatures(std::string_view reply)
             features.nonStop = true;
         else if (feature.starts_with("qXfer:memory-map:read"))
             features.knowsMemoryMap = true;
+        else if (feature == "qXfer:features:read+")
+            features.describesTarget = true;
         else if (feature.starts_with(kPacketSize))
             features.packetSize = ParseHexNumber(feature.substr(kPacketSize.size())).value_or(0);
     }

@@ -7,6 +7,12 @@
 
 namespace OpenProbe {
 
+/// The byte that asks a stub to stop its running target.
+inline constexpr std::string_view kInterrupt = "\x03";
+
+/// The request to let the target run, complete.
+inline constexpr std::string_view kContinuePacket = "$c#63";
+
 /// Sum of the bytes modulo 256, as a packet's two last digits hold it.
 [[nodiscard]] int RspChecksum(std::string_view raw);
 
@@ -19,6 +25,7 @@ struct RspFeatures {
     bool noAckMode = false;
     bool nonStop = false;
     bool knowsMemoryMap = false; // has the request, whether or not it has a map
+    bool describesTarget = false;
 };
 [[nodiscard]] RspFeatures ParseFeatures(std::string_view reply);
 

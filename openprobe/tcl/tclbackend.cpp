@@ -1,5 +1,6 @@
 #include "tclbackend.h"
 
+#include "coreid.h"
 #include "openerrors.h"
 #include "tclprotocol.h"
 
@@ -10,17 +11,9 @@
 namespace OpenProbe {
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto kConnectLimit = 2000ms;
-constexpr auto kHandshakeLimit = 1500ms;
-constexpr auto kProgressLimit = 500ms;
-constexpr auto kTransferLimit = 1500ms;             // for each kTransferBytes
-constexpr std::size_t kTransferBytes = 0x4000;      // a slow adapter needs its time
-constexpr std::size_t kBytesPerCommand = 32;        // what a small command counts for the limit
-constexpr std::uint32_t kMaxRequestBytes = 4096;    // one answer stays far below the progress limit
-constexpr std::uint32_t kCpuIdAddress = 0xE000ED00; // of every M core
-constexpr std::size_t kMaxReply = 0x10000;          // eleven characters for each word, and room
+constexpr std::size_t kBytesPerLimit = 0x4000;   // a slow adapter needs its time
+constexpr std::uint32_t kMaxRequestBytes = 4096; // one answer stays far below the progress limit
+constexpr std::size_t kMaxReply = 0x10000;       // eleven characters for each word, and room
 
 struct Items {
     std::uint32_t width;
@@ -43,6 +36,31 @@ Items NextItems(std::uint32_t address, std::size_t remaining, std::uint32_t want
 
 } // namespace
 
+/// One transfer's requests, with its access width.
+class TclBackend::Reader final : public PieceReader {
+public:
+    Reader(TclBackend &backend, std::uint32_t width)
+        : m_backend(backend)
+        , m_width(width)
+    {
+    }
+
+    PieceResult Read(std::uint32_t address, std::span<std::uint8_t> data) override
+    {
+        return m_backend.ReadPiece(address, data, m_width);
+    }
+
+private:
+    TclBackend &m_backend;
+    std::uint32_t m_width;
+};
+
+TclBackend::TclBackend(TargetChoice choice)
+    : m_choice(std::move(choice))
+    , m_time(kBytesPerLimit)
+{
+}
+
 std::string TclBackend::Open(const CancelSignal &cancel)
 {
     const auto failure
@@ -52,7 +70,7 @@ std::string TclBackend::Open(const CancelSignal &cancel)
             "Start OpenOCD for your board, e.g. openocd -f board.cfg; its Tcl server is at port "
             "6666.");
     const std::string where = HostAndPort(m_choice);
-    m_deadline = Deadline::ForPeer(kHandshakeLimit);
+    m_time.Begin();
     std::string reply;
     if (!Ask("version", reply) || !reply.starts_with("Open On-Chip Debugger"))
         return where
@@ -60,7 +78,9 @@ std::string TclBackend::Open(const CancelSignal &cancel)
               "stub use gdb:HOST:PORT.";
     std::string names;
     const bool hasTarget = Ask("target names", names) && !names.empty();
-    const bool answers = hasTarget && TargetAnswers();
+    m_isArmM = hasTarget && Ask("[target current] cget -type", reply)
+        && (reply == "cortex_m" || reply == "hla_target");
+    const bool answers = hasTarget && !m_lost && TargetAnswers();
     m_bigEndian = answers && Ask("[target current] cget -endian", reply) && reply == "big";
     m_progressLimit = kProgressLimit;
     if (answers)
@@ -78,40 +98,53 @@ std::string TclBackend::Open(const CancelSignal &cancel)
 void TclBackend::FindCoreId()
 {
     std::array<std::uint8_t, 4> id{};
-    if (ReadPiece(kCpuIdAddress, id, 4) == PieceResult::Read) {
-        for (std::uint32_t i = 0; i < id.size(); ++i)
-            m_coreId |= std::uint32_t{id[i]} << 8 * (m_bigEndian ? 3 - i : i);
-        if ((m_coreId & 0xFF0C0000) != 0x410C0000)
-            m_coreId = 0; // no M core's identification word
-    }
+    if (!m_isArmM || ReadPiece(kCpuIdAddress, id, 4) != PieceResult::Read)
+        return;
+    std::uint32_t word = 0;
+    for (std::uint32_t i = 0; i < id.size(); ++i)
+        word |= std::uint32_t{id[i]} << 8 * (m_bigEndian ? 3 - i : i);
+    m_coreId = MCoreId(word);
 }
 
-// One time-out is the end: a late reply would be taken for the answer to the next command.
+// False when the link is lost or the command failed; the reply then holds the words of the failure.
+// Whatever does not belong to this request ends the link: what follows could belong to anything.
 bool TclBackend::Ask(std::string_view command, std::string &reply)
 {
-    const auto soon = [this] { return m_deadline.OrEarlier(Deadline::ForPeer(m_progressLimit)); };
+    std::array<char, 1> early{};
     reply.clear();
-    if (m_lost || !m_link.Send(std::string(command) + kTclEnd, soon())) {
+    const std::string request = TclRequest(++m_number, command);
+    const Deadline soon = m_time.End().OrEarlier(Deadline::ForPeer(m_progressLimit));
+    std::optional<TclReply> answer;
+    if (!m_lost && m_link.TakeWaiting(early) == 0 && m_link.Send(request, soon).empty()
+        && Receive(reply))
+        answer = ParseTclReply(reply, m_number);
+    if (!answer) {
         m_lost = true;
         return false;
     }
+    const bool failed = answer->failed;
+    reply = std::string(answer->text);
+    return !failed;
+}
+
+// Takes exactly one reply, up to its end mark.
+bool TclBackend::Receive(std::string &reply)
+{
     std::array<char, 4096> block{};
-    while (reply.size() < kMaxReply && !m_deadline.Passed()) {
-        const std::size_t got = m_link.Receive(block, soon());
+    while (reply.size() < kMaxReply && !m_time.End().Passed()) {
+        const Deadline soon = m_time.End().OrEarlier(Deadline::ForPeer(m_progressLimit));
+        const std::size_t got = m_link.Receive(block, soon);
         const std::string_view bytes(block.data(), got);
         const std::size_t end = bytes.find(kTclEnd);
         reply += bytes.substr(0, end);
-        if (end != std::string_view::npos && end + 1 == got)
-            return true;
         if (got == 0 || end != std::string_view::npos)
-            break; // silent, gone, or more than one reply to one command
+            return got != 0 && end + 1 == got;
     }
-    m_lost = true;
     return false;
 }
 
 // A core that has lost power fails every read like a hole; OpenOCD's view of it tells the two
-// apart. It has none yet just after its start, so the core is asked itself then.
+// apart. It has none yet just after its start, so a core of a known kind is asked itself then.
 bool TclBackend::TargetAnswers()
 {
     static constexpr std::array<std::string_view, 4> kAnswering
@@ -121,7 +154,7 @@ bool TclBackend::TargetAnswers()
         return false;
     std::array<std::uint8_t, 4> id{};
     return std::ranges::find(kAnswering, state) != kAnswering.end()
-        || ReadPiece(kCpuIdAddress, id, 4) == PieceResult::Read;
+        || (m_isArmM && ReadPiece(kCpuIdAddress, id, 4) == PieceResult::Read);
 }
 
 PieceResult TclBackend::ReadPiece(
@@ -132,9 +165,12 @@ PieceResult TclBackend::ReadPiece(
     std::string reply;
     while (!data.empty()) {
         const Items items = NextItems(address, data.size(), width);
-        if (!Ask(TclReadCommand(address, items.width, items.count), reply))
+        m_time.Ask(items.Bytes());
+        const bool answered = Ask(TclReadCommand(address, items.width, items.count), reply);
+        if (m_lost)
             return PieceResult::LinkLost;
-        if (!ParseTclNumbers(reply, items.width, data.first(items.Bytes()), m_bigEndian))
+        if (!answered
+            || !ParseTclNumbers(reply, items.width, data.first(items.Bytes()), m_bigEndian))
             return PieceResult::Unreadable;
         data = data.subspan(items.Bytes());
         address += items.Bytes();
@@ -145,16 +181,8 @@ PieceResult TclBackend::ReadPiece(
 
 int TclBackend::Read(std::uint32_t address, std::span<std::uint8_t> data, std::uint32_t width)
 {
-    std::size_t asked = 0;
-    m_deadline = Deadline::ForPeer(kTransferLimit);
-    const auto reader = [&](std::uint32_t at, std::span<std::uint8_t> piece) {
-        asked += std::max(piece.size(), kBytesPerCommand);
-        if (asked > kTransferBytes) {
-            m_deadline = Deadline::ForPeer(kTransferLimit);
-            asked = 0;
-        }
-        return ReadPiece(at, piece, width);
-    };
+    m_time.Begin();
+    Reader reader(*this, width);
     const int result = ReadRange(address, data, kMaxRequestBytes, reader);
     if (result == 0 && !data.empty() && !TargetAnswers())
         m_lost = true;
@@ -167,6 +195,7 @@ bool TclBackend::WritePieces(
     std::string reply;
     while (!data.empty()) {
         const Items items = NextItems(address, data.size(), width);
+        m_time.Ask(items.Bytes());
         if (!Ask(TclWriteCommand(address, items.width, data.first(items.Bytes()), m_bigEndian),
                 reply)
             || !reply.empty())
@@ -182,7 +211,7 @@ int TclBackend::Write(
 {
     if (data.empty())
         return 0;
-    m_deadline = Deadline::ForPeer(kTransferLimit * (1 + data.size() / kTransferBytes));
+    m_time.Begin();
     // One access fails wholly; a longer range is tried by a read, so that no part of it is written
     // when its end does not exist. Where it was read before, that is known.
     const auto last = static_cast<std::uint32_t>(address + data.size() - 1);
@@ -197,7 +226,7 @@ int TclBackend::Write(
 // OpenOCD's configuration owns the adapter's speed, as it knows the board; it is only told here.
 std::uint32_t TclBackend::SetSpeed(std::uint32_t)
 {
-    m_deadline = Deadline::ForPeer(kTransferLimit);
+    m_time.Begin();
     std::string reply;
     return Ask("adapter speed", reply) ? FirstNumber(reply).value_or(0) : 0;
 }

@@ -2,6 +2,7 @@
 
 #include "backend.h"
 #include "knownranges.h"
+#include "peerlimits.h"
 #include "rangescan.h"
 #include "targetchoice.h"
 #include "tcplink.h"
@@ -14,10 +15,7 @@ namespace OpenProbe {
 /// exactly the wanted width, and errors that are told.
 class TclBackend : public Backend {
 public:
-    explicit TclBackend(TargetChoice choice)
-        : m_choice(std::move(choice))
-    {
-    }
+    explicit TclBackend(TargetChoice choice);
 
     std::string Open(const CancelSignal &cancel) override;
     bool Connect(const TargetSetup &) override { return Alive(); }
@@ -30,7 +28,10 @@ public:
     void Close() noexcept override { m_link.Close(); }
 
 private:
+    class Reader;
+
     [[nodiscard]] bool Ask(std::string_view command, std::string &reply);
+    [[nodiscard]] bool Receive(std::string &reply);
     [[nodiscard]] PieceResult ReadPiece(
         std::uint32_t address, std::span<std::uint8_t> data, std::uint32_t width);
     [[nodiscard]] bool WritePieces(
@@ -40,10 +41,12 @@ private:
 
     TargetChoice m_choice;
     TcpLink m_link;
-    Deadline m_deadline = Deadline::After({});
-    std::chrono::milliseconds m_progressLimit{1500};
+    TransferTime m_time;
+    std::chrono::milliseconds m_progressLimit = kHandshakeLimit;
+    std::uint32_t m_number = 0; // of the last request
     std::atomic<bool> m_lost = false;
     bool m_bigEndian = false;
+    bool m_isArmM = false;
     std::uint32_t m_coreId = 0;
     KnownRanges m_known;
 };

@@ -36,6 +36,25 @@ std::optional<std::uint32_t> HexWord(std::string_view word)
 
 } // namespace
 
+// In a procedure without a name, so that nothing stays behind in the server.
+std::string TclRequest(std::uint32_t number, std::string_view command)
+{
+    return "apply {{} {return \"" + std::to_string(number) + " [catch {" + std::string(command)
+        + "} result] $result\"}}" + kTclEnd;
+}
+
+std::optional<TclReply> ParseTclReply(std::string_view reply, std::uint32_t number)
+{
+    const std::string head = std::to_string(number) + ' ';
+    if (!reply.starts_with(head))
+        return std::nullopt;
+    reply.remove_prefix(head.size());
+    const std::size_t end = reply.find(' ');
+    if (end == std::string_view::npos)
+        return std::nullopt;
+    return TclReply{reply.substr(0, end) != "0", reply.substr(end + 1)};
+}
+
 std::string TclReadCommand(std::uint32_t address, std::uint32_t width, std::size_t count)
 {
     return Head("read_memory", address, width) + std::to_string(count);

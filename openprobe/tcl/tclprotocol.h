@@ -11,6 +11,19 @@ namespace OpenProbe {
 /// Ends every command and every reply of OpenOCD's Tcl server.
 inline constexpr char kTclEnd = '\x1a';
 
+/// A command that makes the server put the number and the command's result code in front of its
+/// reply, so that an answer to another request is never taken for this one's. Complete.
+[[nodiscard]] std::string TclRequest(std::uint32_t number, std::string_view command);
+
+/// What a command has answered.
+struct TclReply {
+    bool failed = false;
+    std::string_view text; // a result, or the words of the failure
+};
+
+/// Takes a reply without its end mark apart. Nothing when it is not the answer to that number.
+[[nodiscard]] std::optional<TclReply> ParseTclReply(std::string_view reply, std::uint32_t number);
+
 /// "read_memory 0x20000000 32 4". @param width  1, 2 or 4 bytes
 [[nodiscard]] std::string TclReadCommand(
     std::uint32_t address, std::uint32_t width, std::size_t count);

@@ -56,6 +56,13 @@ void GdbBackendTest::everyMannerOfStubIsUnderstood_data()
     row("refused requests", [](M &m) { m.refusals = 2; });
     row("prints in between", [](M &m) { m.before = "$O48690a#bb"; });
     row("notifies in between", [](M &m) { m.before = "%Other:x#b4"; });
+    row("an emulator that ran", [](M &m) { m.emulator = m.ranBefore = true; });
+    row("a halted emulator", [](M &m) { m.emulator = true; });
+    row("prints 200 KiB between reads", [](M &m) {
+        m.ranBefore = true;
+        m.features = "PacketSize=1000;QStartNoAckMode+";
+        m.printedPackets = 100;
+    });
 }
 
 void GdbBackendTest::everyMannerOfStubIsUnderstood()
@@ -113,7 +120,8 @@ void GdbBackendTest::requestsAreAsLongAndAsWideAsAllowed()
     QCOMPARE(OpenError(backend), QString());
     const qsizetype before = stub.Requests().size();
     QCOMPARE(Bytes(backend, address, count, width).size(), count);
-    QTEST(stub.Requests().mid(before).join(' '), "requests");
+    const QStringList asked = stub.Requests().mid(before);
+    QTEST(asked.filter(QRegularExpression("^m")).join(' '), "requests");
     backend.Close();
 }
 
