@@ -47,19 +47,24 @@ bool NoteGreeting(RspSession &session, GdbStub &stub)
 
 // A machine that we have stopped by connecting runs on as soon as that is known: whatever else
 // there is to find out waits for that. Only one emulator is known to take several requests in one
-// piece, and only it knows this question.
-bool LetMachineRunOn(RspSession &session, GdbStub &stub, Deadline deadline)
+// piece, and only it knows this question. What it tells of itself gives it away before: then the
+// question and "continue" go out together.
+bool LetMachineRunOn(RspSession &session, GdbStub &stub, bool looksLikeEmulator, Deadline deadline)
 {
+    const std::string request = "qqemu.sstepbits";
+    const bool greeted = stub.state == GdbRunState::HaltedByUs;
     std::string reply;
-    if (!session.Ask("qqemu.sstepbits", reply, deadline))
-        return false;
+    if (greeted && looksLikeEmulator) {
+        stub.decided = session.AskInOneStop({&request, 1}, {&reply, 1}, deadline);
+    } else {
+        if (!session.Ask(request, reply, deadline))
+            return false;
+        stub.decided = greeted && reply.starts_with("ENABLE=") && session.Tell("c", deadline);
+    }
     stub.inOneStop = reply.starts_with("ENABLE=");
-    if (!stub.inOneStop || stub.state != GdbRunState::HaltedByUs)
-        return true;
-    stub.decided = session.Tell("c", deadline);
     if (stub.decided)
         stub.state = GdbRunState::Running;
-    return stub.decided;
+    return stub.decided || !greeted || !stub.inOneStop;
 }
 
 bool NegotiateModes(RspSession &session, GdbStub &stub, Deadline deadline)
@@ -86,7 +91,7 @@ bool NegotiateModes(RspSession &session, GdbStub &stub, Deadline deadline)
             return false;
         stub.nonStop = reply == "OK";
     }
-    return true;
+    return stub.nonStop || LetMachineRunOn(session, stub, features.looksLikeEmulator, deadline);
 }
 
 // A process that the stub has attached to ran before that, so it runs on; one that the stub has
@@ -139,10 +144,8 @@ bool FindRunState(RspSession &session, GdbStub &stub, Deadline deadline)
 
 bool ShakeHands(RspSession &session, GdbStub &stub, Deadline deadline)
 {
-    if (!NegotiateModes(session, stub, deadline)
-        || (!stub.nonStop && !LetMachineRunOn(session, stub, deadline)))
-        return false;
-    return stub.decided || FindRunState(session, stub, deadline);
+    return NegotiateModes(session, stub, deadline)
+        && (stub.decided || FindRunState(session, stub, deadline));
 }
 
 bool CollectStops(RspSession &session, Deadline deadline)

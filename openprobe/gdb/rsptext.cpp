@@ -38,6 +38,7 @@ RspFeatures ParseFeatures(std::string_view reply)
 {
     constexpr std::string_view kPacketSize = "PacketSize=";
     RspFeatures features;
+    features.looksLikeEmulator = reply.ends_with(";vContSupported+;multiprocess+");
     while (!reply.empty()) {
         const std::string_view feature = TakeUntil(reply, ';');
         if (feature == "QStartNoAckMode+")

@@ -26,6 +26,7 @@ struct RspFeatures {
     bool nonStop = false;
     bool knowsMemoryMap = false; // has the request, whether or not it has a map
     bool describesTarget = false;
+    bool looksLikeEmulator = false; // offers what the one emulator offers that we know
 };
 [[nodiscard]] RspFeatures ParseFeatures(std::string_view reply);
 

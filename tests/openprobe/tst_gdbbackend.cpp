@@ -57,6 +57,10 @@ void GdbBackendTest::everyMannerOfStubIsUnderstood_data()
     row("prints in between", [](M &m) { m.before = "$O48690a#bb"; });
     row("notifies in between", [](M &m) { m.before = "%Other:x#b4"; });
     row("an emulator that ran", [](M &m) { m.emulator = m.ranBefore = true; });
+    row("an emulator that says what it is", [](M &m) {
+        m.emulator = m.ranBefore = true;
+        m.features += ";vContSupported+;multiprocess+";
+    });
     row("a halted emulator", [](M &m) { m.emulator = true; });
     row("prints 200 KiB between reads", [](M &m) {
         m.ranBefore = true;
