@@ -62,6 +62,13 @@ TcpLink::Failure TcpLink::Connect(
     return failure;
 }
 
+void TcpLink::Take(int descriptor, const CancelSignal &cancel) noexcept
+{
+    Close();
+    m_cancel = &cancel;
+    m_descriptor = descriptor;
+}
+
 TcpLink::Failure TcpLink::ConnectTo(
     const sockaddr *address, unsigned size, int family, Deadline deadline)
 {

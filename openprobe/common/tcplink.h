@@ -33,6 +33,9 @@ public:
     [[nodiscard]] Failure Connect(
         const std::string &host, std::uint16_t port, Deadline deadline, const CancelSignal &cancel);
 
+    /// Uses a connection that is there already, and closes it in the end.
+    void Take(int descriptor, const CancelSignal &cancel) noexcept;
+
     /// Sends the bytes and answers the end that could not be sent: empty, or what a deadline, a
     /// cancel or a broken connection has cut off.
     [[nodiscard]] std::string_view Send(std::string_view bytes, Deadline deadline);

@@ -113,6 +113,18 @@ std::string GdbBackend::Open(const CancelSignal &cancel)
         return ConnectError(m_choice, failure, m_link,
             "Start the target, e.g. qemu-system-arm ... -gdb tcp::" + std::to_string(m_choice.port)
                 + ".");
+    return Greet();
+}
+
+std::string GdbBackend::OpenOver(int descriptor, const CancelSignal &cancel)
+{
+    m_cancel = &cancel;
+    m_link.Take(descriptor, cancel);
+    return Greet();
+}
+
+std::string GdbBackend::Greet()
+{
     const bool understood = ShakeHands(m_session, m_stub, Deadline::ForPeer(kHandshakeLimit));
     if (understood) {
         RememberTarget(m_choice, m_stub);

@@ -23,6 +23,8 @@ public:
     explicit GdbBackend(TargetChoice choice);
 
     std::string Open(const CancelSignal &cancel) override;
+    /// As Open over a connection that is there already, which is then this object's.
+    std::string OpenOver(int descriptor, const CancelSignal &cancel);
     bool Connect(const TargetSetup &setup) override;
     bool Alive() const noexcept override;
     int Read(std::uint32_t address, std::span<std::uint8_t> data, std::uint32_t width) override;
@@ -39,6 +41,7 @@ private:
         std::span<std::uint8_t> data;
     };
 
+    [[nodiscard]] std::string Greet();
     void FindCoreId();
     [[nodiscard]] std::string ReadDocument(const std::string &name);
     [[nodiscard]] bool BeginAccess();

@@ -69,6 +69,17 @@ std::string TclBackend::Open(const CancelSignal &cancel)
         return ConnectError(m_choice, failure, m_link,
             "Start OpenOCD for your board, e.g. openocd -f board.cfg; its Tcl server is at port "
             "6666.");
+    return Greet();
+}
+
+std::string TclBackend::OpenOver(int descriptor, const CancelSignal &cancel)
+{
+    m_link.Take(descriptor, cancel);
+    return Greet();
+}
+
+std::string TclBackend::Greet()
+{
     const std::string where = HostAndPort(m_choice);
     m_time.Begin();
     std::string reply;

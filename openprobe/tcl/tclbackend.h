@@ -18,6 +18,8 @@ public:
     explicit TclBackend(TargetChoice choice);
 
     std::string Open(const CancelSignal &cancel) override;
+    /// As Open over a connection that is there already, which is then this object's.
+    std::string OpenOver(int descriptor, const CancelSignal &cancel);
     bool Connect(const TargetSetup &) override { return Alive(); }
     bool Alive() const noexcept override { return !m_lost && !m_link.HungUp(); }
     int Read(std::uint32_t address, std::span<std::uint8_t> data, std::uint32_t width) override;
@@ -30,6 +32,7 @@ public:
 private:
     class Reader;
 
+    [[nodiscard]] std::string Greet();
     [[nodiscard]] bool Ask(std::string_view command, std::string &reply);
     [[nodiscard]] bool Receive(std::string &reply);
     [[nodiscard]] PieceResult ReadPiece(
