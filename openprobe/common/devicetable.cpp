@@ -33,6 +33,9 @@ constexpr std::uint32_t kA53 = 0x1400FFFF;
 constexpr std::uint32_t kR4 = 0x0C0000FF;
 constexpr std::uint32_t kR5 = 0x0C0100FF;
 constexpr std::uint32_t kRv32 = 0x13FFFFFF;
+constexpr std::uint32_t kRv64 = 0x1300FFFF;
+constexpr std::uint32_t kMips = 0x11FFFFFF;
+constexpr std::uint32_t kNoCoreId = 0;
 
 constexpr std::uint32_t kKiB = 1024;
 constexpr std::uint32_t kMiB = 1024 * kKiB;
@@ -49,6 +52,11 @@ constexpr std::array kDevices = {
     DeviceEntry{"QEMU", "lm3s6965evb", kM3, 0, 256 * kKiB, kRam, 64 * kKiB, 1, kLittle},
     DeviceEntry{"QEMU", "mps2-an385", kM3, 0, 4 * kMiB, kRam, 4 * kMiB, 1, kLittle},
     DeviceEntry{"QEMU", "stm32vldiscovery", kM3, kFlash, 128 * kKiB, kRam, 8 * kKiB, 1, kLittle},
+    DeviceEntry{"QEMU", "malta", kMips, 0xBFC00000, 4 * kMiB, 0x80000000, 16 * kMiB, 1, kBig},
+    DeviceEntry{"QEMU", "virt (RV32)", kRv32, kRam, 64 * kMiB, 0x80000000, 16 * kMiB, 1, kLittle},
+    DeviceEntry{"QEMU", "virt (RV64)", kRv64, kRam, 64 * kMiB, 0x80000000, 16 * kMiB, 2, kLittle},
+    DeviceEntry{"QEMU", "virt (AArch64)", kA53, 0, 128 * kMiB, 0x40000000, 16 * kMiB, 2, kLittle},
+    DeviceEntry{"QEMU", "mega2560", kNoCoreId, 0, 256 * kKiB, 0x00800200, 8 * kKiB, 1, kLittle},
     DeviceEntry{"Generic", "Generic Cortex-M0", kM0, 0, 0, 0, 0, 1, kLittle},
     DeviceEntry{"Generic", "Generic Cortex-M3", kM3, 0, 0, 0, 0, 1, kLittle},
     DeviceEntry{"Generic", "Generic Cortex-M4", kM4, 0, 0, 0, 0, 1, kLittle},
