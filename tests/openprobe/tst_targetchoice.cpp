@@ -9,6 +9,7 @@ class TargetChoiceTest : public QObject {
 private slots:
     void aSelectorNamesATargetOrIsRefusedByName_data();
     void aSelectorNamesATargetOrIsRefusedByName();
+    void aSelectorBrokenAtAnyByteIsStillOneOrRefused();
 };
 
 void TargetChoiceTest::aSelectorNamesATargetOrIsRefusedByName_data()
@@ -63,6 +64,26 @@ void TargetChoiceTest::aSelectorNamesATargetOrIsRefusedByName()
                                .arg(choice.process.c_str())
                                .simplified();
     QTEST(choice.error.empty() ? target : QString::fromStdString(choice.error), "meaning");
+}
+
+void TargetChoiceTest::aSelectorBrokenAtAnyByteIsStillOneOrRefused()
+{
+    const auto check = [](const QByteArray &text) {
+        const TargetChoice choice = ParseSelector(text.toStdString(), 0);
+        const bool remote = choice.kind == TargetKind::Gdb || choice.kind == TargetKind::Tcl;
+        static const QRegularExpression kHost("^[-A-Za-z0-9._:%]+$");
+        const QString host = QString::fromStdString(choice.host);
+        const bool reachable = !remote || (choice.port != 0 && kHost.match(host).hasMatch());
+        return !choice.error.empty() || (reachable && choice.simIndex >= 0 && choice.simIndex <= 3);
+    };
+    for (const QByteArray selector : {"gdb:board.lab-3:1234", "tcl:[fe80::1%eth0]:6666",
+             "192.168.2.3:65535", "pid:4711", "sim:3", "28100001", "localhost"}) {
+        for (int at = 0; at < selector.size(); ++at) {
+            QVERIFY2(check(selector.left(at)), selector);
+            for (const char byte : {'\0', ' ', ':', '[', ']', '0', '9', '-', '\x1a', '\xff'})
+                QVERIFY2(check(QByteArray(selector).replace(at, 1, QByteArray(1, byte))), selector);
+        }
+    }
 }
 
 QTEST_GUILESS_MAIN(TargetChoiceTest)
