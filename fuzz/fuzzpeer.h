@@ -70,7 +70,7 @@ protected:
     }
 
 private:
-    static constexpr int kMomentMs = 20;
+    static constexpr int kMomentMs = 10;
 
     int m_here = -1;
     int m_there = -1;

@@ -424,8 +424,9 @@ void GdbBackend::Close() noexcept
     } catch (...) {
         m_lost = true; // no memory left for a packet: nothing more can be found out
     }
-    const bool halted = m_stub.state == GdbRunState::HaltedByUs;
-    const std::string_view farewell = halted ? kContinuePacket : m_session.Unsent();
+    std::string_view farewell = m_session.Unsent(); // ends with "continue"
+    if (farewell.empty() && m_stub.state == GdbRunState::HaltedByUs)
+        farewell = kContinuePacket;
     if (!farewell.empty()) {
         const Deadline deadline = Deadline::After(kFarewellLimit);
         if (m_link.Send(farewell, deadline).empty() && !frozen)

@@ -54,17 +54,19 @@ bool LetMachineRunOn(RspSession &session, GdbStub &stub, bool looksLikeEmulator,
     const std::string request = "qqemu.sstepbits";
     const bool greeted = stub.state == GdbRunState::HaltedByUs;
     std::string reply;
+    bool answered = false;
     if (greeted && looksLikeEmulator) {
-        stub.decided = session.AskInOneStop({&request, 1}, {&reply, 1}, deadline);
+        answered = session.AskInOneStop({&request, 1}, {&reply, 1}, deadline);
+        stub.decided = session.Unsent().empty(); // "continue" is on its way, whatever comes back
     } else {
-        if (!session.Ask(request, reply, deadline))
-            return false;
-        stub.decided = greeted && reply.starts_with("ENABLE=") && session.Tell("c", deadline);
+        answered = session.Ask(request, reply, deadline);
+        stub.decided
+            = answered && greeted && reply.starts_with("ENABLE=") && session.Tell("c", deadline);
     }
     stub.inOneStop = reply.starts_with("ENABLE=");
     if (stub.decided)
         stub.state = GdbRunState::Running;
-    return stub.decided || !greeted || !stub.inOneStop;
+    return answered && (stub.decided || !greeted || !stub.inOneStop);
 }
 
 bool NegotiateModes(RspSession &session, GdbStub &stub, Deadline deadline)

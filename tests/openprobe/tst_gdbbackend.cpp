@@ -20,6 +20,7 @@ private slots:
     void aServersHaltForUsIsTakenBack();
     void aBreakpointThatWasFasterStaysInForce();
     void onlyAnAttachedProcessRunsOnInNonStopMode();
+    void aCancelledOpenLeavesTheTargetRunning_data();
     void aCancelledOpenLeavesTheTargetRunning();
     void longReadsLetTheTargetRunAndWritesAskFirst();
 
@@ -215,19 +216,45 @@ void GdbBackendTest::onlyAnAttachedProcessRunsOnInNonStopMode()
     }
 }
 
-// A cancel that comes as early as it can: the stub has seen the connection and stopped its target.
+void GdbBackendTest::aCancelledOpenLeavesTheTargetRunning_data()
+{
+    QTest::addColumn<bool>("emulator");
+    QTest::addColumn<QByteArray>("cancelledAt");
+    // As early as it can come: the stub has seen the connection and stopped its target.
+    QTest::newRow("before the first question") << false << QByteArray();
+    QTest::newRow("while it says what it supports") << false << QByteArray("qSupported");
+    QTest::newRow("while it says how it stands") << false << QByteArray("?");
+    QTest::newRow("emulator, before the first question") << true << QByteArray();
+    QTest::newRow("emulator, while it says what it supports") << true << QByteArray("qSupported");
+    QTest::newRow("emulator, when it runs already") << true << QByteArray("qqemu.sstepbits");
+}
+
 void GdbBackendTest::aCancelledOpenLeavesTheTargetRunning()
 {
+    QFETCH(bool, emulator);
+    QFETCH(QByteArray, cancelledAt);
+    const CancelSignal cancel;
     FakeStub::Manners manners;
     manners.ranBefore = true;
+    manners.emulator = emulator;
+    manners.features = "PacketSize=1000;vContSupported+;multiprocess+";
+    if (!emulator)
+        manners.features = "PacketSize=1000";
+    manners.spoil = [&](const QByteArray &request) {
+        if (request == cancelledAt)
+            cancel.Raise(); // and the answer comes all the same
+        return QByteArray();
+    };
+    if (cancelledAt.isEmpty())
+        cancel.Raise();
     FakeStub stub(manners);
-    const CancelSignal cancel;
-    cancel.Raise();
     GdbBackend backend(At(stub.Port()));
-    QVERIFY(!backend.Open(cancel).empty());
+    const bool opened = backend.Open(cancel).empty();
     backend.Close();
-    QTRY_COMPARE_WITH_TIMEOUT(stub.Requests().count("c"), 1, 60'000);
-    QTRY_VERIFY_WITH_TIMEOUT(stub.Runs(), 60'000);
+    QVERIFY(!opened || !cancelledAt.isEmpty()); // an answer may be faster than the cancel
+    QTRY_COMPARE_WITH_TIMEOUT(stub.Served(), 1, 60'000);
+    QVERIFY(stub.Runs());
+    QCOMPARE(stub.Requests().count("c"), 1);
 }
 
 void GdbBackendTest::longReadsLetTheTargetRunAndWritesAskFirst()
