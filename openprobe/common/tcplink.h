@@ -27,9 +27,8 @@ public:
     ~TcpLink() { Close(); }
 
     /// Connects to the first address of the host that accepts. A peer that accepted before the
-    /// deadline or the cancel took effect counts as connected: it may have stopped its target. Only
-    /// looking up a name is out of reach of deadline and cancel: the system offers no way to end
-    /// it.
+    /// deadline or the cancel took effect counts as connected: it may have stopped its target. Name
+    /// lookup alone ignores deadline and cancel: the system offers no way to end it.
     [[nodiscard]] Failure Connect(
         const std::string &host, std::uint16_t port, Deadline deadline, const CancelSignal &cancel);
 

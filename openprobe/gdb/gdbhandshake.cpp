@@ -45,10 +45,10 @@ bool NoteGreeting(RspSession &session, GdbStub &stub)
     return !stop->ended;
 }
 
-// A machine that we have stopped by connecting runs on as soon as that is known: whatever else
-// there is to find out waits for that. Only one emulator is known to take several requests in one
-// piece, and only it knows this question. What it tells of itself gives it away before: then the
-// question and "continue" go out together.
+// A machine that we have stopped by connecting is let run as soon as that is known; all other
+// questions come after that. Only one emulator is known to take several requests in one piece, and
+// only it answers this question. Where its list of features shows already what it is, the question
+// and "continue" go out together.
 bool LetMachineRunOn(RspSession &session, GdbStub &stub, bool looksLikeEmulator, Deadline deadline)
 {
     const std::string request = "qqemu.sstepbits";

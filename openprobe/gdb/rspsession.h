@@ -62,7 +62,7 @@ public:
 
     /// Takes what has come unasked, to the end of a packet that has begun; waits for nothing else.
     /// Printed text and notifications are dropped, stops kept. False when there is a reply to
-    /// nothing, when it is not this protocol, or when the peer still talks at the deadline.
+    /// nothing, when it is not this protocol, or when the peer is still sending at the deadline.
     [[nodiscard]] bool TakeUnasked(Deadline deadline);
 
     /// The last stop that came unasked, once.
