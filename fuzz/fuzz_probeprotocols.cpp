@@ -1,17 +1,18 @@
-// What peers and users send to the probe library: debug stubs, Tcl servers, selectors, and memory
-// with any pattern of holes. The first byte chooses what the rest is taken for.
+// What peers and users send to the probe library, piece by piece: debug stubs, Tcl servers,
+// selectors. The first byte chooses what the rest is taken for.
 
-#include "backend.h"
+#include "hextext.h"
 #include "knownranges.h"
-#include "rangescan.h"
 #include "rspparser.h"
 #include "rsptext.h"
-#include "selection.h"
+#include "targetchoice.h"
 #include "tclprotocol.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <string_view>
+#include <vector>
 
 using namespace OpenProbe;
 
@@ -23,7 +24,25 @@ void Require(bool holds)
         std::abort();
 }
 
-void FuzzStub(std::string_view text)
+void CheckPayload(const std::string &payload)
+{
+    Require(payload.size() <= RspParser::kMaxPayload);
+    const RspFeatures features = ParseFeatures(payload);
+    Require(features.packetSize == 0 || payload.find("PacketSize=") != std::string::npos);
+    (void)ParseStop(payload);
+    (void)IsConsoleOutput(payload);
+    std::vector<std::uint8_t> bytes(payload.size() / 2);
+    if (DecodeHex(payload, bytes)) {
+        std::string again;
+        AppendHex(again, bytes);
+        std::string lower = payload;
+        std::ranges::transform(lower, lower.begin(),
+            [](char c) { return c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c; });
+        Require(again == lower);
+    }
+}
+
+void FuzzStream(std::string_view text)
 {
     RspParser parser;
     bool broken = false;
@@ -31,20 +50,16 @@ void FuzzStub(std::string_view text)
         const RspParser::Event event = parser.Feed(byte);
         Require(!broken || event == RspParser::Event::Broken);
         broken = event == RspParser::Event::Broken;
-        if (event != RspParser::Event::Packet && event != RspParser::Event::Notification)
-            continue;
-        const std::string &payload = parser.Payload();
-        Require(payload.size() <= RspParser::kMaxPayload);
-        (void)ParseFeatures(payload);
-        (void)ParseStop(payload);
-        (void)IsConsoleOutput(payload);
-        std::array<std::uint8_t, 16> bytes{};
-        if (DecodeHex(payload, bytes)) {
-            std::string again;
-            AppendHex(again, bytes);
-            Require(again.size() == payload.size());
-        }
+        if (event == RspParser::Event::Packet || event == RspParser::Event::Notification)
+            CheckPayload(parser.Payload());
     }
+}
+
+void FuzzStub(std::string_view text)
+{
+    FuzzStream(text);
+    FuzzStream(RspPacket(text)); // with the right checksum nearly every text is a packet
+    CheckPayload("PacketSize=" + std::string(text));
 }
 
 // What is sent comes out of a parser as it went in, behind whatever noise.
@@ -85,43 +100,12 @@ void FuzzTcl(std::string_view text)
 
 void FuzzSelector(std::string_view text)
 {
-    const Selection selection = ParseSelector(text, 0);
-    if (!selection.error.empty())
+    const TargetChoice choice = ParseSelector(text, 0);
+    if (!choice.error.empty())
         return;
-    Require(selection.simIndex >= 0 && selection.simIndex <= 3);
-    if (selection.kind == TargetKind::Gdb || selection.kind == TargetKind::Tcl)
-        Require(selection.port != 0 && !selection.host.empty() && selection.host.size() <= 253);
-}
-
-// Each bit of the input is one byte of memory that answers or not; compared with the plain rule.
-void FuzzRange(std::string_view text)
-{
-    if (text.size() < 2)
-        return;
-    const auto maxPiece = static_cast<std::uint32_t>(4 + static_cast<unsigned char>(text[0]) % 64);
-    text.remove_prefix(1);
-    const std::size_t count = std::min<std::size_t>(text.size() * 8, 1024);
-    const auto answers = [&](std::size_t at) { return (text[at / 8] >> at % 8 & 1) != 0; };
-    std::array<std::uint8_t, 1024> data{};
-    constexpr std::uint32_t kStart = 0xFFFFFC00;
-    const int result = ReadRange(kStart, std::span(data).first(count), maxPiece,
-        [&](std::uint32_t address, std::span<std::uint8_t> piece) {
-            Require(!piece.empty() && piece.size() <= maxPiece
-                && address - kStart + piece.size() <= count);
-            for (std::size_t i = 0; i < piece.size(); ++i) {
-                if (!answers(address - kStart + i))
-                    return PieceResult::Unreadable;
-            }
-            return PieceResult::Read;
-        });
-    std::size_t prefix = 0;
-    while (prefix < count && answers(prefix))
-        ++prefix;
-    bool behind = false;
-    for (std::size_t i = prefix; i < count; ++i)
-        behind = behind || answers(i);
-    Require(result == static_cast<int>(prefix) || (result == kTransferFailed && behind));
-    Require(count > 4 || (result == kTransferFailed) == behind);
+    Require(choice.simIndex >= 0 && choice.simIndex <= 3);
+    if (choice.kind == TargetKind::Gdb || choice.kind == TargetKind::Tcl)
+        Require(choice.port != 0 && !choice.host.empty() && choice.host.size() <= 253);
 }
 
 void FuzzKnownRanges(std::string_view text)
@@ -147,8 +131,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (size == 0)
         return 0;
     const std::string_view text(reinterpret_cast<const char *>(data) + 1, size - 1);
-    constexpr std::array kTargets
-        = {FuzzStub, FuzzPacket, FuzzTcl, FuzzSelector, FuzzRange, FuzzKnownRanges};
+    constexpr std::array kTargets = {FuzzStub, FuzzPacket, FuzzTcl, FuzzSelector, FuzzKnownRanges};
     kTargets[data[0] % kTargets.size()](text);
     return 0;
 }

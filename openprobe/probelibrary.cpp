@@ -3,6 +3,7 @@
 #include "deadline.h"
 #include "devicetable.h"
 #include "gdbbackend.h"
+#include "openerrors.h"
 #include "pidbackend.h"
 #include "simbackend.h"
 #include "tclbackend.h"
@@ -15,7 +16,6 @@ namespace OpenProbe {
 namespace {
 
 constexpr std::chrono::milliseconds kCloseWait{300};
-constexpr const char *kCanceledText = "Operation canceled";
 constexpr std::string_view kDeviceCommand = "Device";
 
 std::string_view WithoutBlanks(std::string_view text)
@@ -44,19 +44,19 @@ private:
 
 } // namespace
 
-std::unique_ptr<Backend> MakeBackend(const Selection &selection)
+std::unique_ptr<Backend> MakeBackend(const TargetChoice &choice)
 {
-    switch (selection.kind) {
+    switch (choice.kind) {
     case TargetKind::Gdb:
-        return std::make_unique<GdbBackend>(selection);
+        return std::make_unique<GdbBackend>(choice);
     case TargetKind::Tcl:
-        return std::make_unique<TclBackend>(selection);
+        return std::make_unique<TclBackend>(choice);
     case TargetKind::Pid:
-        return std::make_unique<PidBackend>(selection.process);
+        return std::make_unique<PidBackend>(choice.process);
     case TargetKind::Sim:
         break;
     }
-    return std::make_unique<SimBackend>(selection.simIndex);
+    return std::make_unique<SimBackend>(choice.simIndex);
 }
 
 ProbeLibrary &ProbeLibrary::Instance()
@@ -80,17 +80,17 @@ const char *ProbeLibrary::Open()
 std::string ProbeLibrary::OpenSelected(std::uint64_t mark)
 {
     TearDown();
-    Selection selection;
+    TargetChoice choice;
     {
         const std::lock_guard lock(m_setupMutex);
-        selection = std::exchange(m_selection, std::nullopt).value_or(Selection{});
+        choice = std::exchange(m_choice, std::nullopt).value_or(TargetChoice{});
         m_speedInUseKHz = 0;
     }
     if (!m_gate.ClearForOpen(mark))
         return kCanceledText;
-    if (!selection.error.empty())
-        return selection.error;
-    auto backend = MakeBackend(selection);
+    if (!choice.error.empty())
+        return choice.error;
+    auto backend = MakeBackend(choice);
     std::string error = backend->Open(m_gate.Cancelled());
     if (error.empty()) {
         m_gate.WithState([&](bool) { m_backend = std::move(backend); });
@@ -173,10 +173,10 @@ bool ProbeLibrary::Connect()
     return connected;
 }
 
-void ProbeLibrary::Select(Selection selection)
+void ProbeLibrary::Select(TargetChoice choice)
 {
     const std::lock_guard lock(m_setupMutex);
-    m_selection = std::move(selection);
+    m_choice = std::move(choice);
 }
 
 bool ProbeLibrary::ExecCommand(std::string_view command, std::string &reply)
@@ -195,35 +195,11 @@ bool ProbeLibrary::ExecCommand(std::string_view command, std::string &reply)
     return known;
 }
 
-void ProbeLibrary::SetEndian(int endianMode)
-{
-    const std::lock_guard lock(m_setupMutex);
-    m_setup.endianMode = endianMode;
-}
-
-bool ProbeLibrary::SelectInterface(int targetInterface)
-{
-    static constexpr std::array kKnown = {0, 1, 3, 4}; // JTAG, SWD, FINE, ICSP
-    if (std::ranges::find(kKnown, targetInterface) == kKnown.end())
-        return false;
-    const std::lock_guard lock(m_setupMutex);
-    m_setup.targetInterface = targetInterface;
-    return true;
-}
-
-void ProbeLibrary::ConfigureChain(int irPre, int drPre)
-{
-    const std::lock_guard lock(m_setupMutex);
-    m_setup.irPre = irPre;
-    m_setup.drPre = drPre;
-}
-
-void ProbeLibrary::SetSpeed(std::uint32_t speedKHz, bool maximum)
+void ProbeLibrary::SetSpeed(std::uint32_t speedKHz)
 {
     {
         const std::lock_guard lock(m_setupMutex);
         m_setup.speedKHz = speedKHz;
-        m_setup.maxSpeed = maximum;
     }
     if (!IsConnected())
         return; // Connect applies it

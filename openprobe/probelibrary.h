@@ -2,7 +2,7 @@
 
 #include "backend.h"
 #include "operationgate.h"
-#include "selection.h"
+#include "targetchoice.h"
 
 #include <array>
 #include <memory>
@@ -27,18 +27,15 @@ public:
     [[nodiscard]] bool IsConnected();
     [[nodiscard]] bool Connect();
 
-    /// Keeps the selection for the next Open alone, so that a later Open without one gets the
+    /// Keeps the choice for the next Open alone, so that a later Open without one gets the
     /// default target and not an old host.
-    void Select(Selection selection);
+    void Select(TargetChoice choice);
 
     /// Runs "NAME = VALUE". False when the command or its value is unknown. The reply is for
     /// people.
     bool ExecCommand(std::string_view command, std::string &reply);
 
-    void SetEndian(int endianMode);
-    [[nodiscard]] bool SelectInterface(int targetInterface);
-    void ConfigureChain(int irPre, int drPre);
-    void SetSpeed(std::uint32_t speedKHz, bool maximum);
+    void SetSpeed(std::uint32_t speedKHz);
 
     [[nodiscard]] std::uint32_t SpeedKHz();
     [[nodiscard]] std::uint32_t CoreId();
@@ -61,11 +58,11 @@ private:
 
     std::mutex m_setupMutex; // guards the set-up below; nothing is called under it
     TargetSetup m_setup;
-    std::optional<Selection> m_selection;
+    std::optional<TargetChoice> m_choice;
     std::uint32_t m_speedInUseKHz = 0;
 };
 
-/// Makes the back end of a selection that holds no error.
-[[nodiscard]] std::unique_ptr<Backend> MakeBackend(const Selection &selection);
+/// Makes the back end of a choice that holds no error.
+[[nodiscard]] std::unique_ptr<Backend> MakeBackend(const TargetChoice &choice);
 
 } // namespace OpenProbe

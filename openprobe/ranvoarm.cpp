@@ -8,6 +8,7 @@
 #include "probelibrary.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cstring>
 
@@ -42,9 +43,9 @@ int SelectSim(int index)
 {
     return Guarded(
         [&](ProbeLibrary &library) {
-            OpenProbe::Selection selection;
-            selection.simIndex = index;
-            library.Select(std::move(selection));
+            OpenProbe::TargetChoice choice;
+            choice.simIndex = index;
+            library.Select(std::move(choice));
             return kOk;
         },
         kError);
@@ -98,9 +99,9 @@ int RANVOARM_SelectIP(const char *host, int port)
 {
     return Guarded(
         [&](ProbeLibrary &library) {
-            auto selection = OpenProbe::ParseSelector(host != nullptr ? host : "", port);
-            const int result = selection.error.empty() ? kOk : kError;
-            library.Select(std::move(selection)); // a refused text is what Open will complain about
+            auto choice = OpenProbe::ParseSelector(host != nullptr ? host : "", port);
+            const int result = choice.error.empty() ? kOk : kError;
+            library.Select(std::move(choice)); // a refused text is what Open will complain about
             return result;
         },
         kError);
@@ -130,41 +131,35 @@ int RANVOARM_ExecCommand(const char *command, char *reply, int replySize)
         kError);
 }
 
+// Byte order, interface and scan chain are checked and then forgotten: memory is handed over in
+// address order, and what stands between a debug server and its chip is the server's own affair.
 int RANVOARM_SetEndian(int endianMode)
 {
-    if (endianMode != 0 && endianMode != 1)
-        return kError;
-    return Guarded(
-        [&](ProbeLibrary &library) { return library.SetEndian(endianMode), kOk; }, kError);
+    return endianMode == 0 || endianMode == 1 ? kOk : kError;
 }
 
 int RANVOARM_TIF_Select(int targetInterface)
 {
-    return Guarded(
-        [&](ProbeLibrary &library) {
-            return library.SelectInterface(targetInterface) ? kOk : kError;
-        },
-        kError);
+    static constexpr std::array kKnown = {0, 1, 3, 4}; // JTAG, SWD, FINE, ICSP
+    return std::ranges::find(kKnown, targetInterface) != kKnown.end() ? kOk : kError;
 }
 
-int RANVOARM_ConfigJTAG(int irPre, int drPre)
+int RANVOARM_ConfigJTAG(int, int)
 {
-    return Guarded(
-        [&](ProbeLibrary &library) { return library.ConfigureChain(irPre, drPre), kOk; }, kError);
+    return kOk;
 }
 
 int RANVOARM_SetSpeed(uint32_t speedKHz)
 {
     if (speedKHz == 0 || (speedKHz > kMaxSpeedKHz && speedKHz != RANVO_SPEED_ADAPTIVE))
         return kError;
-    return Guarded(
-        [&](ProbeLibrary &library) { return library.SetSpeed(speedKHz, false), kOk; }, kError);
+    return Guarded([&](ProbeLibrary &library) { return library.SetSpeed(speedKHz), kOk; }, kError);
 }
 
 int RANVOARM_SetMaxSpeed(void)
 {
     return Guarded(
-        [](ProbeLibrary &library) { return library.SetSpeed(kMaxSpeedKHz, true), kOk; }, kError);
+        [](ProbeLibrary &library) { return library.SetSpeed(kMaxSpeedKHz), kOk; }, kError);
 }
 
 int RANVOARM_Connect(void)

@@ -5,6 +5,7 @@ demo_dir=$PWD/build/demo
 demo_pids=()
 demo_process=
 demo_base=0x00000000 # where the memory window starts
+demo_machine=arm     # which machine ./run --qemu shows
 
 demo_stop() {
     local pid
@@ -62,15 +63,62 @@ demo_start_target() {
     esac
 }
 
+# demo_qemu MACHINE: fills demo_qemu_command with the machine and its firmware, demo_base with the
+# place worth looking at, demo_device with its name in the device list and demo_big with its byte order.
+demo_qemu() {
+    local images=openprobe/firmware
+    demo_big=0
+    case $1 in
+    arm)
+        demo_qemu_command=(qemu-system-arm -M netduinoplus2 -kernel $images/demo.elf)
+        demo_base=0x20000000 demo_device=netduinoplus2
+        ;;
+    mips)
+        demo_qemu_command=(qemu-system-mips -M malta -m 16 -nodefaults -kernel $images/mips.elf)
+        demo_base=0x80100000 demo_device=malta demo_big=1
+        ;;
+    riscv32)
+        demo_qemu_command=(qemu-system-riscv32 -M virt -m 16 -bios $images/riscv32.elf)
+        demo_base=0x80000000 demo_device='virt (RV32)'
+        ;;
+    riscv64)
+        demo_qemu_command=(qemu-system-riscv64 -M virt -m 16 -smp 2 -bios $images/riscv64.elf)
+        demo_base=0x80000000 demo_device='virt (RV64)'
+        ;;
+    aarch64)
+        demo_qemu_command=(qemu-system-aarch64 -M virt -cpu cortex-a53 -smp 2 -m 16 -nodefaults
+            -kernel $images/aarch64.elf)
+        demo_base=0x40080000 demo_device='virt (AArch64)'
+        ;;
+    avr)
+        demo_qemu_command=(qemu-system-avr -M mega2560 -bios $images/avr.elf)
+        demo_base=0x00800200 demo_device=mega2560
+        ;;
+    *)
+        return 2
+        ;;
+    esac
+    demo_qemu_command+=(-nographic -serial null -monitor none)
+}
+
+# demo_qemu_package MACHINE: the package that has it.
+demo_qemu_package() {
+    case $1 in
+    arm | aarch64) echo qemu-system-arm ;;
+    mips) echo qemu-system-mips ;;
+    *) echo qemu-system-misc ;;
+    esac
+}
+
 demo_start_qemu() {
     local port
     port=$(demo_free_port)
-    qemu-system-arm -M netduinoplus2 -kernel openprobe/firmware/demo.elf -nographic \
-        -serial null -monitor none -gdb "tcp:127.0.0.1:$port" </dev/null >"$demo_dir/qemu.log" 2>&1 &
+    demo_qemu "$demo_machine"
+    "${demo_qemu_command[@]}" -gdb "tcp:127.0.0.1:$port" </dev/null >"$demo_dir/qemu.log" 2>&1 &
     demo_pids+=($!)
     demo_wait_for_port "$port"
-    demo_base=0x20000000
-    demo_use_settings '[GENERAL]' 'ConnectMode = 2' "HostName=\"gdb:127.0.0.1:$port\""
+    demo_use_settings '[GENERAL]' 'ConnectMode = 2' "HostName=\"gdb:127.0.0.1:$port\"" \
+        '[CPU]' "Device=\"$demo_device\"" "EndianMode = $demo_big"
 }
 
 demo_start_openocd() {

@@ -3,7 +3,7 @@
 #include "backend.h"
 #include "cancelsignal.h"
 #include "deadline.h"
-#include "selection.h"
+#include "targetchoice.h"
 
 #include <QByteArray>
 #include <QString>
@@ -11,12 +11,12 @@
 
 // Back ends in the words of Qt, for tests that drive one directly.
 
-inline OpenProbe::Selection At(quint16 port)
+inline OpenProbe::TargetChoice At(quint16 port)
 {
-    OpenProbe::Selection selection;
-    selection.host = "127.0.0.1";
-    selection.port = port;
-    return selection;
+    OpenProbe::TargetChoice choice;
+    choice.host = "127.0.0.1";
+    choice.port = port;
+    return choice;
 }
 
 /// Time limits as that times the usual: 60 where a peer is to be waited for however busy the

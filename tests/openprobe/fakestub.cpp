@@ -52,7 +52,7 @@ QByteArray FakeStub::NextRequest(ScriptedPeer &peer)
             // acknowledgement is no request either.
             if (peer.MoreWaits())
                 m_input += peer.Receive();
-            if (request != "c" && !m_input.isEmpty() && m_input != "+")
+            if (!m_manners.emulator && request != "c" && !m_input.isEmpty() && m_input != "+")
                 Note("OFFENCE: more than one request at a time: " + request + " then " + m_input);
             return request;
         }
@@ -79,6 +79,8 @@ QByteArray FakeStub::Answer(const QByteArray &request)
         return m_manners.stopAnswer;
     if (request == "QStartNoAckMode")
         return "OK";
+    if (request == "qqemu.sstepbits" && m_manners.emulator)
+        return "ENABLE=1,NOIRQ=2,NOTIMER=4";
     if (!request.startsWith('m') && !request.startsWith('M'))
         return {};
     const QList<QByteArray> parts = request.mid(1).replace(':', ',').split(',');
@@ -113,6 +115,10 @@ void FakeStub::Serve(ScriptedPeer &peer)
             return;
         if (acks && m_manners.refusals >= 0)
             continue;
+        // A target that prints does so when it runs, and before anybody looks.
+        if (request == "c" && m_manners.printedPackets > 0)
+            peer.Send(
+                Packet("O" + QByteArray("61").repeated(1000)).repeated(m_manners.printedPackets));
         const QByteArray spoiled = m_manners.spoil ? m_manners.spoil(request) : QByteArray();
         if (!spoiled.isEmpty()) {
             if (!peer.Send(spoiled) || m_manners.hangUpAfterSpoiled)
@@ -122,7 +128,8 @@ void FakeStub::Serve(ScriptedPeer &peer)
             QByteArray sent = m_lastPacket;
             if (m_manners.badChecksums-- > 0)
                 sent.back() = '?';
-            if (!peer.Send(sent))
+            const bool moreAsked = m_input.count('#') > 1; // "continue" has no reply
+            if (!(m_manners.deliver ? m_manners.deliver(peer, sent, moreAsked) : peer.Send(sent)))
                 return;
         }
         acks = acks && request != "QStartNoAckMode";

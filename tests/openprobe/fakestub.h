@@ -14,13 +14,17 @@ public:
         QByteArray features = "PacketSize=1000";
         QByteArray stopAnswer = "S05"; ///< to "?"; S05: halted, S00: running and answering
         bool ranBefore = false;        ///< attaching stopped it: an unasked stop comes first
+        bool emulator = false;         ///< takes several requests in one piece
         QByteArray interruptAnswer = "T02thread:01;";
-        int badChecksums = 0; ///< so many replies are damaged at first sending
-        int refusals = 0;     ///< so many requests are refused with "-" first
-        QByteArray before;    ///< comes in front of every reply
+        int printedPackets = 0; ///< so many packets of text come with each "c"
+        int badChecksums = 0;   ///< so many replies are damaged at first sending
+        int refusals = 0;       ///< so many requests are refused with "-" first
+        QByteArray before;      ///< comes in front of every reply
         /// Raw bytes instead of the reply to a request; empty: the regular reply.
         std::function<QByteArray(const QByteArray &request)> spoil;
         bool hangUpAfterSpoiled = false;
+        /// Brings a reply to the client, or whatever becomes of it on the way; empty: as it is.
+        std::function<bool(ScriptedPeer &peer, const QByteArray &reply, bool moreAsked)> deliver;
     };
 
     /// The packet with this payload, as it goes over the line.

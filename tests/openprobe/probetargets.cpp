@@ -5,13 +5,57 @@
 
 static constexpr int kLimitMs = 60'000; // only a failure waits that long
 
+// They differ where it hurts: byte order, address spaces, cores, width of an address, where RAM
+// lies.
+static const QList<QemuMachine> &Machines()
+{
+    static const QList<QemuMachine> kMachines = {
+        {"arm", "qemu-system-arm", {"-M", "netduinoplus2", "-kernel"}, "demo.elf", 0x410FC240,
+            {.holeBehind = 0x2002FFC0, .holeInFront = 0x07FFFFC0}},
+        {"mips", "qemu-system-mips", {"-M", "malta", "-m", "16", "-nodefaults", "-kernel"},
+            "mips.elf", 0,
+            {0x80109000, 0x80110000, 0x80100020, 0xC0001000, 0xBFFFFFC0, 0x7FFFFFC0}},
+        {"riscv32", "qemu-system-riscv32", {"-M", "virt", "-m", "16", "-bios"}, "riscv32.elf", 0,
+            {0x80009000, 0x80010000, 0x80000020, 0x90000000, 0x80FFFFC0, 0x00000FC0}},
+        {"riscv64", "qemu-system-riscv64", {"-M", "virt", "-m", "16", "-smp", "2", "-bios"},
+            "riscv64.elf", 0,
+            {0x80009000, 0x80010000, 0x80000020, 0x90000000, 0x80FFFFC0, 0x00000FC0}},
+        {"aarch64", "qemu-system-aarch64",
+            {"-M", "virt", "-cpu", "cortex-a53", "-smp", "2", "-m", "16", "-nodefaults", "-kernel"},
+            "aarch64.elf", 0,
+            {0x40089000, 0x40090000, 0x40080020, 0x90000000, 0x40FFFFC0, 0x3FFFFFC0}},
+        {"avr", "qemu-system-avr", {"-M", "mega2560", "-bios"}, "avr.elf", 0,
+            {0x00800800, 0x00010000, 0x00800220, 0x30000000, 0x008021C0, 0x007FFFC0}},
+    };
+    return kMachines;
+}
+
+static const QemuMachine *FindMachine(const QString &name)
+{
+    for (const QemuMachine &machine : Machines()) {
+        if (name == machine.name)
+            return &machine;
+    }
+    return nullptr;
+}
+
+QemuTarget::QemuTarget(const QString &name)
+    : m_machine(*FindMachine(name))
+{
+}
+
+bool QemuTarget::Knows(const QString &name)
+{
+    return FindMachine(name) != nullptr;
+}
+
 bool QemuTarget::Start(const QStringList &more)
 {
     const QString here = "tcp:127.0.0.1:%1";
-    return m_process.Start(
-               QStringList{"qemu-system-arm", "-M", "netduinoplus2", "-kernel", DEMO_FIRMWARE,
-                   "-nographic", "-serial", "null", "-monitor", "none", "-gdb", here.arg(m_port),
-                   "-qmp", here.arg(m_monitorPort) + ",server=on,wait=off"}
+    return m_process.Start(QStringList(m_machine.program) + m_machine.options
+               + QStringList{QString(FIRMWARE_FOLDER "/") + m_machine.firmware, "-nographic",
+                   "-serial", "null", "-monitor", "none", "-gdb", here.arg(m_port), "-qmp",
+                   here.arg(m_monitorPort) + ",server=on,wait=off"}
                + more)
         && PeerProcess::AwaitListener(m_port) && PeerProcess::AwaitListener(m_monitorPort);
 }
@@ -59,7 +103,7 @@ static quint32 CounterOf(qint64 process)
     QFile memory(QString("/proc/%1/mem").arg(process));
     quint32 value = 0;
     if (memory.open(QIODevice::ReadOnly | QIODevice::Unbuffered)
-        && memory.seek(ProbeTarget::kCounter))
+        && memory.seek(TargetPlaces().counter))
         memory.read(reinterpret_cast<char *>(&value), sizeof value);
     return value;
 }

@@ -2,14 +2,19 @@
 
 #include "peerprocess.h"
 
-/// A kind of running target that the library can reach, and where it has what.
+/// Where a target has what the tests look for.
+struct TargetPlaces {
+    quint32 quiet = 0x20009000;       ///< 4 KiB that the target leaves alone
+    quint32 big = 0x20010000;         ///< 64 KiB of readable memory
+    quint32 counter = 0x20000020;     ///< a word that changes while the target runs
+    quint32 unmapped = 0x30000000;    ///< 4 KiB that nothing answers
+    quint32 holeBehind = 0x2003FFC0;  ///< 64 readable bytes, then at least 64 that are not
+    quint32 holeInFront = 0x7FFF7FC0; ///< 64 unreadable bytes, then at least 64 readable ones
+};
+
+/// A kind of running target that the library can reach.
 class ProbeTarget {
 public:
-    static constexpr quint32 kQuiet = 0x20009000;    ///< 4 KiB that the target leaves alone
-    static constexpr quint32 kBig = 0x20010000;      ///< 64 KiB of readable memory
-    static constexpr quint32 kCounter = 0x20000020;  ///< a word that changes while the target runs
-    static constexpr quint32 kUnmapped = 0x30000000; ///< 4 KiB that nothing answers
-
     virtual ~ProbeTarget() = default;
 
     /// Why it cannot run here; empty when it can.
@@ -23,28 +28,42 @@ public:
     virtual QByteArray Selector() const = 0;
     /// Whether the target's program runs, asked past the library.
     virtual bool Runs() { return true; }
+    virtual TargetPlaces Places() const { return {}; }
+    /// The core's identification as the target tells it; 0 where it does not.
+    virtual quint32 CoreId() const { return 0; }
 
     /// Whether a client that leaves a frozen peer during the handshake leaves the target stopped
     /// until the next one comes. True only where the peer itself does so, whatever it was sent.
     virtual bool StopsWhenAbandoned() const { return false; }
-    /// 64 readable bytes, then at least 64 that are not.
-    virtual quint32 HoleBehind() const { return 0x20040000 - 64; }
-    /// 64 unreadable bytes, then at least 64 readable ones.
-    virtual quint32 HoleInFront() const { return 0x7FFF8000 - 64; }
 };
 
-/// The demo firmware in an emulator with a debug stub, and a second way in to observe it.
+/// A machine of the emulator with its firmware.
+struct QemuMachine {
+    const char *name; ///< as the tests call it
+    const char *program;
+    QStringList options;
+    const char *firmware; ///< a file of the firmware folder
+    quint32 coreId;
+    TargetPlaces places;
+};
+
+/// Firmware in an emulator with a debug stub, and a second way in to observe it.
 class QemuTarget : public ProbeTarget {
 public:
-    QString Missing() override { return PeerProcess::Missing("qemu-system-arm"); }
+    /// @param name  one of the machines; the Arm one is watched by the tests of the stub
+    explicit QemuTarget(const QString &name = "arm");
+    /// Whether there is such a machine.
+    static bool Knows(const QString &name);
+
+    QString Missing() override { return PeerProcess::Missing(m_machine.program); }
     bool Start() override { return Start({}); }
     bool Start(const QStringList &more);
     void Kill() override { m_process.Kill(); }
     PeerProcess *Answerer() override { return &m_process; }
     QByteArray Selector() const override { return "127.0.0.1:" + QByteArray::number(m_port); }
     bool Runs() override { return RunState() == "running"; }
-    quint32 HoleBehind() const override { return 0x20030000 - 64; }
-    quint32 HoleInFront() const override { return 0x08000000 - 64; }
+    TargetPlaces Places() const override { return m_machine.places; }
+    quint32 CoreId() const override { return m_machine.coreId; }
 
     quint16 Port() const { return m_port; }
     /// The machine's state as the monitor tells it: "running", "paused", "prelaunch".
@@ -53,6 +72,7 @@ public:
     QByteArray Monitor(const QByteArray &command) const;
 
 private:
+    const QemuMachine &m_machine;
     quint16 m_port = PeerProcess::FreePort();
     quint16 m_monitorPort = PeerProcess::FreePort();
     PeerProcess m_process;
@@ -69,6 +89,7 @@ public:
     {
         return "tcl:127.0.0.1:" + QByteArray::number(m_tclPort);
     }
+    quint32 CoreId() const override { return 0x410FC241; }
 
     PeerProcess &Board() { return m_board; }
     quint16 TclPort() const { return m_tclPort; }

@@ -1,5 +1,6 @@
 #include "backendtools.h"
 #include "fakestub.h"
+#include "faketclserver.h"
 #include "gdbbackend.h"
 #include "loopback.h"
 #include "peerprocess.h"
@@ -26,38 +27,9 @@ private slots:
 
 static std::unique_ptr<Backend> BackendAt(TargetKind kind, quint16 port)
 {
-    Selection selection = At(port);
-    selection.kind = kind;
-    return MakeBackend(selection);
-}
-
-using Answer = std::function<QByteArray(const QByteArray &command)>;
-Q_DECLARE_METATYPE(Answer)
-
-// What OpenOCD's Tcl server with one target answers.
-static QByteArray Polite(const QByteArray &command)
-{
-    if (command == "version")
-        return "Open On-Chip Debugger 0.12.0\x1a";
-    if (command == "target names")
-        return "cpu\x1a";
-    if (command.endsWith("curstate"))
-        return "running\x1a";
-    return command.startsWith("read_memory") ? "0x1\x1a" : "\x1a";
-}
-
-// Answers every command; hangs up where the answer is null.
-static void ServeTcl(ScriptedPeer &peer, const Answer &answer)
-{
-    QByteArray input;
-    for (QByteArray more; !(more = peer.Receive()).isEmpty();) {
-        input += more;
-        for (qsizetype end = 0; (end = input.indexOf('\x1a')) >= 0; input.remove(0, end + 1)) {
-            const QByteArray says = answer(input.left(end));
-            if (says.isNull() || !peer.Send(says))
-                return;
-        }
-    }
+    TargetChoice choice = At(port);
+    choice.kind = kind;
+    return MakeBackend(choice);
 }
 
 Q_DECLARE_METATYPE(ScriptedPeer::Serve)
@@ -93,26 +65,26 @@ void BadPeersTest::aBadPeerGetsAText_data()
     row("half a packet", "+$PacketSi", Waits);
     row("half a packet and gone", "+$PacketSi", HangsUp);
     row("more answers than questions", "Open On-Chip Debugger\x1amore\x1a", Waits);
-    const auto server = [](const QByteArray &name, const Answer &answer, const QString &text) {
+    const auto server = [](const QByteArray &name, const TclAnswer &answer, const QString &text) {
         const ScriptedPeer::Serve serve = [=](ScriptedPeer &peer) { ServeTcl(peer, answer); };
         QTest::addRow("server: %s", name.constData()) << int(TargetKind::Tcl) << serve << text;
     };
-    const Answer noTarget = [](const QByteArray &command) {
-        return command == "target names" ? QByteArray("\x1a") : Polite(command);
+    const TclAnswer noTarget = [](const QByteArray &command) {
+        return command == "target names" ? QByteArray("\x1a") : PoliteTclAnswer(command);
     };
     server("no target", noTarget,
         "OpenOCD at %1 has no target. Start it with your chip's file, e.g. -f "
         "target/stm32f4x.cfg.");
-    const Answer noBoard = [](const QByteArray &command) {
+    const TclAnswer noBoard = [](const QByteArray &command) {
         const bool asksTheBoard = command.startsWith("read") || command.endsWith("curstate");
-        return asksTheBoard ? QByteArray("unknown\x1a") : Polite(command);
+        return asksTheBoard ? QByteArray("unknown\x1a") : PoliteTclAnswer(command);
     };
     server("no board", noBoard,
         "OpenOCD at %1 does not reach its target (cpu). Is the board powered and connected?");
     for (const QByteArray last :
         {"target names", "curstate", "-endian", "read_memory 0xe000ed00"}) {
-        const Answer hangsUp = [last](const QByteArray &command) {
-            return command.contains(last) ? QByteArray() : Polite(command);
+        const TclAnswer hangsUp = [last](const QByteArray &command) {
+            return command.contains(last) ? QByteArray() : PoliteTclAnswer(command);
         };
         server("ends at " + last, hangsUp,
             "%1 gave up while its target was asked. See OpenOCD's messages there.");
@@ -189,9 +161,14 @@ void BadPeersTest::aPeerThatTurnsBadIsGivenUp_data()
     stub("endless", QByteArray(40'000, 'x'), false, true);
     stub("longer than any packet", "$" + QByteArray(40'000, '0') + "#00", false, true);
     stub("the target has ended", "$W00#b7", true, true);
-    stub("more bytes than asked for", "$001122334455#5e", false, false);
-    stub("no hex digits", "$zzzzzzzz#d0", false, false);
-    stub("not supported", "$#00", false, false);
+    stub("an error", "$E14#aa", false, false);
+    // Each of these may answer another request, and then so may all that follows.
+    stub("more bytes than asked for", "$001122334455#5e", false, true);
+    stub("no hex digits", "$zzzzzzzz#d0", false, true);
+    stub("an empty reply", "$#00", false, true);
+    stub("an answer to a write", "$OK#9a", false, true);
+    stub("two answers", "$11#62$22#64", false, true);
+    stub("an answer too many, cut off", "$11#62$22#6", false, true);
     const auto server = [](const char *name, const QByteArray &spoiled, bool lost) {
         QTest::addRow("server: %s", name) << int(TargetKind::Tcl) << spoiled << false << lost;
     };
@@ -219,7 +196,7 @@ void BadPeersTest::aPeerThatTurnsBadIsGivenUp()
     FakeStub stub(manners);
     ScriptedPeer server([&](ScriptedPeer &self) {
         ServeTcl(self, [&](const QByteArray &command) {
-            return command.startsWith("read_memory 0x1000 ") ? spoiled : Polite(command);
+            return command.startsWith("read_memory 0x1000 ") ? spoiled : PoliteTclAnswer(command);
         });
     });
     const bool isStub = TargetKind(kind) == TargetKind::Gdb;

@@ -20,6 +20,7 @@ private slots:
     void aServersHaltForUsIsTakenBack();
     void aBreakpointThatWasFasterStaysInForce();
     void onlyAnAttachedProcessRunsOnInNonStopMode();
+    void aCancelledOpenLeavesTheTargetRunning_data();
     void aCancelledOpenLeavesTheTargetRunning();
     void longReadsLetTheTargetRunAndWritesAskFirst();
 
@@ -56,6 +57,17 @@ void GdbBackendTest::everyMannerOfStubIsUnderstood_data()
     row("refused requests", [](M &m) { m.refusals = 2; });
     row("prints in between", [](M &m) { m.before = "$O48690a#bb"; });
     row("notifies in between", [](M &m) { m.before = "%Other:x#b4"; });
+    row("an emulator that ran", [](M &m) { m.emulator = m.ranBefore = true; });
+    row("an emulator that says what it is", [](M &m) {
+        m.emulator = m.ranBefore = true;
+        m.features += ";vContSupported+;multiprocess+";
+    });
+    row("a halted emulator", [](M &m) { m.emulator = true; });
+    row("prints 200 KiB between reads", [](M &m) {
+        m.ranBefore = true;
+        m.features = "PacketSize=1000;QStartNoAckMode+";
+        m.printedPackets = 100;
+    });
 }
 
 void GdbBackendTest::everyMannerOfStubIsUnderstood()
@@ -113,7 +125,8 @@ void GdbBackendTest::requestsAreAsLongAndAsWideAsAllowed()
     QCOMPARE(OpenError(backend), QString());
     const qsizetype before = stub.Requests().size();
     QCOMPARE(Bytes(backend, address, count, width).size(), count);
-    QTEST(stub.Requests().mid(before).join(' '), "requests");
+    const QStringList asked = stub.Requests().mid(before);
+    QTEST(asked.filter(QRegularExpression("^m")).join(' '), "requests");
     backend.Close();
 }
 
@@ -203,19 +216,45 @@ void GdbBackendTest::onlyAnAttachedProcessRunsOnInNonStopMode()
     }
 }
 
-// A cancel that comes as early as it can: the stub has seen the connection and stopped its target.
+void GdbBackendTest::aCancelledOpenLeavesTheTargetRunning_data()
+{
+    QTest::addColumn<bool>("emulator");
+    QTest::addColumn<QByteArray>("cancelledAt");
+    // As early as it can come: the stub has seen the connection and stopped its target.
+    QTest::newRow("before the first question") << false << QByteArray();
+    QTest::newRow("while it says what it supports") << false << QByteArray("qSupported");
+    QTest::newRow("while it says how it stands") << false << QByteArray("?");
+    QTest::newRow("emulator, before the first question") << true << QByteArray();
+    QTest::newRow("emulator, while it says what it supports") << true << QByteArray("qSupported");
+    QTest::newRow("emulator, when it runs already") << true << QByteArray("qqemu.sstepbits");
+}
+
 void GdbBackendTest::aCancelledOpenLeavesTheTargetRunning()
 {
+    QFETCH(bool, emulator);
+    QFETCH(QByteArray, cancelledAt);
+    const CancelSignal cancel;
     FakeStub::Manners manners;
     manners.ranBefore = true;
+    manners.emulator = emulator;
+    manners.features = "PacketSize=1000;vContSupported+;multiprocess+";
+    if (!emulator)
+        manners.features = "PacketSize=1000";
+    manners.spoil = [&](const QByteArray &request) {
+        if (request == cancelledAt)
+            cancel.Raise(); // and the answer comes all the same
+        return QByteArray();
+    };
+    if (cancelledAt.isEmpty())
+        cancel.Raise();
     FakeStub stub(manners);
-    const CancelSignal cancel;
-    cancel.Raise();
     GdbBackend backend(At(stub.Port()));
-    QVERIFY(!backend.Open(cancel).empty());
+    const bool opened = backend.Open(cancel).empty();
     backend.Close();
-    QTRY_COMPARE_WITH_TIMEOUT(stub.Requests().count("c"), 1, 60'000);
-    QTRY_VERIFY_WITH_TIMEOUT(stub.Runs(), 60'000);
+    QVERIFY(!opened || !cancelledAt.isEmpty()); // an answer may be faster than the cancel
+    QTRY_COMPARE_WITH_TIMEOUT(stub.Served(), 1, 60'000);
+    QVERIFY(stub.Runs());
+    QCOMPARE(stub.Requests().count("c"), 1);
 }
 
 void GdbBackendTest::longReadsLetTheTargetRunAndWritesAskFirst()

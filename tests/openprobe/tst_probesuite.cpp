@@ -2,14 +2,12 @@
 #include "randomseed.h"
 #include "ranvoapi.h"
 
+#include <QtEndian>
 #include <QtTest>
 #include <atomic>
 #include <csignal>
 #include <future>
 
-constexpr quint32 kQuiet = ProbeTarget::kQuiet;
-constexpr quint32 kBig = ProbeTarget::kBig;
-constexpr quint32 kUnmapped = ProbeTarget::kUnmapped;
 constexpr int kLimitMs = 60'000; // only a failure waits that long
 
 static int WriteBytes(quint32 address, const QByteArray &data, quint32 width = 0)
@@ -24,20 +22,21 @@ public:
     bool Start() override { return true; }
     void Kill() override { WriteBytes(0x50004000, QByteArray("\1\0\0\0", 4)); }
     QByteArray Selector() const override { return "sim"; }
+    quint32 CoreId() const override { return 0x410FC241; }
 };
 
 // The kind is the last part of the program's name.
 static std::unique_ptr<ProbeTarget> MakeTarget()
 {
-    const QString program = QCoreApplication::applicationName();
-    if (program.endsWith("_gdb"))
-        return std::make_unique<QemuTarget>();
-    if (program.endsWith("_gdbserver"))
+    const QString kind = QCoreApplication::applicationName().section('_', -1);
+    if (kind == "gdbserver")
         return std::make_unique<GdbServerTarget>();
-    if (program.endsWith("_tcl"))
+    if (kind == "tcl")
         return std::make_unique<OpenOcdTarget>();
-    if (program.endsWith("_pid"))
+    if (kind == "pid")
         return std::make_unique<ProcessTarget>();
+    if (QemuTarget::Knows(kind))
+        return std::make_unique<QemuTarget>(kind);
     return std::make_unique<SimulatedTarget>();
 }
 
@@ -59,6 +58,7 @@ private slots:
     void holesGiveAPrefixOrAFailure();
     void writesOfEveryWidthReadBack();
     void aWriteToNothingFails();
+    void theCoreIdIsWhatTheTargetTells();
     void theTargetRunsOn();
     void aSelectionIsUsedUpByOneOpen();
     void readsSurviveReopeningByAnotherThread();
@@ -71,6 +71,7 @@ private:
     QByteArray OpenError();
 
     std::unique_ptr<ProbeTarget> m_target = MakeTarget();
+    const TargetPlaces m_at = m_target->Places();
 };
 
 // Opens and connects as the program does. Empty on success.
@@ -125,35 +126,35 @@ void ProbeSuite::anyPieceOfARangeReadsTheSame()
     QByteArray whole(3000, '\0');
     for (int i = 0; i < whole.size(); ++i)
         whole[i] = char(i * 7 + i / 256);
-    QCOMPARE(WriteBytes(kQuiet + 1, whole), 3000);
+    QCOMPARE(WriteBytes(m_at.quiet + 1, whole), 3000);
     auto random = SeededGenerator();
     for (int round = 0; round < 200; ++round) {
         const int offset = Pick(random, 0, 2999);
         const int count = Pick(random, 1, std::min(3000 - offset, round % 8 == 0 ? 3000 : 100));
         const quint32 width = std::array{0U, 1U, 2U, 4U}[random() % 4];
-        QCOMPARE(Bytes(kQuiet + 1 + quint32(offset), count, width), whole.mid(offset, count));
+        QCOMPARE(Bytes(m_at.quiet + 1 + quint32(offset), count, width), whole.mid(offset, count));
     }
-    QCOMPARE(Bytes(kBig, 65536).size(), 65536);
-    QCOMPARE(Bytes(kQuiet, 4, 3), "result -1"); // no such width
-    QCOMPARE(Bytes(kQuiet, 0), "");
+    QCOMPARE(Bytes(m_at.big, 65536).size(), 65536);
+    QCOMPARE(Bytes(m_at.quiet, 4, 3), "result -1"); // no such width
+    QCOMPARE(Bytes(m_at.quiet, 0), "");
 }
 
 void ProbeSuite::holesGiveAPrefixOrAFailure()
 {
-    const QByteArray edge = Bytes(m_target->HoleBehind(), 64);
+    const QByteArray edge = Bytes(m_at.holeBehind, 64);
     QCOMPARE(edge.size(), 64);
     QByteArray data(128, '\0');
     for (const int start : {0, 1, 3, 63}) {
-        const quint32 address = m_target->HoleBehind() + quint32(start);
+        const quint32 address = m_at.holeBehind + quint32(start);
         QCOMPARE(RANVOARM_ReadMemEx(address, 128, data.data(), 0), 64 - start);
         QCOMPARE(data.left(64 - start), edge.mid(start));
     }
-    QCOMPARE(Bytes(m_target->HoleInFront(), 128), "result -1");
-    QCOMPARE(Bytes(m_target->HoleInFront() + 63, 2), "result -1");
-    QCOMPARE(Bytes(m_target->HoleInFront(), 64), "result 0");
-    QCOMPARE(Bytes(m_target->HoleInFront() + 64, 64).size(), 64);
+    QCOMPARE(Bytes(m_at.holeInFront, 128), "result -1");
+    QCOMPARE(Bytes(m_at.holeInFront + 63, 2), "result -1");
+    QCOMPARE(Bytes(m_at.holeInFront, 64), "result 0");
+    QCOMPARE(Bytes(m_at.holeInFront + 64, 64).size(), 64);
     for (const quint32 width : {0U, 1U, 2U, 4U})
-        QCOMPARE(Bytes(kUnmapped + 1, 640, width), "result 0");
+        QCOMPARE(Bytes(m_at.unmapped + 1, 640, width), "result 0");
     QCOMPARE(RANVOARM_IsConnected(), 1); // a hole is no reason to give the target up
 }
 
@@ -161,9 +162,9 @@ void ProbeSuite::writesOfEveryWidthReadBack()
 {
     for (const quint32 width : {0U, 1U, 2U, 4U}) {
         for (const quint32 offset : {0U, 1U, 2U, 3U}) {
-            QCOMPARE(WriteBytes(kQuiet, QByteArray(16, '.')), 16);
-            QCOMPARE(WriteBytes(kQuiet + offset, "abcdefghi", width), 9);
-            QCOMPARE(Bytes(kQuiet, 16),
+            QCOMPARE(WriteBytes(m_at.quiet, QByteArray(16, '.')), 16);
+            QCOMPARE(WriteBytes(m_at.quiet + offset, "abcdefghi", width), 9);
+            QCOMPARE(Bytes(m_at.quiet, 16),
                 (QByteArray(int(offset), '.') + "abcdefghi").leftJustified(16, '.'));
         }
     }
@@ -171,21 +172,29 @@ void ProbeSuite::writesOfEveryWidthReadBack()
 
 void ProbeSuite::aWriteToNothingFails()
 {
-    QCOMPARE(WriteBytes(kUnmapped, "ZZZZ"), -1);
+    QCOMPARE(WriteBytes(m_at.unmapped, "ZZZZ"), -1);
     QCOMPARE(WriteBytes(0xFFFFFFFE, "ZZZZ"), -1);
-    const QByteArray edge = Bytes(m_target->HoleBehind(), 64);
-    QCOMPARE(WriteBytes(m_target->HoleBehind() + 62, "ZZZZ"), -1);
+    const QByteArray edge = Bytes(m_at.holeBehind, 64);
+    QCOMPARE(WriteBytes(m_at.holeBehind + 62, "ZZZZ"), -1);
     QCOMPARE(RANVOARM_IsConnected(), 1);
-    QCOMPARE(Bytes(m_target->HoleBehind(), 62), edge.left(62));
+    QCOMPARE(Bytes(m_at.holeBehind, 62), edge.left(62));
+}
+
+void ProbeSuite::theCoreIdIsWhatTheTargetTells()
+{
+    QByteArray record(RANVO_ID_DATA_SIZE, '\0');
+    RANVOARM_GetIdData(record.data());
+    QCOMPARE(qFromLittleEndian<quint32>(record.constData() + RANVO_ID_DATA_CORE_ID_OFFSET),
+        m_target->CoreId());
 }
 
 void ProbeSuite::theTargetRunsOn()
 {
     for (int round = 0; round < 2; ++round) {
-        const QByteArray first = Bytes(ProbeTarget::kCounter, 4, 4);
-        QTRY_VERIFY_WITH_TIMEOUT(Bytes(ProbeTarget::kCounter, 4, 4) != first, kLimitMs);
+        const QByteArray first = Bytes(m_at.counter, 4, 4);
+        QTRY_VERIFY_WITH_TIMEOUT(Bytes(m_at.counter, 4, 4) != first, kLimitMs);
         for (int i = 0; i < 20; ++i)
-            QCOMPARE(Bytes(kBig, 640).size(), 640);
+            QCOMPARE(Bytes(m_at.big, 640).size(), 640);
         RANVOARM_Close();
         QTRY_VERIFY_WITH_TIMEOUT(m_target->Runs(), kLimitMs);
         QCOMPARE(OpenError(), "");
@@ -207,13 +216,13 @@ void ProbeSuite::aSelectionIsUsedUpByOneOpen()
 
 void ProbeSuite::readsSurviveReopeningByAnotherThread()
 {
-    const QByteArray expected = Bytes(kQuiet, 640);
+    const QByteArray expected = Bytes(m_at.quiet, 640);
     std::atomic<bool> stop = false;
     std::atomic<int> good = 0;
     std::atomic<int> wrong = 0;
     const auto reader = std::async(std::launch::async, [&] {
         while (!stop) {
-            const QByteArray data = Bytes(kQuiet, 640);
+            const QByteArray data = Bytes(m_at.quiet, 640);
             good += data == expected ? 1 : 0;
             wrong += data.size() == 640 && data != expected ? 1 : 0;
         }
@@ -241,14 +250,14 @@ void ProbeSuite::readsSurviveReopeningByAnotherThread()
 void ProbeSuite::aLostTargetFailsAtOnceAndCanBeReopened()
 {
     m_target->Kill();
-    QTRY_COMPARE_WITH_TIMEOUT(Bytes(kQuiet, 640), "result -1", kLimitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(Bytes(m_at.quiet, 640), "result -1", kLimitMs);
     QTRY_COMPARE_WITH_TIMEOUT(RANVOARM_IsConnected(), 0, kLimitMs);
     for (int i = 0; i < 1161; ++i) // what the window makes of one failing page
-        QCOMPARE(Bytes(kQuiet, 4, 4), "result -1");
-    QCOMPARE(WriteBytes(kQuiet, "ZZZZ"), -1);
+        QCOMPARE(Bytes(m_at.quiet, 4, 4), "result -1");
+    QCOMPARE(WriteBytes(m_at.quiet, "ZZZZ"), -1);
     QVERIFY(m_target->Start());
     QCOMPARE(OpenError(), ""); // without a Close: nobody calls one after a loss
-    QCOMPARE(Bytes(kQuiet, 640).size(), 640);
+    QCOMPARE(Bytes(m_at.quiet, 640).size(), 640);
 }
 
 void ProbeSuite::aFrozenTargetIsGivenUp()
@@ -258,10 +267,10 @@ void ProbeSuite::aFrozenTargetIsGivenUp()
     BePatient(false);
     QTRY_COMPARE_WITH_TIMEOUT(OpenError(), "", kLimitMs);
     m_target->Answerer()->Signal(SIGSTOP);
-    const QByteArray result = Bytes(kQuiet, 640); // would wait for ever
+    const QByteArray result = Bytes(m_at.quiet, 640); // would wait for ever
     const int connected = RANVOARM_IsConnected();
     for (int i = 0; i < 1161; ++i)
-        QCOMPARE(Bytes(kQuiet, 4, 4), "result -1");
+        QCOMPARE(Bytes(m_at.quiet, 4, 4), "result -1");
     const QByteArray error = OpenError();
     BePatient(true);
     m_target->Answerer()->Signal(SIGCONT);
@@ -269,7 +278,7 @@ void ProbeSuite::aFrozenTargetIsGivenUp()
     QCOMPARE(connected, 0);
     QVERIFY(!error.isEmpty());
     QTRY_COMPARE_WITH_TIMEOUT(OpenError(), "", kLimitMs);
-    QCOMPARE(Bytes(kQuiet, 640).size(), 640);
+    QCOMPARE(Bytes(m_at.quiet, 640).size(), 640);
 }
 
 void ProbeSuite::closeEndsAnOpen()
@@ -319,7 +328,7 @@ void ProbeSuite::cyclesLeaveNothingBehind()
     qInfo() << "before:" << before;
     for (int cycle = 1; cycle <= std::max(wanted, 300); ++cycle) {
         QCOMPARE(OpenError(), "");
-        QCOMPARE(Bytes(kQuiet, 64).size(), 64);
+        QCOMPARE(Bytes(m_at.quiet, 64).size(), 64);
         if (cycle % 3 != 0)
             RANVOARM_Close();
         if (cycle == 100 || cycle == wanted)

@@ -1,5 +1,6 @@
 #include "rspparser.h"
 #include "rsptext.h"
+#include "targetdescription.h"
 
 #include <QtTest>
 
@@ -13,6 +14,9 @@ private slots:
     void streamsComeApart();
     void whatAStubSaysOfItself();
     void stopsAreToldFromOtherReplies();
+    void aDescriptionTellsOfItsCore_data();
+    void aDescriptionTellsOfItsCore();
+    void aDescriptionBrokenAtAnyByteTellsNothingNew();
 };
 
 // Every event but None and the repetitions of "broken", packets with their contents.
@@ -96,6 +100,65 @@ void RspParserTest::stopsAreToldFromOtherReplies()
         QVERIFY(!IsConsoleOutput(other));
     }
     QVERIFY(IsConsoleOutput("O48690a") && IsConsoleOutput("O"));
+}
+
+constexpr const char *kArmM
+    = "<feature name=\"org.gnu.gdb.arm.m-profile\"><reg name=\"r0\"/></feature>";
+
+// A description whose one document that is not "target.xml" is asked for by any other name.
+static bool TellsOfArmM(const QByteArray &target, const QByteArray &other)
+{
+    int documents = 0;
+    const TargetDescription description = ReadTargetDescription([&](const std::string &name) {
+        ++documents;
+        return (name == "target.xml" ? target : other).toStdString();
+    });
+    return description.isArmM && documents <= 8;
+}
+
+void RspParserTest::aDescriptionTellsOfItsCore_data()
+{
+    QTest::addColumn<QByteArray>("target");
+    QTest::addColumn<QByteArray>("other");
+    QTest::addColumn<bool>("isArmM");
+    const auto row = [](const char *name, const char *target, const char *other, bool isArmM) {
+        QTest::newRow(name) << QByteArray(target) << QByteArray(other) << isArmM;
+    };
+    row("none", "", "", false);
+    row("no description", "E01", "", false);
+    row("in the first document", kArmM, "", true);
+    row("included", "<target><xi:include href=\"core.xml\"/></target>", kArmM, true);
+    row("mentioned in passing",
+        "<target><!-- org.gnu.gdb.arm.m-profile --><architecture>arm</architecture></target>", "",
+        false);
+    row("another core", "<target><architecture>riscv:rv32</architecture></target>", kArmM, false);
+    row("includes itself for ever", "<target><xi:include href=\"target.xml\"/></target>", "",
+        false);
+    row("includes without end", "<target><xi:include href=\"a.xml\"/></target>",
+        "<target><xi:include href=\"a.xml\"/><xi:include href=\"b.xml\"/></target>", false);
+    QTest::newRow("too long") << QByteArray("<target>") + QByteArray(0x10000, ' ') + kArmM
+            + "</target>" << QByteArray()
+                              << false;
+    QTest::newRow("deep") << QByteArray("<a>").repeated(20'000) << QByteArray() << false;
+}
+
+void RspParserTest::aDescriptionTellsOfItsCore()
+{
+    QFETCH(QByteArray, target);
+    QFETCH(QByteArray, other);
+    QTEST(TellsOfArmM(target, other), "isArmM");
+}
+
+void RspParserTest::aDescriptionBrokenAtAnyByteTellsNothingNew()
+{
+    const QByteArray whole = "<?xml version=\"1.0\"?><!DOCTYPE target SYSTEM \"gdb-target.dtd\">"
+                             "<target><architecture>riscv:rv32</architecture>"
+                             "<xi:include href=\"riscv-32bit-cpu.xml\"/></target>";
+    for (int at = 0; at < whole.size(); ++at) {
+        QVERIFY(!TellsOfArmM(whole.left(at), whole.mid(at)));
+        for (const char byte : {'\0', '<', '>', '&', '"', '/', '\xff'})
+            QVERIFY(!TellsOfArmM(QByteArray(whole).replace(at, 1, QByteArray(1, byte)), whole));
+    }
 }
 
 QTEST_GUILESS_MAIN(RspParserTest)

@@ -83,9 +83,9 @@ void TclBackendTest::aRealServerIsReadLiveWithTheWantedWidth()
     QTRY_COMPARE_WITH_TIMEOUT(state(), "running", kLimitMs); // it was never halted
     m_target.Command("halt");
     QTRY_COMPARE_WITH_TIMEOUT(state(), "halted", kLimitMs);
-    const quint32 halted = Word(backend, ProbeTarget::kCounter);
+    const quint32 halted = Word(backend, TargetPlaces().counter);
     QCOMPARE(WriteWord(backend, 0x20000038, 0), 4);
-    QCOMPARE(Word(backend, ProbeTarget::kCounter), halted);
+    QCOMPARE(Word(backend, TargetPlaces().counter), halted);
     m_target.Board().Kill(); // a core without power is no hole
     QTRY_VERIFY_WITH_TIMEOUT(
         Bytes(backend, 0x20000000, 640) == "result -1" && !backend.Alive(), kLimitMs);
@@ -98,9 +98,9 @@ void TclBackendTest::theGdbPortOfARealServerIsReadLive()
     GdbBackend backend(At(m_target.GdbPort()));
     QCOMPARE(OpenError(backend), QString());
     QCOMPARE(Bytes(backend, 0, 16), "SIMULATED TARGET");
-    const quint32 ran = Word(backend, ProbeTarget::kCounter);
+    const quint32 ran = Word(backend, TargetPlaces().counter);
     QTRY_VERIFY_WITH_TIMEOUT( // although connecting halted it
-        Word(backend, ProbeTarget::kCounter) != ran, kLimitMs);
+        Word(backend, TargetPlaces().counter) != ran, kLimitMs);
     backend.Close();
 }
 

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+namespace OpenProbe {
+
+/// What a stub tells about its target's core.
+struct TargetDescription {
+    /// Whether it is a Cortex-M core. False also where the stub does not tell.
+    bool isArmM = false;
+};
+
+/// Documents longer than that are cut off, which leaves nothing known.
+inline constexpr std::size_t kMaxDescriptionBytes = 0x10000;
+
+/// Fetches one document of a description by its name. Empty: there is none.
+using DocumentReader = std::function<std::string(const std::string &name)>;
+
+/// Reads the description that begins with "target.xml", and what it includes, up to a fixed number
+/// of documents. Whatever a stub answers, nothing is assumed that does not stand there.
+[[nodiscard]] TargetDescription ReadTargetDescription(const DocumentReader &reader);
+
+} // namespace OpenProbe
