@@ -12,7 +12,6 @@ class CustMDIArea;
 class QAction;
 class QLabel;
 class QMdiSubWindow;
-class QMessageBox;
 
 /// The one main window: menus, status bar, message boxes and the area that holds the memory window.
 ///
@@ -60,7 +59,8 @@ private:
     void CreateMemoryWindow();
     void RunConfiguration();
     void ShowReports();
-    void ShowReport(const Report &report);
+    /// @return whether the user has seen it
+    bool ShowReport(const Report &report);
 
     CustMDIArea *m_area = nullptr;
     QPointer<QMdiSubWindow> m_subWindow;
@@ -68,6 +68,5 @@ private:
     QAction *m_actionConnect = nullptr;
     QAction *m_actionDisconnect = nullptr;
     std::array<QLabel *, kStatusFields> m_labels{};
-    QPointer<QMessageBox> m_box; ///< the message box that is open now
     bool m_showingReports = false;
 };

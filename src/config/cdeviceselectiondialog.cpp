@@ -52,7 +52,9 @@ void CDeviceSelectionDialog::Run(DeviceSelection &result, const RanvoDeviceInfo 
         dialog->PresetMaker(initialName);
     if (!initialName.isEmpty())
         dialog->SelectDevice(initialName);
-    PlaceOverActiveWindow(dialog.get());
+    const QWidget *const owner = QApplication::activeModalWidget();
+    TieToOwner(dialog.get(), owner);
+    PlaceOver(dialog.get(), owner);
     dialog->exec();
     result = dialog->Selection();
     if (result.accepted && !filterText.isEmpty())

@@ -80,6 +80,11 @@ int PROBE_LoadLibrary(bool exitOnFailure)
     return ReportNotFound(exitOnFailure);
 }
 
+bool PROBE_IsLibraryLoaded()
+{
+    return libraryHandle.load(std::memory_order_acquire) != nullptr;
+}
+
 int PROBE_TryLoadLibrary()
 {
     return PROBE_LoadLibrary(false) == PROBE_LOAD_OK ? PROBE_LOAD_OK : PROBE_TRY_ERROR;

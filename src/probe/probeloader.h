@@ -16,6 +16,9 @@ int PROBE_LoadLibrary(bool exitOnFailure);
 /// @return PROBE_LOAD_OK or PROBE_TRY_ERROR
 int PROBE_TryLoadLibrary();
 
+/// Whether the library is loaded. Loads nothing.
+[[nodiscard]] bool PROBE_IsLibraryLoaded();
+
 /// The address of a function of the library, which is loaded first; without a library the process
 /// ends. A function that the library lacks is reported at every call and gives null.
 [[nodiscard]] void *PROBE_ResolveFunction(const char *name);

@@ -147,11 +147,11 @@ void SETTINGS_Load(ConnectionRecord *record)
     *record = loaded;
 }
 
-void SETTINGS_Apply(const ConnectionRecord *record)
+bool SETTINGS_Apply(const ConnectionRecord *record)
 {
     const ConnectionRecord present = SETTINGS_Snapshot();
     if (std::memcmp(record, &present, sizeof present) == 0)
-        return;
+        return false;
     {
         const SettingsBatch oneSave;
         for (const RecordKey &key : kRecordKeys)
@@ -160,6 +160,7 @@ void SETTINGS_Apply(const ConnectionRecord *record)
     SetGlobalRecord(*record);
     if (SETTINGS_Host().Reconnect)
         SETTINGS_Host().Reconnect();
+    return true;
 }
 
 ConnectionRecord SETTINGS_Snapshot()

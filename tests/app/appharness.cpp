@@ -2,6 +2,7 @@
 
 #include "appstate.h"
 #include "mainwindow.h"
+#include "probesession.h"
 
 #include "ceditoverlay.h"
 #include "chexeditor.h"
@@ -86,7 +87,7 @@ AppHarness::~AppHarness()
     if (!QTest::qWaitFor([] { return APP_State().workerExited.load() != 0; }, 20'000))
         qFatal("the worker did not end");
     // Or the thread that closes the probe would come late and close the next window's.
-    if (!QTest::qWaitFor([] { return APP_State().probeClosers.load() == 0; }, 20'000))
+    if (!QTest::qWaitFor([] { return !PROBE_IsClosingAtEnd(); }, 20'000))
         qFatal("the probe was not closed");
 }
 

@@ -10,7 +10,6 @@
 
 #include "chexeditor.h"
 #include "configdialog.h"
-#include "syslock.h"
 
 #include <QAction>
 #include <QLabel>
@@ -139,23 +138,6 @@ private slots:
             Configure(app, [](ConfigDialog &dialog) { ChooseUsb(dialog, {}); });
             QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
         }
-    }
-
-    void aTargetThatNoCheckEverFoundConnectedLeavesNoWindowBehind()
-    {
-        AppHarness app;
-        app.Start();
-        QTRY_VERIFY(app.MemoryWindow() != nullptr);
-        QTRY_VERIFY(!app.Action("&Connect")->isEnabled());
-        {
-            AppState &state = APP_State();
-            const SysLock lock(state.stateMutex);
-            state.window.connected = 0; // as before the first check
-            FAULT_Hooks()->IsConnected = [] { return static_cast<signed char>(0); };
-        }
-        WORKER_PostConnectionCheck();
-        QTRY_COMPARE(app.BoxTexts(), QStringList("Target disconnected."));
-        QTRY_VERIFY(app.MemoryWindow() == nullptr);
     }
 
     void theWindowLivesWhileAHostIsSilent()

@@ -1,7 +1,6 @@
 #include "appharness.h"
 
 #include "appstate.h"
-#include "boxplacement.h"
 #include "mainwindow.h"
 #include "windowreports.h"
 #include "workeractions.h"
@@ -38,11 +37,8 @@ const char *BlockedOpen()
 void WaitUntilFoundLost()
 {
     for (int round = 0; round < kLimitMs; ++round) {
-        {
-            const SysLock lock(APP_State().stateMutex);
-            if (APP_State().window.connected == 0)
-                return;
-        }
+        if (!APP_State().connection.IsConnected())
+            return;
         SYS_Sleep(1);
     }
 }
@@ -173,11 +169,8 @@ private slots:
         AppHarness app({}, AppHarness::FirstDialog::Reject);
         app.Start();
         const std::string longText(1000, 'x');
-        for (unsigned i = 0; i < 3 * kMaxReports; ++i) {
+        for (unsigned i = 0; i < 3 * kMaxReports; ++i)
             APP_ShowError(i == 0 ? "first" : (std::to_string(i) + longText).c_str());
-            APP_ShowError(
-                i == 0 ? "first" : (std::to_string(i) + longText).c_str()); // adds nothing
-        }
         QTRY_COMPARE_WITH_TIMEOUT(app.Boxes().size(), static_cast<int>(kMaxReports), kLimitMs);
         QCOMPARE(app.Boxes().first(), ErrorBox("first"));
         QCOMPARE(app.BoxTexts().at(1), "1" + QString(kReportTextSize - 2, u'x'));
@@ -291,14 +284,6 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!app.Window().isVisible(), kLimitMs);
         QTRY_COMPARE(AppHarness::VisibleBoxes(), 0);
         QVERIFY(sawBox);
-    }
-
-    void boxesStayOnTheScreen()
-    {
-        const std::pair<QRect, QPoint> places[] = {{{100, 100, 400, 300}, {200, 200}},
-            {{-300, -250, 400, 300}, {0, 0}}, {{900, 700, 400, 300}, {800, 668}}};
-        for (const auto &[window, place] : places)
-            QCOMPARE(APP_PlaceBox(window, QSize(200, 100), QSize(1000, 768)), place);
     }
 };
 
