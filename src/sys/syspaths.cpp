@@ -109,12 +109,13 @@ const char *SYS_FileName(const char *path)
 int SYS_UserConfigDir(char *buffer, std::uint32_t size)
 {
     const char *const home = HomeDirectory();
-    if (!home)
-        return SYS_PATH_ERROR;
     std::array<char, SYS_MAX_PATH> parent;
-    if (!FormatPath(parent.data(), SYS_MAX_PATH, "%s/.config", home)
-        || !FormatPath(buffer, size, "%s/.config/TOLVEN", home))
+    if (!home || !FormatPath(parent.data(), SYS_MAX_PATH, "%s/.config", home)
+        || !FormatPath(buffer, size, "%s/.config/TOLVEN", home)) {
+        if (buffer && size > 0)
+            buffer[0] = '\0';
         return SYS_PATH_ERROR;
+    }
     return EnsureDirectory(parent.data()) && EnsureDirectory(buffer) ? SYS_PATH_OK : SYS_PATH_ERROR;
 }
 

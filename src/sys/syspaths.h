@@ -25,7 +25,8 @@ void SYS_ComposePath(char *buffer, std::uint32_t size, const char *directory, co
 /// The text after which a path's file name begins: behind its last '/' or '\'.
 [[nodiscard]] const char *SYS_FileName(const char *path);
 
-/// The user's configuration directory, created if missing, for this user alone.
+/// The user's configuration directory, created if missing, for this user alone. A directory that
+/// cannot be created is a failure, but its path is in the buffer all the same.
 /// A path that had to be cut to the size (or to SYS_MAX_PATH) is a failure and creates nothing.
 int SYS_UserConfigDir(char *buffer, std::uint32_t size);
 
