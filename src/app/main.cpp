@@ -1,3 +1,4 @@
+#include "libraryfailure.h"
 #include "mainwindow.h"
 #include "processend.h"
 
@@ -16,6 +17,7 @@ int main(int argc, char **argv)
     QApplication application(argc, argv);
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/Resources/pelimo.svg")));
     QApplication::setDesktopFileName(QStringLiteral("pelimo"));
+    PROBE_SetLastWords(APP_TellLibraryFailure);
     const ProcessEnd processEnd;
     {
         MainWindow window;

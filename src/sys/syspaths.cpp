@@ -11,6 +11,8 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <link.h>
+#include <sys/auxv.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -43,6 +45,20 @@ bool FormatPath(char *buffer, std::uint32_t size, const char *format, const char
     // The format's two characters "%s" make room for the directory.
     const std::size_t whole = std::strlen(format) - 2 + std::strlen(directory);
     return whole == static_cast<std::size_t>(end - path.data()) && whole < size;
+}
+
+/// Whether a path that the loader's name of the program has led to is the program's own. The loader
+/// knows the program only by what it was called by, which whoever starts it is free to make up.
+bool IsThisProgram(const char *path)
+{
+    if (!std::strchr(path, '/')) {
+        const auto *const started = reinterpret_cast<const char *>(getauxval(AT_EXECFN));
+        return started && std::strcmp(SYS_FileName(started), path) == 0;
+    }
+    struct stat file { };
+    struct stat program { };
+    return stat(path, &file) == 0 && stat("/proc/self/exe", &program) == 0
+        && file.st_dev == program.st_dev && file.st_ino == program.st_ino;
 }
 
 /// Whether a file can be created, opened and deleted there.
@@ -78,8 +94,14 @@ void SYS_ModulePath(char *buffer, std::uint32_t size)
         return;
     buffer[0] = '\0';
     Dl_info info{};
-    if (dladdr(reinterpret_cast<const void *>(&SYS_ModulePath), &info) != 0 && info.dli_fname)
-        SYS_ResolveModulePath(info.dli_fname, &SYS_ReadLink, buffer, size);
+    void *map = nullptr;
+    if (dladdr1(reinterpret_cast<const void *>(&SYS_ModulePath), &info, &map, RTLD_DL_LINKMAP) == 0
+        || !info.dli_fname)
+        return;
+    SYS_ResolveModulePath(info.dli_fname, &SYS_ReadLink, buffer, size);
+    const bool isProgram = static_cast<const link_map *>(map)->l_name[0] == '\0';
+    if (isProgram && !IsThisProgram(buffer))
+        SYS_ExecutablePath(getpid(), buffer, size);
 }
 
 void SYS_ModuleDirectory(char *buffer, std::uint32_t size)

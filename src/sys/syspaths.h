@@ -13,7 +13,8 @@ inline constexpr std::uint32_t SYS_MAX_PATH = 512;
 /// The program file of a process; empty when it cannot be told.
 void SYS_ExecutablePath(int processId, char *buffer, std::uint32_t size);
 
-/// The file that holds this very code, resolved through symbolic links; empty when unknown.
+/// The file that holds this very code, resolved through symbolic links; empty when unknown. In the
+/// program itself a name that it was started by counts only if it leads to the program's own file.
 void SYS_ModulePath(char *buffer, std::uint32_t size);
 
 /// The directory of SYS_ModulePath with its separator at the end; empty when the path has none.
