@@ -19,6 +19,7 @@
 
 #include <QAction>
 #include <QCloseEvent>
+#include <QCoreApplication>
 #include <QLabel>
 #include <QMdiSubWindow>
 #include <QMessageBox>
@@ -226,6 +227,9 @@ void MainWindow::CreateMemoryWindow()
     m_subWindow->setWidget(m_hexEditor);
     m_area->addSubWindow(m_subWindow, Qt::FramelessWindowHint);
     m_subWindow->showMaximized();
+    // A maximised window joins its title to ours when it changes, and it has changed already.
+    QEvent titleChange(QEvent::WindowTitleChange);
+    QCoreApplication::sendEvent(m_subWindow, &titleChange);
     m_hexEditor->setFocus();
 }
 
@@ -297,6 +301,20 @@ bool MainWindow::ShowReport(const Report &report)
     const bool wasAnswered = box != nullptr; // else the dialog beneath took it along
     delete box;
     return wasAnswered;
+}
+
+void MainWindow::EndWithoutDisplay()
+{
+    AppState &state = APP_State();
+    if (state.closing.exchange(true))
+        return;
+    if (m_hexEditor != nullptr) {
+        QCloseEvent closing; // it writes what was typed last
+        QCoreApplication::sendEvent(m_hexEditor, &closing);
+    }
+    state.connection.Supersede();
+    PROBE_CloseAtEnd();
+    delete m_hexEditor; // it saves its settings
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)

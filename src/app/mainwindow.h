@@ -25,6 +25,10 @@ public:
     MainWindow();
     ~MainWindow() override;
 
+    /// Does at the end what the target and the settings are owed, without touching the display:
+    /// that is gone. The window cannot be used afterwards.
+    void EndWithoutDisplay();
+
     /// Closes the memory window, if there is one, after it has written what was typed last.
     void RemoveMemoryWindow();
 

@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QTimer>
 
 namespace {
 
@@ -14,6 +15,12 @@ namespace {
 MainWindow *Window()
 {
     return APP_State().mainWindow;
+}
+
+/// Over the main window even when something else is on top: there the user looks for it.
+const QWidget *PlaceOwner(const QWidget *top)
+{
+    return Window() != nullptr && Window()->isVisible() ? Window() : top;
 }
 
 void ClosePopups()
@@ -40,13 +47,14 @@ void STAGE_Place(QDialog *dialog)
     if (top->windowFlags().testFlag(Qt::WindowStaysOnTopHint))
         dialog->setWindowFlag(Qt::WindowStaysOnTopHint);
     TieToOwner(dialog, top);
-    // Over the main window even when something else is on top: there the user looks for it.
-    PlaceOver(dialog, Window() != nullptr && Window()->isVisible() ? Window() : top);
+    PlaceOver(dialog, PlaceOwner(top));
 }
 
 int STAGE_Run(QDialog *dialog)
 {
     ClosePopups();
+    // A box has its final size, and its frame, only once it is shown.
+    QTimer::singleShot(0, dialog, [dialog] { PullOntoScreen(dialog, PlaceOwner(dialog)); });
     return dialog->exec();
 }
 

@@ -5,9 +5,9 @@
 #include "probesession.h"
 
 #include <QCoreApplication>
-#include <QEvent>
 #include <QGuiApplication>
 #include <QSessionManager>
+#include <QSettings>
 #include <QSocketNotifier>
 
 #include <array>
@@ -49,16 +49,20 @@ void CloseInOrder()
     QCoreApplication::quit();
 }
 
-/// The display is gone: Qt ends the process from inside its event loop. What the target and the
-/// settings are owed is still done.
+/// Runs when something ends the process by exit() while the window is there: Qt does so, from
+/// inside its event loop, when the display is gone.
 void CloseWithoutDisplay()
 {
-    if (APP_State().mainWindow == nullptr)
-        return; // the usual end of main()
-    APP_State().mainWindow->close();
-    // The memory window's end, which saves its settings, is waiting in the event loop.
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    std::_Exit(EXIT_FAILURE);
+    if (MainWindow *const window = APP_State().mainWindow)
+        window->EndWithoutDisplay();
+}
+
+/// Runs behind CloseWithoutDisplay(), also when that ended early: the display's own library ends
+/// the process again at the next use.
+void LeaveWithoutDestructors()
+{
+    if (APP_State().mainWindow != nullptr)
+        std::_Exit(EXIT_FAILURE);
 }
 
 } // namespace
@@ -67,7 +71,10 @@ ProcessEnd::ProcessEnd()
 {
     connect(qApp, &QGuiApplication::commitDataRequest, this, &ProcessEnd::OnSessionEnds,
         Qt::DirectConnection);
-    std::atexit(CloseWithoutDisplay);
+    // What is made before these two is still there when they run: the settings are needed then.
+    (void)QSettings().allKeys();
+    std::atexit(LeaveWithoutDestructors);
+    std::atexit(CloseWithoutDisplay); // runs first
     g_signalEvent = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (g_signalEvent < 0)
         return; // signals end the process as they always did

@@ -18,3 +18,7 @@ void TieToOwner(QWidget *dialog, const QWidget *owner);
 /// Places a dialog that is not shown yet over another window, wholly on that one's screen. Null:
 /// the window manager decides.
 void PlaceOver(QWidget *dialog, const QWidget *owner);
+
+/// Pulls a dialog that is shown, and whose size and frame are known by that, back onto the screen.
+/// One that is there already stays.
+void PullOntoScreen(QWidget *dialog, const QWidget *owner);

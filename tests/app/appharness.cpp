@@ -3,8 +3,8 @@
 #include "appstate.h"
 #include "mainwindow.h"
 #include "probesession.h"
+#include "typebyte.h"
 
-#include "ceditoverlay.h"
 #include "chexeditor.h"
 #include "configdialog.h"
 
@@ -15,7 +15,6 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
-#include <QPlainTextEdit>
 #include <QStatusBar>
 #include <QTest>
 
@@ -104,14 +103,8 @@ void AppHarness::Start()
 
 void AppHarness::TypeOver(std::uint32_t address, std::uint8_t value)
 {
-    CHexEditor &memory = *MemoryWindow();
-    memory.GoTo(address, true, false);
-    const QString digits = QStringLiteral("%1").arg(value, 2, 16, QLatin1Char('0'));
-    QTest::keyClick(memory.findChild<QPlainTextEdit *>(), digits.front().toLatin1());
-    auto *const overlay = memory.findChild<CEditOverlay *>();
-    QTest::keyClick(overlay, digits.back().toLatin1());
-    QTest::keyClick(overlay, Qt::Key_Return);
-    memory.OnEditUpdateTimerTimeout();
+    TypeByte(*MemoryWindow(), address, value);
+    MemoryWindow()->OnEditUpdateTimerTimeout();
 }
 
 void AppHarness::DestroyWindow()

@@ -13,7 +13,11 @@
 
 #include <QAction>
 #include <QMdiSubWindow>
+#include <QMessageBox>
+#include <QScreen>
+#include <QStatusTipEvent>
 #include <QTest>
+#include <QWindow>
 
 #include <thread>
 
@@ -267,6 +271,76 @@ private slots:
         // Now the call fails, which would be reported to a window that is gone.
         g_letGo.Release();
         QTRY_COMPARE_WITH_TIMEOUT(APP_State().workerExited.load(), 1u, kLimitMs);
+    }
+
+    void aBoxStandsOverWhateverIsOpenOnTheWindowsScreen_data()
+    {
+        QTest::addColumn<QPoint>("window");
+        QTest::addColumn<QString>("screen");
+        QTest::newRow("the first screen") << QPoint(200, 100) << "first";
+        QTest::newRow("right of it") << QPoint(1700, 20) << "right";
+        QTest::newRow("over the lower right corner") << QPoint(2700, 700) << "right";
+        QTest::newRow("left of it") << QPoint(-1200, -150) << "left";
+        QTest::newRow("over the upper left corner") << QPoint(-1500, -400) << "left";
+    }
+
+    void aBoxStandsOverWhateverIsOpenOnTheWindowsScreen()
+    {
+        QFETCH(QPoint, window);
+        QFETCH(QString, screen);
+        AppHarness app({}, AppHarness::FirstDialog::Reject);
+        app.Start();
+        app.AnswerBoxes(false);
+        app.Window().resize(400, 300);
+        app.Window().move(window);
+        QRect area;
+        for (const QScreen *const candidate : QGuiApplication::screens()) {
+            if (candidate->name() == screen)
+                area = candidate->availableGeometry();
+        }
+        QStringList troubles;
+        const auto look = [&](bool isOk, const char *what) {
+            if (!isOk)
+                troubles.append(QString::fromLatin1(what));
+        };
+        QTimer::singleShot(0, &app.Window(), [&] { // the about box is open by then
+            QWidget *const about = QApplication::activeModalWidget();
+            look(about != nullptr && about->windowTitle() == "About", "no about box");
+            look(area.contains(about->geometry()), "the about box is elsewhere");
+            APP_ShowWarning("Target disconnected.");
+            QTimer::singleShot(20, about, [&, about] {
+                auto *const box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+                look(box != nullptr && box->parentWidget() == about, "not over the about box");
+                look(box != nullptr && box->windowFlags().testFlag(Qt::WindowStaysOnTopHint)
+                        && area.contains(box->geometry()),
+                    "the box is beneath or elsewhere");
+                app.AnswerBoxes(true);
+                QTimer::singleShot(0, about, [about] { about->close(); });
+            });
+        });
+        app.Action("&About...")->trigger();
+        QCOMPARE(troubles.join("; "), QString());
+        QTRY_COMPARE(app.Boxes(), QStringList(WarningBox("Target disconnected.")));
+    }
+
+    void tipsAndTitleAreThereAtOnce()
+    {
+        AppHarness app;
+        app.Start();
+        QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
+        QVERIFY2(app.Window().windowTitle().startsWith(kTitle + " - [Memory @ "),
+            qPrintable(app.Window().windowTitle()));
+        QAction *const save = app.MemoryWindow()->findChild<QAction *>("pActionMemorySave");
+        QVERIFY(save != nullptr && !save->statusTip().isEmpty());
+        QStatusTipEvent tip(save->statusTip()); // as the tool bar sends it to its window
+        QApplication::sendEvent(app.MemoryWindow(), &tip);
+        QTRY_COMPARE(app.StatusText(kStatusMessage), save->statusTip());
+        QStatusTipEvent left((QString()));
+        QApplication::sendEvent(app.MemoryWindow(), &left);
+        QCoreApplication::processEvents();
+        QCOMPARE(app.StatusText(kStatusMessage), save->statusTip());
+        app.Action("&Disconnect")->trigger();
+        QTRY_COMPARE(app.Window().windowTitle(), kTitle);
     }
 
     void closingWithABoxOpenEndsBoth()
