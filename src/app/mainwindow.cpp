@@ -20,10 +20,12 @@
 #include <QAction>
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QLabel>
 #include <QMdiSubWindow>
 #include <QMessageBox>
 #include <QStatusTipEvent>
+#include <QWindow>
 
 namespace {
 
@@ -59,6 +61,16 @@ void ResetSharedState(MainWindow *window)
     state.mainWindow = window;
 }
 
+/// Lets a window be drawn before a dialog blocks it: some displays show it half drawn else.
+void AwaitFirstPaint(const QWidget &window)
+{
+    constexpr int kPatienceMs = 200;
+    const QDeadlineTimer deadline(kPatienceMs);
+    do
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, 10);
+    while (!deadline.hasExpired() && window.isVisible() && !window.windowHandle()->isExposed());
+}
+
 void SetLabel(QLabel *label, const char *text)
 {
     const QString wanted = QString::fromUtf8(text);
@@ -86,7 +98,9 @@ MainWindow::MainWindow()
     SETTINGS_Load(&record);
     WORKER_SetUpStaticJobs(this);
     show();
-    _OnActionGeneral();
+    AwaitFirstPaint(*this);
+    if (isVisible()) // nobody has ended the process meanwhile
+        _OnActionGeneral();
 }
 
 MainWindow::~MainWindow()

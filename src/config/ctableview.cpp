@@ -1,7 +1,9 @@
 #include "ctableview.h"
 
 #include "cdevicedatamodel.h"
+#include "cdeviceitemdelegate.h"
 
+#include <QComboBox>
 #include <QHeaderView>
 #include <QMouseEvent>
 #include <QPainter>
@@ -48,7 +50,7 @@ protected:
 
     void mousePressEvent(QMouseEvent *event) override
     {
-        m_view->EditFilter(m_view->columnAt(event->position().toPoint().x()));
+        m_view->PressFilter(event->position().toPoint().x());
     }
 
 private:
@@ -153,6 +155,18 @@ void CTableView::EditFilter(int column)
         editor->setFocus();
     else
         edit(cell);
+}
+
+void CTableView::PressFilter(int xPx)
+{
+    const int column = columnAt(xPx);
+    EditFilter(column);
+    if (column < 0 || xPx < columnViewportPosition(column) + columnWidth(column) - kFilterArrowPx)
+        return;
+    // Once the press has been handled: its rest would close the list again.
+    if (auto *const box
+        = qobject_cast<QComboBox *>(indexWidget(model()->index(kFilterRow, column))))
+        QMetaObject::invokeMethod(box, &QComboBox::showPopup, Qt::QueuedConnection);
 }
 
 void CTableView::scrollTo(const QModelIndex &index, ScrollHint hint)
