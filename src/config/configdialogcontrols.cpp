@@ -172,6 +172,7 @@ QWidget *ConfigDialogControls::MakeSpeedGroup(ConfigDialog *dialog)
         kSpeeds[kAutoSpeed].label, "pRBtnAutoSel", group, dialog, &ConfigDialog::_OnRBtnAutoSel);
     rBtnAdaptiveClock = MakeRadioButton(kSpeeds[kAdaptiveSpeed].label, "pRBtnAdaptiveClock", group,
         dialog, &ConfigDialog::_OnRBtnAdaptiveClock);
+    rBtnAdaptiveClock->setToolTip(QStringLiteral("For the target interface JTAG only"));
     rBtnFrequency = MakeRadioButton(kSpeeds[kFixedSpeed].label, "pRBtnFrequency", group, dialog,
         &ConfigDialog::_OnRBtnFrequency);
     comboBoxFrequency = MakeComboBox("pComboBoxFrequency", "Interface speed in kHz", group);

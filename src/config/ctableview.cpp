@@ -4,6 +4,7 @@
 #include "cdeviceitemdelegate.h"
 
 #include <QComboBox>
+#include <QCoreApplication>
 #include <QHeaderView>
 #include <QMouseEvent>
 #include <QPainter>
@@ -15,6 +16,14 @@
 namespace {
 
 constexpr QColor kDisabledHighlight(10, 36, 106);
+
+void PressArrowOf(QComboBox *box)
+{
+    const QPointF arrow(box->width() - kFilterArrowPx / 2, box->height() / 2);
+    QMouseEvent press(QEvent::MouseButtonPress, arrow, box->mapToGlobal(arrow), Qt::LeftButton,
+        Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(box, &press);
+}
 
 /// Paints the filter row where the scrolled table hides it.
 class FilterStrip : public QWidget {
@@ -163,10 +172,12 @@ void CTableView::PressFilter(int xPx)
     EditFilter(column);
     if (column < 0 || xPx < columnViewportPosition(column) + columnWidth(column) - kFilterArrowPx)
         return;
-    // Once the press has been handled: its rest would close the list again.
-    if (auto *const box
-        = qobject_cast<QComboBox *>(indexWidget(model()->index(kFilterRow, column))))
-        QMetaObject::invokeMethod(box, &QComboBox::showPopup, Qt::QueuedConnection);
+    // Handed on to the box once the table is done with it: only a press of its own arrow makes the
+    // box keep its list when the button is let go.
+    auto *const box = qobject_cast<QComboBox *>(indexWidget(model()->index(kFilterRow, column)));
+    if (box != nullptr)
+        QMetaObject::invokeMethod(
+            box, [box] { PressArrowOf(box); }, Qt::QueuedConnection);
 }
 
 void CTableView::scrollTo(const QModelIndex &index, ScrollHint hint)
