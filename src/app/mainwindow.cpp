@@ -13,7 +13,7 @@
 #include "configdialog.h"
 #include "connectionsettings.h"
 #include "syslock.h"
-#include "systime.h"
+#include "syssleep.h"
 #include "utilformat.h"
 #include "utiltext.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "systime.h"
+#include "syssleep.h"
 
 #include <atomic>
 

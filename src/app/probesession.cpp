@@ -5,8 +5,8 @@
 
 #include "probeloader.h"
 #include "ranvoapi.h"
+#include "syssleep.h"
 #include "systhread.h"
-#include "systime.h"
 
 #include "memtypes.h"
 

@@ -6,8 +6,8 @@
 
 #include "sysevent.h"
 #include "sysmutex.h"
+#include "syssleep.h"
 #include "systhread.h"
-#include "systime.h"
 
 #include <array>
 #include <atomic>

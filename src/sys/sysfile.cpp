@@ -1,6 +1,6 @@
 #include "sysfile.h"
 
-#include "systime.h"
+#include "syssleep.h"
 #include "utilformat.h"
 #include "utiltext.h"
 

@@ -8,7 +8,7 @@
 
 #include "chexeditor.h"
 #include "syslock.h"
-#include "systime.h"
+#include "syssleep.h"
 #include "testsemaphore.h"
 
 #include <QAction>
