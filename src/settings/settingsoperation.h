@@ -34,7 +34,7 @@ inline constexpr int kSettingsReloadNeeded = 100;
 
 [[nodiscard]] SettingsStore &SETTINGS_TheStore();
 
-/// For problems that the user is not told.
+/// Reports a problem that is not shown to the user.
 void SETTINGS_ReportQuietly(const char *text);
 
 /// "<user directory>\<program>Settings.ini": the backslash is part of a file name that existing

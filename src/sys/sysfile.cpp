@@ -103,7 +103,7 @@ Result ResultOfOpenError(int error, const char *path)
     }
 }
 
-/// Runs a step again while somebody else keeps the file to himself.
+/// Runs a step again while another process holds the file.
 template <typename Step> Result RetryWhileShared(Step step)
 {
     Result result = step();
