@@ -7,6 +7,7 @@
 #include "workerring.h"
 
 #include "chexeditor.h"
+#include "sysevent.h"
 #include "syslock.h"
 #include "syssleep.h"
 #include "testsemaphore.h"
@@ -209,22 +210,28 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
     }
 
-    void theWindowLivesWhileTheWorkerIsStuck()
+    void aWorkerThatCannotBeStartedIsReportedOnce()
     {
+        std::vector<SYS_EVENT_HANDLE> events;
+        for (;;) {
+            const SYS_EVENT_HANDLE event = SYS_CreateEvent(nullptr, 0, 0);
+            if (event == SYS_EVENT_ERROR)
+                break;
+            events.push_back(event);
+        }
         AppHarness app;
-        app.Hooks().Open = BlockedOpen;
         app.Start();
-        QVERIFY(g_entered.Acquire(1, kLimit));
-        // Each of these makes the window ask for a check; a window that waited for the stuck worker
-        // to take them would never come back from here.
-        for (int i = 0; i < 200; ++i) {
-            APP_SetStatusField(qPrintable(QString::number(i)), kStatusMessage);
+        for (int i = 0; i < 10; ++i) {
+            app.Action("&Connect")->trigger();
             QCoreApplication::processEvents();
         }
-        QCOMPARE(app.StatusText(kStatusMessage), "199");
-        app.Hooks().Open = nullptr;
-        g_letGo.Release();
-        QTRY_COMPARE_WITH_TIMEOUT(app.Boxes().size(), 1, kLimitMs);
+        QTRY_COMPARE(app.BoxTexts().size(), 1);
+        QVERIFY(app.TakeBoxTexts().first().startsWith("Could not start the worker thread."));
+        for (const SYS_EVENT_HANDLE event : events)
+            SYS_CloseEvent(event);
+        app.Action("&Connect")->trigger();
+        QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
+        QCOMPARE(app.Boxes(), QStringList());
     }
 
     void aFullRingNeverHoldsTheStateLock()

@@ -111,21 +111,6 @@ private slots:
         QVERIFY(AreEqual(m_record, before));
     }
 
-    void cancellingLeavesTheRecordAlone()
-    {
-        const ConnectionRecord before = m_record;
-        Open();
-        QSignalSpy closing(m_dialog.get(), &ConfigDialog::closing);
-        Child<QRadioButton>("pRBtnTCPIP")->click();
-        QTest::keyClicks(Field("pLineEditIP"), "elsewhere");
-        Choose("pComboBoxTIF", 0);
-        Choose("pComboBoxDRPre", 5);
-        QTest::mouseClick(Child<QPushButton>("pPBtnCancel"), Qt::LeftButton);
-        QCOMPARE(m_dialog->result(), int(QDialog::Rejected));
-        QVERIFY(AreEqual(m_record, before));
-        QCOMPARE(closing.size(), 1);
-    }
-
     void everyChoiceReachesTheRecord()
     {
         Open(kShowMiscSettings | kShowCommandLine | kHandleScanChain);
