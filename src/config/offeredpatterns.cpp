@@ -5,79 +5,92 @@
 #include <QHash>
 #include <QSet>
 
-#include <algorithm>
+#include <cstdint>
 #include <vector>
 
 namespace {
 
-/// Which of the texts begin another one. All texts are folded; equal ones count as one.
-QSet<QString> TextsThatBeginAnother(std::vector<QString> texts)
-{
-    QSet<QString> found;
-    std::sort(texts.begin(), texts.end());
-    texts.erase(std::unique(texts.begin(), texts.end()), texts.end());
-    for (std::size_t i = 1; i < texts.size(); ++i) {
-        // Whatever begins with a text follows right behind it.
-        if (texts[i].startsWith(texts[i - 1]))
-            found.insert(texts[i - 1]);
+/// Where a text occurs in another one.
+struct Uses {
+    bool inside = false; // anywhere
+    bool asBeginning = false;
+    bool asEnd = false;
+};
+
+/// The hashes of all parts of a text, each in one step. Two parts that hash alike are taken for
+/// equal: at worst a text is offered with an asterisk that it would not need.
+class PartHashes {
+public:
+    explicit PartHashes(const QString &text)
+    {
+        for (const QChar c : text) {
+            m_prefixes.push_back(m_prefixes.back() * kBase + c.unicode() + 1);
+            m_powers.push_back(m_powers.back() * kBase);
+        }
     }
-    return found;
-}
+    [[nodiscard]] qsizetype Length() const { return static_cast<qsizetype>(m_prefixes.size()) - 1; }
+    [[nodiscard]] quint64 Of(qsizetype start, qsizetype length) const
+    {
+        const auto first = static_cast<std::size_t>(start);
+        const auto count = static_cast<std::size_t>(length);
+        return m_prefixes[first + count] - m_prefixes[first] * m_powers[count];
+    }
+    [[nodiscard]] quint64 OfWhole() const { return m_prefixes.back(); }
 
-QString Reversed(const QString &text)
-{
-    QString reversed = text;
-    std::reverse(reversed.begin(), reversed.end());
-    return reversed;
-}
+private:
+    static constexpr quint64 kBase = 0x9E37'79B9'7F4A'7C15;
 
-/// Which of the texts are a part of another one: each part of each text that is as long as some
-/// text is looked up. For thousands of texts this takes milliseconds, comparing all of them
-/// seconds.
-QSet<QStringView> TextsInsideAnother(const std::vector<QString> &texts)
+    std::vector<quint64> m_prefixes{0};
+    std::vector<quint64> m_powers{1};
+};
+
+/// Looks up each part of each text that is as long as some text: for thousands of texts this takes
+/// milliseconds, comparing all of them with each other takes seconds.
+QHash<quint64, Uses> FindUses(const std::vector<PartHashes> &texts)
 {
-    QHash<qsizetype, QSet<QStringView>> byLength;
-    for (const QString &text : texts)
-        byLength[text.size()].insert(text);
-    QSet<QStringView> found;
-    for (const QString &text : texts) {
-        const QStringView whole(text);
-        for (auto entry = byLength.cbegin(); entry != byLength.cend(); ++entry) {
-            for (qsizetype start = 0; start + entry.key() <= whole.size(); ++start) {
-                const QStringView part = whole.sliced(start, entry.key());
-                if (part.size() < whole.size() && entry.value().contains(part))
-                    found.insert(*entry.value().constFind(part));
+    QHash<quint64, Uses> uses;
+    QSet<qsizetype> lengths;
+    for (const PartHashes &text : texts) {
+        uses.insert(text.OfWhole(), {});
+        lengths.insert(text.Length());
+    }
+    for (const PartHashes &text : texts) {
+        for (const qsizetype length : std::as_const(lengths)) {
+            for (qsizetype start = 0; length < text.Length() && start + length <= text.Length();
+                 ++start) {
+                const auto found = uses.find(text.Of(start, length));
+                if (found == uses.end())
+                    continue;
+                found->inside = true;
+                found->asBeginning |= start == 0;
+                found->asEnd |= start + length == text.Length();
             }
         }
     }
-    return found;
+    return uses;
 }
 
 } // namespace
 
 QStringList OfferedPatterns(const QStringList &texts)
 {
-    std::vector<QString> folded;
-    std::vector<QString> reversed;
-    for (const QString &text : texts) {
-        folded.push_back(FoldForMatch(text));
-        reversed.push_back(Reversed(folded.back()));
-    }
-    const QSet<QStringView> inside = TextsInsideAnother(folded);
-    const QSet<QString> beginning = TextsThatBeginAnother(folded);
-    const QSet<QString> ending = TextsThatBeginAnother(reversed);
+    std::vector<PartHashes> hashes;
+    hashes.reserve(static_cast<std::size_t>(texts.size()));
+    for (const QString &text : texts)
+        hashes.emplace_back(FoldForMatch(text));
+    const QHash<quint64, Uses> allUses = FindUses(hashes);
     QStringList patterns;
-    for (std::size_t i = 0; i < folded.size(); ++i) {
+    for (std::size_t i = 0; i < hashes.size(); ++i) {
         const QString &text = texts[static_cast<qsizetype>(i)];
+        const Uses uses = allUses.value(hashes[i].OfWhole());
         // An asterisk at an end of the text itself would be taken for the pattern's.
         const bool isStarred = text.startsWith(u'*');
-        if (!isStarred && !text.endsWith(u'*') && !inside.contains(folded[i]))
+        if (!isStarred && !text.endsWith(u'*') && !uses.inside)
             patterns.append(text);
-        else if (!isStarred && !beginning.contains(folded[i]))
+        else if (!isStarred && !uses.asBeginning)
             patterns.append(text + u'*');
-        else if (!ending.contains(reversed[i]))
+        else if (!uses.asEnd)
             patterns.append(u'*' + text);
     }
-    patterns.removeDuplicates();
     return patterns;
 }
