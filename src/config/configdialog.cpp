@@ -297,6 +297,8 @@ void ConfigDialog::RefreshConnection()
     else // a long name is shown in part, but edited as a whole
         m_controls.host.Show(m_controls.host.Edit()->hasFocus() ? TextOf(m_state.hostName)
                                                                 : ShownHost(m_state.hostName));
+    if (!m_controls.host.Edit()->hasFocus())
+        m_controls.host.Edit()->setCursorPosition(0); // a long name shows its beginning
 }
 
 void ConfigDialog::RefreshDevice()
