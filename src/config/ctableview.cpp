@@ -19,7 +19,7 @@ constexpr QColor kDisabledHighlight(10, 36, 106);
 
 void PressArrowOf(QComboBox *box)
 {
-    const QPointF arrow(box->width() - kFilterArrowPx / 2, box->height() / 2);
+    const QPointF arrow(QPoint(box->width() - kFilterArrowPx / 2, box->height() / 2));
     QMouseEvent press(QEvent::MouseButtonPress, arrow, box->mapToGlobal(arrow), Qt::LeftButton,
         Qt::LeftButton, Qt::NoModifier);
     QCoreApplication::sendEvent(box, &press);
