@@ -1,6 +1,7 @@
 #include "aboutdialog.h"
 
-#include "ownerplacement.h"
+#include "modalstage.h"
+
 #include "utilformat.h"
 
 #include <QGridLayout>
@@ -52,7 +53,7 @@ AboutDialog::AboutDialog(const char *title)
     grid->addWidget(m_btnOK, 2, 0, Qt::AlignRight);
     SetWindowFlags();
     setFixedSize(minimumSizeHint());
-    PlaceOverActiveWindow(this);
+    STAGE_Place(this);
     show();
 }
 

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "connectionstate.h"
+
 #include "sysmutex.h"
 
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 
 class MainWindow;
 
@@ -21,16 +24,15 @@ inline constexpr unsigned kMaxReports = 16;
 
 /// A message for the user that no box has shown yet.
 struct Report {
-    bool isError; ///< else a warning
+    bool isError;                    ///< else a warning
+    ConnectionGeneration generation; ///< worth showing in this one only; 0 in any
     std::array<char, kReportTextSize> text;
 };
 
 /// What the worker and the main window share. Every field is guarded by AppState::stateMutex.
 struct WindowState {
     std::array<std::array<char, kStatusTextSize>, kStatusFields> statusTexts;
-    std::uint8_t memoryWindowWanted; ///< the GUI update creates or removes the memory window by it
     std::uint8_t memoryRefreshPending; ///< cleared once the memory window has re-read its page
-    std::uint8_t connected;            ///< the last known connection state
     std::array<Report, kMaxReports> reports; ///< oldest first; the first may be on show already
     unsigned reportCount;
 };
@@ -39,19 +41,17 @@ struct WindowState {
 ///
 /// It has no destructor that runs: a worker that wakes up from a long probe call while the process
 /// ends must still find it. Locks: stateMutex guards `window`; windowMutex guards `mainWindow` for
-/// the time of an emission. Neither is taken while the other is held.
+/// the time of an emission; `connection` guards itself. None is taken while another is held.
 struct AppState {
     SYS_MUTEX_HANDLE stateMutex;
     WindowState window;
-    SYS_MUTEX_HANDLE windowMutex;
+    std::mutex windowMutex;
     MainWindow *mainWindow; ///< null before construction and after destruction
     /// Publishes nothing but itself: the worker has taken everything down.
     std::atomic<std::uint32_t> workerExited;
     /// Publishes nothing but itself: the main window is closing, nothing new is begun.
     std::atomic<bool> closing;
-    /// Publishes that a closed window's probe is closed: how many threads are still at it. Who
-    /// opens the probe anew in the same process waits for them, or they would close the new one.
-    std::atomic<std::uint32_t> probeClosers;
+    ConnectionState connection;
 };
 
 AppState &APP_State();

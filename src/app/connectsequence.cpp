@@ -19,7 +19,8 @@ using ComposedText = std::array<char, 1024>;
 
 /// Selects the probe that the record names. The progress line goes into text and is deliberately
 /// never shown: a line that flashes by for a moment says nothing to anybody.
-void SelectProbe(const ConnectionRecord &record, ComposedText &text)
+void SelectProbe(
+    const ConnectionRecord &record, ConnectionGeneration generation, ComposedText &text)
 {
     if (record.ConnectMode == kConnectModeTcpIp) {
         UTIL_Format(text, "Connecting via TCP/IP to %s", record.HostName.data());
@@ -27,7 +28,7 @@ void SelectProbe(const ConnectionRecord &record, ComposedText &text)
     } else if (record.UseSerialNo != 0 && record.USBSerialNo > kLastUsbIndex) {
         UTIL_Format(text, "Connecting via USB to Ranvo with SN %d", record.USBSerialNo);
         if (RANVOARM_EMU_SelectByUSBSN(record.USBSerialNo) < 0)
-            APP_ShowError("No emulator with given S/N connected!");
+            APP_ShowConnectError("No emulator with given S/N connected!", generation);
     } else if (record.UseSerialNo != 0) {
         UTIL_Format(text, "Connecting via USB to Ranvo device %d", record.USBSerialNo);
         RANVOARM_SelectUSB(static_cast<int>(record.USBSerialNo));
@@ -62,7 +63,7 @@ void ConfigureAndConnect(const ConnectionRecord &record)
 }
 
 /// @return whether the probe is open now
-bool OpenProbe(ComposedText &text)
+bool OpenProbe(ConnectionGeneration generation, ComposedText &text)
 {
     const char *const error = PROBE_OpenSession();
     if (error == nullptr)
@@ -70,47 +71,54 @@ bool OpenProbe(ComposedText &text)
     UTIL_Format(text, "Could not connect to Ranvo:\n%s", error);
     // A failed open may leave the library half open.
     PROBE_CloseSession();
-    APP_ShowError(text.data());
+    APP_ShowConnectError(text.data(), generation);
     return false;
+}
+
+/// Says how the connect ended to whom it concerns.
+void Announce(ConnectOutcome outcome, ConnectionGeneration generation)
+{
+    if (outcome == ConnectOutcome::NoTarget)
+        APP_ShowConnectError("Could not connect to target for unknown reason", generation);
+    if (outcome == ConnectOutcome::Connected || outcome == ConnectOutcome::Reconnected)
+        WORKER_PostStatusUpdate();
+    APP_UpdateGui(); // also creates the memory window
+    if (outcome == ConnectOutcome::Reconnected)
+        APP_RefreshMemoryWindow();
 }
 
 } // namespace
 
 void WORKER_RunConnectSequence()
 {
-    if (PROBE_IsConnected())
+    ConnectionState &connection = APP_State().connection;
+    if (PROBE_IsConnected()) {
+        if (connection.IsOfPresent() || !connection.IsWanted())
+            return;
+        PROBE_CloseSession(); // of the settings before; the disconnect for it is still queued
+    }
+    const std::optional<ConnectionGeneration> generation = connection.BeginOpening();
+    if (!generation)
         return;
     // The GUI thread may replace the settings meanwhile: one consistent copy for the whole
-    // sequence.
+    // sequence. It is no older than the generation, which is raised after the settings.
     const ConnectionRecord record = SETTINGS_Snapshot();
     ComposedText text{};
-    SelectProbe(record, text);
-    const bool open = OpenProbe(text);
-    if (APP_State().closing.load(std::memory_order_relaxed)) {
-        PROBE_CloseSession(); // the window's own close may have come before this open succeeded
-        return;
-    }
-    if (open) {
+    SelectProbe(record, *generation, text);
+    const bool open = OpenProbe(*generation, text);
+    if (open && connection.Generation() == *generation)
         ConfigureAndConnect(record);
-        if (PROBE_IsConnected()) {
-            PROBE_MarkTargetReachable();
-            WORKER_PostStatusUpdate();
-        } else {
-            APP_ShowError("Could not connect to target for unknown reason");
-        }
-    }
-    const bool windowWanted = APP_QueryMemoryWindow();
-    if (!PROBE_IsConnected())
-        return;
-    if (windowWanted)
-        APP_RefreshMemoryWindow();
+    const ConnectOutcome outcome = connection.EndOpening(*generation, PROBE_IsConnected() != 0);
+    if (outcome == ConnectOutcome::OutOfDate)
+        PROBE_CloseSession(); // the window's own close may have come before this open succeeded
     else
-        APP_RequestMemoryWindow();
+        Announce(outcome, *generation);
 }
 
 void WORKER_RunStatusUpdate()
 {
-    if (!PROBE_IsConnected()) {
+    // What is out of date is about to be closed: it is not shown any more.
+    if (!APP_State().connection.IsUpToDate() || !PROBE_IsConnected()) {
         APP_UpdateGui();
         return;
     }

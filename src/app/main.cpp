@@ -1,9 +1,12 @@
+#include "libraryfailure.h"
 #include "mainwindow.h"
+#include "processend.h"
 
 #include "sysprocess.h"
 
 #include <QApplication>
 #include <QClipboard>
+#include <QIcon>
 
 #include <cstdio>
 
@@ -12,6 +15,10 @@ int main(int argc, char **argv)
     SYS_PrepareProcess();
     std::setvbuf(stdout, nullptr, _IONBF, 0);
     QApplication application(argc, argv);
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/Resources/pelimo.svg")));
+    QApplication::setDesktopFileName(QStringLiteral("pelimo"));
+    PROBE_SetLastWords(APP_TellLibraryFailure);
+    const ProcessEnd processEnd;
     {
         MainWindow window;
         // Closed while its first dialog was still open: there is nothing left to wait for.
@@ -19,5 +26,6 @@ int main(int argc, char **argv)
             QApplication::exec();
     }
     QApplication::clipboard()->clear(); // no target memory stays behind
+    ProcessEnd::LeaveIfBusy(0);
     return 0;
 }

@@ -1,42 +1,32 @@
 #include "mainwindow.h"
 
-#include "aboutdialog.h"
 #include "appidentity.h"
-#include "boxplacement.h"
 #include "custmdiarea.h"
 #include "logoimage.h"
+#include "modalstage.h"
 #include "probesession.h"
 #include "windowreports.h"
 #include "workeractions.h"
 
 #include "chexeditor.h"
-#include "configdialog.h"
 #include "connectionsettings.h"
-#include "ranvoapi.h"
-#include "sysevent.h"
 #include "syslock.h"
-#include "systhread.h"
-#include "systime.h"
-#include "utilformat.h"
+#include "syssleep.h"
 #include "utiltext.h"
 
 #include <QAction>
 #include <QCloseEvent>
+#include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QLabel>
 #include <QMdiSubWindow>
-#include <QMessageBox>
-#include <QScreen>
+#include <QStatusTipEvent>
+#include <QWindow>
 
 namespace {
 
-/// Scan-chain handling on; the miscellaneous and the command-line group stay hidden.
-constexpr int kConfigDialogOptions = 4;
-/// Periodic refresh only: no load command, automatic access width.
-constexpr std::uint32_t kMemoryWindowFeatures = 1;
 /// How long a closing window waits for the worker, looking once a millisecond.
 constexpr int kExitRounds = 10;
-/// How long the process waits for the library to let go of the probe; the window is gone by then.
-constexpr std::uint32_t kCloseLimitMs = 2000;
 
 /// Called by the settings, on the GUI thread, after they have taken a changed record.
 void ReconnectAfterChange()
@@ -44,28 +34,37 @@ void ReconnectAfterChange()
     // First of all: typed changes that still wait to be written need the old connection.
     APP_State().mainWindow->RemoveMemoryWindow();
     WORKER_PostDisconnect();
-    APP_DropMemoryWindow();
+    APP_UpdateGui();
     WORKER_PostConnect();
 }
 
-/// The worker-to-window state of a new window; the locks are made once for the whole process.
+/// The worker-to-window state of a new window; the lock is made once for the whole process.
 void ResetSharedState(MainWindow *window)
 {
     AppState &state = APP_State();
-    if (state.stateMutex == nullptr) {
+    if (state.stateMutex == nullptr)
         state.stateMutex = SYS_CreateUnnamedMutex();
-        state.windowMutex = SYS_CreateUnnamedMutex();
-    }
     state.closing.store(false, std::memory_order_relaxed);
     state.workerExited.store(0, std::memory_order_relaxed);
+    state.connection.StartAnew();
     {
         const SysLock lock(state.stateMutex);
         state.window = {};
         UTIL_CopyText(state.window.statusTexts[kStatusMessage], "Ready");
         UTIL_CopyText(state.window.statusTexts[kStatusConnection], "Not connected");
     }
-    const SysLock lock(state.windowMutex);
+    const std::lock_guard lock(state.windowMutex);
     state.mainWindow = window;
+}
+
+/// Lets a window be drawn before a dialog blocks it: some displays show it half drawn else.
+void AwaitFirstPaint(const QWidget &window)
+{
+    constexpr int kPatienceMs = 200;
+    const QDeadlineTimer deadline(kPatienceMs);
+    do
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, 10);
+    while (!deadline.hasExpired() && window.isVisible() && !window.windowHandle()->isExposed());
 }
 
 void SetLabel(QLabel *label, const char *text)
@@ -75,25 +74,6 @@ void SetLabel(QLabel *label, const char *text)
         return;
     label->setText(wanted);
     label->setToolTip(wanted); // a narrow window cuts the field
-}
-
-/// Closes the probe from a thread of its own: a library that never comes back must not keep the
-/// process alive.
-void CloseProbe()
-{
-    // One for the whole process and never closed: the thread may come back at any later time.
-    static const SYS_EVENT_HANDLE closed = SYS_CreateEvent(nullptr, 0, 0);
-    SYS_WaitForEvent(closed, 0); // takes away the signal of one that came back too late
-    const auto close = [](void *) -> void * {
-        PROBE_CloseSession();
-        SYS_SetEvent(closed);
-        --APP_State().probeClosers;
-        return nullptr;
-    };
-    ++APP_State().probeClosers;
-    if (SYS_CreateThread(close, nullptr, nullptr) == 0)
-        close(nullptr);
-    SYS_WaitForEvent(closed, kCloseLimitMs);
 }
 
 } // namespace
@@ -114,13 +94,15 @@ MainWindow::MainWindow()
     SETTINGS_Load(&record);
     WORKER_SetUpStaticJobs(this);
     show();
-    _OnActionGeneral();
+    AwaitFirstPaint(*this);
+    if (isVisible()) // nobody has ended the process meanwhile
+        _OnActionGeneral();
 }
 
 MainWindow::~MainWindow()
 {
     AppState &state = APP_State();
-    const SysLock lock(state.windowMutex);
+    const std::lock_guard lock(state.windowMutex);
     state.mainWindow = nullptr; // a worker that is still busy finds no window from here on
 }
 
@@ -138,35 +120,6 @@ void MainWindow::_Slot_OnMemWindowUpdate()
     state.window.memoryRefreshPending = 0;
 }
 
-void MainWindow::_Slot_OnShowError()
-{
-    ShowReports();
-}
-
-void MainWindow::_Slot_OnShowWarning()
-{
-    ShowReports();
-}
-
-void MainWindow::_OnActionAbout()
-{
-    const QPointer<MainWindow> alive(this);
-    {
-        AboutDialog dialog(APP_WindowTitle());
-        dialog.exec();
-    }
-    if (alive != nullptr)
-        UpdateGui();
-}
-
-void MainWindow::_OnActionGeneral()
-{
-    const QPointer<MainWindow> alive(this);
-    RunConfiguration();
-    if (alive != nullptr)
-        UpdateGui();
-}
-
 void MainWindow::_OnActionExit()
 {
     close();
@@ -180,11 +133,6 @@ void MainWindow::_OnActionConnect()
 
 void MainWindow::_OnActionDisconnect()
 {
-    {
-        AppState &state = APP_State();
-        const SysLock lock(state.stateMutex);
-        state.window.memoryWindowWanted = 0;
-    }
     RemoveMemoryWindow(); // writes what was typed while the probe is still open
     WORKER_PostDisconnect();
     UpdateGui();
@@ -200,9 +148,14 @@ void MainWindow::_OnHoverAction()
 
 bool MainWindow::event(QEvent *event)
 {
-    // The status bar has no place for passing messages: the tips stand in its first field.
-    if (event->type() == QEvent::StatusTip)
+    // The tips of all menus and tool bars stand in the first field, and stay there: the status bar
+    // has no place for passing messages, and the empty tip of what is left takes nothing away.
+    if (event->type() == QEvent::StatusTip) {
+        const QString tip = static_cast<QStatusTipEvent *>(event)->tip();
+        if (!tip.isEmpty())
+            APP_SetStatusField(tip.toUtf8().constData(), kStatusMessage);
         return true;
+    }
     return QMainWindow::event(event);
 }
 
@@ -215,13 +168,10 @@ void MainWindow::UpdateGui()
     updating = true;
     AppState &state = APP_State();
     WindowState &shared = state.window;
-    bool connected = false;
-    bool memoryWindowWanted = false;
+    const bool connected = state.connection.IsConnected();
     decltype(shared.statusTexts) texts;
     {
         const SysLock lock(state.stateMutex);
-        connected = shared.connected != 0;
-        memoryWindowWanted = shared.memoryWindowWanted != 0;
         if (!connected) {
             UTIL_CopyText(shared.statusTexts[kStatusConnection], "Not connected");
             UTIL_CopyText(shared.statusTexts[kStatusCore], "");
@@ -233,7 +183,7 @@ void MainWindow::UpdateGui()
     // and the worker needs the lock to finish what either of them waits for.
     for (unsigned i = 0; i < kStatusFields; ++i)
         SetLabel(m_labels[i], texts[i].data());
-    if (memoryWindowWanted)
+    if (state.connection.IsMemoryWindowWanted())
         CreateMemoryWindow();
     else
         RemoveMemoryWindow();
@@ -251,13 +201,16 @@ void MainWindow::CreateMemoryWindow()
     m_hexEditor = new CHexEditor(this);
     m_hexEditor->setAttribute(Qt::WA_DeleteOnClose);
     m_hexEditor->SetCallbacks(PROBE_MemoryCallbacks());
-    m_hexEditor->SetFeatureFlags(kMemoryWindowFeatures);
+    m_hexEditor->SetFeatureFlags(kFeatureRefresh); // no load command, automatic access width
     m_subWindow = new QMdiSubWindow;
     m_subWindow->setAttribute(Qt::WA_DeleteOnClose);
     m_subWindow->setWindowFlag(Qt::FramelessWindowHint);
     m_subWindow->setWidget(m_hexEditor);
     m_area->addSubWindow(m_subWindow, Qt::FramelessWindowHint);
     m_subWindow->showMaximized();
+    // A maximised window joins its title to ours when it changes, and it has changed already.
+    QEvent titleChange(QEvent::WindowTitleChange);
+    QCoreApplication::sendEvent(m_subWindow, &titleChange);
     m_hexEditor->setFocus();
 }
 
@@ -276,53 +229,18 @@ void MainWindow::RemoveMemoryWindow()
         subWindow->close();
 }
 
-void MainWindow::RunConfiguration()
+void MainWindow::EndWithoutDisplay()
 {
-    ConnectionRecord record = SETTINGS_Snapshot();
-    auto *const dialog = new ConfigDialog(this, APP_WindowTitle(), &record);
-    dialog->SetOptions(kConfigDialogOptions);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setModal(true);
-    if (dialog->exec() == QDialog::Accepted) {
-        SETTINGS_Apply(&record);
-        // Also for an unchanged record: accepting the dialog always leaves the program connecting.
-        WORKER_PostConnect();
-        APP_SetStatusField("Configuration applied", kStatusMessage);
-    } else {
-        APP_SetStatusField("Configuration discarded", kStatusMessage);
-    }
-}
-
-void MainWindow::ShowReports()
-{
-    // A report that arrives while a box is open waits for its turn: no box under another one.
-    if (m_showingReports)
+    AppState &state = APP_State();
+    if (state.closing.exchange(true))
         return;
-    const QPointer<MainWindow> alive(this);
-    m_showingReports = true;
-    Report report;
-    while (!APP_State().closing.load() && APP_OldestReport(&report)) {
-        ShowReport(report);
-        if (alive == nullptr)
-            return;
-        APP_DropOldestReport();
+    if (m_hexEditor != nullptr) {
+        QCloseEvent closing; // it writes what was typed last
+        QCoreApplication::sendEvent(m_hexEditor, &closing);
     }
-    m_showingReports = false;
-}
-
-void MainWindow::ShowReport(const Report &report)
-{
-    std::array<char, 256> title{};
-    UTIL_Format(title, report.isError ? "%s - Error" : "%s - Warning", APP_WindowTitle());
-    const QPointer<QMessageBox> box(
-        new QMessageBox(report.isError ? QMessageBox::Critical : QMessageBox::Warning,
-            QString::fromUtf8(title.data()), QString(), QMessageBox::Ok, this));
-    box->setTextFormat(Qt::PlainText); // the library's texts are not to be taken for markup
-    box->setText(QString::fromUtf8(report.text.data()));
-    box->move(APP_PlaceBox(geometry(), box->sizeHint(), screen()->size()));
-    m_box = box;
-    box->exec();
-    delete box;
+    state.connection.Supersede();
+    PROBE_CloseAtEnd();
+    delete m_hexEditor; // it saves its settings
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)
@@ -330,14 +248,14 @@ void MainWindow::closeEvent(QCloseEvent *event)
     AppState &state = APP_State();
     if (!state.closing.exchange(true)) {
         RemoveMemoryWindow(); // first of all: it writes what was typed last
+        state.connection.Supersede();
         const bool exiting = WORKER_PostExit();
         for (int round = 0; exiting && round < kExitRounds && state.workerExited.load() == 0;
              ++round)
             SYS_Sleep(1);
-        if (m_box != nullptr)
-            m_box->reject();
+        STAGE_Clear();
         hide(); // gone for the user, however long the library takes to let go of the probe
-        CloseProbe();
+        PROBE_CloseAtEnd();
         SETTINGS_Release();
     }
     event->accept();

@@ -12,7 +12,6 @@ class CustMDIArea;
 class QAction;
 class QLabel;
 class QMdiSubWindow;
-class QMessageBox;
 
 /// The one main window: menus, status bar, message boxes and the area that holds the memory window.
 ///
@@ -25,6 +24,10 @@ public:
     /// Shows itself and runs the first configuration dialog before it returns.
     MainWindow();
     ~MainWindow() override;
+
+    /// Does at the end what the target and the settings are owed, without touching the display:
+    /// that is gone. The window cannot be used afterwards.
+    void EndWithoutDisplay();
 
     /// Closes the memory window, if there is one, after it has written what was typed last.
     void RemoveMemoryWindow();
@@ -60,7 +63,8 @@ private:
     void CreateMemoryWindow();
     void RunConfiguration();
     void ShowReports();
-    void ShowReport(const Report &report);
+    /// @return whether the user has seen it
+    bool ShowReport(const Report &report);
 
     CustMDIArea *m_area = nullptr;
     QPointer<QMdiSubWindow> m_subWindow;
@@ -68,6 +72,5 @@ private:
     QAction *m_actionConnect = nullptr;
     QAction *m_actionDisconnect = nullptr;
     std::array<QLabel *, kStatusFields> m_labels{};
-    QPointer<QMessageBox> m_box; ///< the message box that is open now
     bool m_showingReports = false;
 };

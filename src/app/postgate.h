@@ -1,13 +1,13 @@
 #pragma once
 
-#include "systime.h"
+#include "syssleep.h"
 
 #include <atomic>
 
 /// Lets any number of posters through, and lets the ending worker wait until none is inside.
 ///
 /// The worker destroys the ring's mutex and event when it ends. A poster that had just read those
-/// handles would then use them dead; posters therefore pass through here.
+/// handles would use closed handles; posters therefore pass through here.
 class PostGate {
 public:
     /// Waits while the gate is closed, which takes the ending worker a few milliseconds at most.

@@ -1,8 +1,12 @@
 #include "probesession.h"
 
+#include "appstate.h"
 #include "workeractions.h"
 
+#include "probeloader.h"
 #include "ranvoapi.h"
+#include "syssleep.h"
+#include "systhread.h"
 
 #include "memtypes.h"
 
@@ -13,10 +17,16 @@
 
 namespace {
 
-/// Publishes that Open has returned: what the library set up before is visible to who reads it set.
-std::atomic<bool> g_probeOpen = false;
-/// Publishes nothing but itself.
-std::atomic<bool> g_targetLost = false;
+/// How long the end of the process waits for the library to let go of the probe.
+constexpr std::uint32_t kCloseLimitMs = 2000;
+
+/// Publishes that a thread of PROBE_CloseAtEnd() has come back from the library.
+std::atomic<std::uint32_t> g_closers = 0;
+
+ConnectionState &Connection()
+{
+    return APP_State().connection;
+}
 
 constexpr int kFailed = -1;
 constexpr auto kReadable = static_cast<std::uint8_t>(ByteStatus::Valid);
@@ -33,7 +43,7 @@ int ReadMemory(std::uint64_t address, std::uint64_t length, std::uint8_t accessW
     const char * /*zoneName*/, std::uint8_t *data, std::uint8_t *status)
 {
     int result = kFailed;
-    if (!g_targetLost.load(std::memory_order_relaxed)) {
+    if (Connection().IsTargetReachable()) {
         result = RANVOARM_ReadMemEx(
             static_cast<std::uint32_t>(address), CountForLibrary(length), data, accessWidth);
         if (result == kFailed)
@@ -50,7 +60,7 @@ int ReadMemory(std::uint64_t address, std::uint64_t length, std::uint8_t accessW
 int WriteMemory(std::uint64_t address, std::uint64_t length, std::uint8_t accessWidth,
     const char * /*zoneName*/, const std::uint8_t *data)
 {
-    if (g_targetLost.load(std::memory_order_relaxed))
+    if (!Connection().IsTargetReachable())
         return kFailed;
     const int result = RANVOARM_WriteMemEx(
         static_cast<std::uint32_t>(address), CountForLibrary(length), data, accessWidth);
@@ -64,30 +74,41 @@ int WriteMemory(std::uint64_t address, std::uint64_t length, std::uint8_t access
 const char *PROBE_OpenSession()
 {
     const char *const error = RANVOARM_Open();
-    g_probeOpen.store(error == nullptr, std::memory_order_release);
+    Connection().NoteOpened(error == nullptr);
     return error;
 }
 
 void PROBE_CloseSession()
 {
-    g_probeOpen.store(false, std::memory_order_release);
-    RANVOARM_Close();
+    Connection().BeginClosing();
+    // What was never loaded has nothing open, and closing it would only load it.
+    if (PROBE_IsLibraryLoaded())
+        RANVOARM_Close();
+    Connection().EndClosing();
 }
 
 signed char PROBE_IsConnected()
 {
-    return g_probeOpen.load(std::memory_order_acquire) ? RANVOARM_IsConnected()
-                                                       : static_cast<signed char>(0);
+    return Connection().IsProbeOpen() ? RANVOARM_IsConnected() : static_cast<signed char>(0);
 }
 
-void PROBE_MarkTargetLost()
+void PROBE_CloseAtEnd()
 {
-    g_targetLost.store(true, std::memory_order_relaxed);
+    const auto close = [](void *) -> void * {
+        PROBE_CloseSession();
+        --g_closers;
+        return nullptr;
+    };
+    ++g_closers;
+    if (SYS_CreateThread(close, nullptr, nullptr) == 0)
+        close(nullptr);
+    for (std::uint32_t waitedMs = 0; waitedMs < kCloseLimitMs && PROBE_IsClosingAtEnd(); ++waitedMs)
+        SYS_Sleep(1);
 }
 
-void PROBE_MarkTargetReachable()
+bool PROBE_IsClosingAtEnd()
 {
-    g_targetLost.store(false, std::memory_order_relaxed);
+    return g_closers.load() != 0;
 }
 
 MemoryCallbacks PROBE_MemoryCallbacks()

@@ -6,16 +6,17 @@
 
 /// Opens the probe. @return null, or the library's error text
 const char *PROBE_OpenSession();
-/// Closes the probe, whether or not the last open succeeded.
+/// Closes the probe, whether or not the last open succeeded. Nothing when no library is loaded.
 void PROBE_CloseSession();
 /// 0 when the probe is not open, else what the library says of the target. Never waits.
 signed char PROBE_IsConnected();
 
-/// Remembers that the target was found lost: memory accesses fail at once, without the library,
-/// so that a dying probe cannot hold the window through the hundreds of small reads of a page.
-void PROBE_MarkTargetLost();
-/// Lets memory accesses through again; called once a connect has succeeded.
-void PROBE_MarkTargetReachable();
+/// Closes the probe at the end of the process, on a thread of its own and for two seconds at most:
+/// a library that never comes back must not keep the process. GUI thread.
+void PROBE_CloseAtEnd();
+/// Whether such a thread is still inside the library. Who opens the probe anew in the same process
+/// waits for it first, or it would close the new one.
+[[nodiscard]] bool PROBE_IsClosingAtEnd();
 
 /// The two memory-access callbacks for the memory window: read and write, no zones, no messages.
 MemoryCallbacks PROBE_MemoryCallbacks();

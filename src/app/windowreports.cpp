@@ -14,9 +14,7 @@ namespace {
 void Emit(void (MainWindow::*signal)())
 {
     AppState &state = APP_State();
-    if (state.windowMutex == nullptr)
-        return;
-    const SysLock lock(state.windowMutex);
+    const std::lock_guard lock(state.windowMutex);
     if (state.mainWindow != nullptr)
         (state.mainWindow->*signal)();
 }
@@ -24,40 +22,26 @@ void Emit(void (MainWindow::*signal)())
 bool HasWindow()
 {
     AppState &state = APP_State();
-    if (state.windowMutex == nullptr)
-        return false;
-    const SysLock lock(state.windowMutex);
+    const std::lock_guard lock(state.windowMutex);
     return state.mainWindow != nullptr;
 }
 
 /// Each text gets a box of its own: two reports in a row must not become the second one twice.
-/// One that says what the latest box on show or in wait says already adds nothing: an accepted
-/// change connects twice, and would report one failure twice.
-void QueueReport(const char *text, bool isError)
+void Show(const char *text, bool isError, ConnectionGeneration generation)
 {
-    Report report{isError, {}};
+    if (!HasWindow())
+        return;
+    Report report{isError, generation, {}};
     UTIL_CopyText(report.text, text);
-    AppState &state = APP_State();
-    const SysLock lock(state.stateMutex);
-    WindowState &window = state.window;
-    if (window.reportCount > 0) {
-        const Report &latest = window.reports[window.reportCount - 1];
-        if (latest.isError == isError && latest.text == report.text)
-            return;
-    }
-    if (window.reportCount < kMaxReports)
-        ++window.reportCount;
-    window.reports[window.reportCount - 1] = report;
-}
-
-void SetMemoryWindowWanted(bool wanted)
-{
     {
         AppState &state = APP_State();
         const SysLock lock(state.stateMutex);
-        state.window.memoryWindowWanted = wanted ? 1 : 0;
+        WindowState &window = state.window;
+        if (window.reportCount < kMaxReports)
+            ++window.reportCount;
+        window.reports[window.reportCount - 1] = report;
     }
-    Emit(&MainWindow::Signal_UpdateGUI);
+    Emit(isError ? &MainWindow::Signal_UpdateShowError : &MainWindow::Signal_UpdateShowWarning);
 }
 
 } // namespace
@@ -74,18 +58,17 @@ void APP_SetStatusField(const char *text, unsigned index)
 
 void APP_ShowError(const char *text)
 {
-    if (!HasWindow())
-        return;
-    QueueReport(text, true);
-    Emit(&MainWindow::Signal_UpdateShowError);
+    Show(text, true, 0);
+}
+
+void APP_ShowConnectError(const char *text, ConnectionGeneration generation)
+{
+    Show(text, true, generation);
 }
 
 void APP_ShowWarning(const char *text)
 {
-    if (!HasWindow())
-        return;
-    QueueReport(text, false);
-    Emit(&MainWindow::Signal_UpdateShowWarning);
+    Show(text, false, 0);
 }
 
 bool APP_OldestReport(Report *report)
@@ -105,28 +88,6 @@ void APP_DropOldestReport()
         return;
     std::move(window.reports.begin() + 1, window.reports.end(), window.reports.begin());
     --window.reportCount;
-}
-
-void APP_RequestMemoryWindow()
-{
-    SetMemoryWindowWanted(true);
-}
-
-void APP_DropMemoryWindow()
-{
-    SetMemoryWindowWanted(false);
-}
-
-bool APP_QueryMemoryWindow()
-{
-    bool wanted = false;
-    {
-        AppState &state = APP_State();
-        const SysLock lock(state.stateMutex);
-        wanted = state.window.memoryWindowWanted != 0;
-    }
-    Emit(&MainWindow::Signal_UpdateGUI);
-    return wanted;
 }
 
 void APP_RefreshMemoryWindow()

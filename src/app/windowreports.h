@@ -1,5 +1,7 @@
 #pragma once
 
+#include "connectionstate.h"
+
 struct Report;
 
 /// What the worker, the settings and the main window itself tell the main window. Any thread.
@@ -13,14 +15,11 @@ void APP_SetStatusField(const char *text, unsigned index);
 /// Queues an error or a warning for a message box. Cut to 255 characters. Nothing without a window.
 void APP_ShowError(const char *text);
 void APP_ShowWarning(const char *text);
+/// An error of a connect; nobody is told of it once that connect is out of date.
+void APP_ShowConnectError(const char *text, ConnectionGeneration generation);
 /// The oldest report that waits; it stays until its box is closed. @return false when there is none
 bool APP_OldestReport(Report *report);
 void APP_DropOldestReport();
-/// Asks for the memory window, or for its removal.
-void APP_RequestMemoryWindow();
-void APP_DropMemoryWindow();
-/// Whether the memory window is wanted.
-bool APP_QueryMemoryWindow();
 /// Makes an existing memory window re-read its page.
 void APP_RefreshMemoryWindow();
 /// Makes the GUI thread run one GUI update.

@@ -3,11 +3,11 @@
 #include "appstate.h"
 #include "connectsequence.h"
 #include "probesession.h"
+#include "standingjobs.h"
 #include "windowreports.h"
 #include "workerring.h"
 
 #include "sysheap.h"
-#include "syslock.h"
 
 namespace {
 
@@ -23,12 +23,39 @@ StaticJobs g_jobs = {};
 /// A worker that is stuck behind a full ring cannot end; the window must not wait for it.
 constexpr std::uint32_t kExitPostLimitMs = 10;
 
-/// Publishes nothing: it only says that a check is queued and has not yet looked at the probe.
-std::atomic<bool> g_checkQueued = false;
+/// Never destroyed: a worker may come back while the process ends.
+StandingJobs &TheStandingJobs()
+{
+    static auto *const jobs = new StandingJobs;
+    return *jobs;
+}
+
+ConnectionState &Connection()
+{
+    return APP_State().connection;
+}
+
+void Post(Job &job)
+{
+    if (TheStandingJobs().Claim(job.kind, Connection().Generation()))
+        WORKER_PostJob(&job);
+}
+
+/// Ends a job on the worker, and asks for it anew if somebody did so meanwhile.
+void EndJob(JobKind kind)
+{
+    if (!TheStandingJobs().End(kind))
+        return;
+    if (kind == JobKind::StatusUpdate)
+        WORKER_PostStatusUpdate();
+    else
+        WORKER_PostConnectionCheck();
+}
 
 void Disconnect()
 {
-    if (!PROBE_IsConnected())
+    // A connect that ran before, with the settings of now, has left nothing to disconnect.
+    if (Connection().IsUpToDate() || !PROBE_IsConnected())
         return;
     PROBE_CloseSession();
     APP_SetStatusField("Not connected", kStatusConnection);
@@ -36,55 +63,41 @@ void Disconnect()
     APP_SetStatusField("", kStatusSpeed);
 }
 
-void CheckConnection(Job *job)
-{
-    // Cleared before the look: a failure that comes after it asks for a new one.
-    g_checkQueued.store(false, std::memory_order_release);
-    job->result = static_cast<std::uint8_t>(PROBE_IsConnected());
-}
-
 void OnConnectionChecked(Job *job)
 {
-    AppState &state = APP_State();
-    const auto connected = static_cast<std::uint8_t>(job->result);
-    bool changed = false;
-    bool lostWhileShown = false;
-    {
-        const SysLock lock(state.stateMutex);
-        changed = connected != state.window.connected;
-        state.window.connected = connected;
-        // Also for a target that was lost before any check had found it connected.
-        lostWhileShown = connected == 0 && state.window.memoryWindowWanted != 0;
-        if (lostWhileShown)
-            state.window.memoryWindowWanted = 0;
-    }
-    if (changed || lostWhileShown) {
-        connected == 0 ? PROBE_MarkTargetLost() : PROBE_MarkTargetReachable();
-        WORKER_PostJob(&g_jobs.status); // takes the memory window down, too
-    }
-    if (lostWhileShown) {
-        WORKER_PostJob(&g_jobs.disconnect);
+    const CheckOutcome outcome
+        = Connection().NoteCheck(static_cast<std::uint8_t>(job->result) != 0);
+    if (outcome.changed || outcome.lostWhileShown)
+        Post(g_jobs.status); // takes the memory window down, too
+    if (outcome.lostWhileShown) {
+        Post(g_jobs.disconnect);
         APP_ShowWarning("Target disconnected.");
     }
     SYS_Free(job);
+    EndJob(JobKind::ConnectionCheck);
 }
 
 } // namespace
 
 void WORKER_RunAction(Job *job)
 {
+    if (job->kind < JobKind::Exit)
+        TheStandingJobs().Begin(job->kind, Connection().Generation());
     switch (job->kind) {
     case JobKind::Connect:
         WORKER_RunConnectSequence();
+        EndJob(job->kind);
         break;
     case JobKind::Disconnect:
         Disconnect();
+        EndJob(job->kind);
         break;
-    case JobKind::ConnectionCheck:
-        CheckConnection(job);
+    case JobKind::ConnectionCheck: // ends with its completion handler
+        job->result = static_cast<std::uint8_t>(PROBE_IsConnected());
         break;
     case JobKind::StatusUpdate:
         WORKER_RunStatusUpdate();
+        EndJob(job->kind);
         break;
     case JobKind::Exit: // the ring ends the worker itself
         break;
@@ -93,10 +106,12 @@ void WORKER_RunAction(Job *job)
 
 void WORKER_DiscardJob(Job *job)
 {
-    if (job->kind != JobKind::ConnectionCheck)
+    if (job->kind >= JobKind::Exit)
         return;
-    g_checkQueued.store(false, std::memory_order_release);
-    SYS_Free(job);
+    const JobKind kind = job->kind;
+    if (kind == JobKind::ConnectionCheck)
+        SYS_Free(job);
+    TheStandingJobs().Withdraw(kind);
 }
 
 void WORKER_SetUpStaticJobs(void *window)
@@ -108,26 +123,28 @@ void WORKER_SetUpStaticJobs(void *window)
 
 void WORKER_PostConnect()
 {
-    WORKER_PostJob(&g_jobs.connect);
+    Connection().Want();
+    Post(g_jobs.connect);
 }
 
 void WORKER_PostDisconnect()
 {
-    WORKER_PostJob(&g_jobs.disconnect);
+    Connection().Supersede();
+    Post(g_jobs.disconnect);
 }
 
 void WORKER_PostStatusUpdate()
 {
-    WORKER_PostJob(&g_jobs.status);
+    Post(g_jobs.status);
 }
 
 void WORKER_PostConnectionCheck()
 {
-    if (g_checkQueued.exchange(true, std::memory_order_acq_rel))
+    if (!TheStandingJobs().Claim(JobKind::ConnectionCheck, Connection().Generation()))
         return;
     auto *const job = static_cast<Job *>(SYS_Alloc(sizeof(Job)));
     if (job == nullptr) {
-        g_checkQueued.store(false, std::memory_order_release);
+        TheStandingJobs().Withdraw(JobKind::ConnectionCheck);
         return;
     }
     *job = {JobKind::ConnectionCheck, 0, OnConnectionChecked, {}, nullptr};

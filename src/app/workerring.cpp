@@ -1,12 +1,13 @@
 #include "workerring.h"
 
 #include "postgate.h"
+#include "windowreports.h"
 #include "workeractions.h"
 
 #include "sysevent.h"
 #include "sysmutex.h"
+#include "syssleep.h"
 #include "systhread.h"
-#include "systime.h"
 
 #include <array>
 #include <atomic>
@@ -31,6 +32,8 @@ struct RingState {
     SYS_MUTEX_HANDLE ringMutex;
     SYS_EVENT_HANDLE wakeEvent;
     bool workerExists;
+    /// Publishes nothing but itself: the user knows that there is no worker.
+    std::atomic<bool> refusalReported;
     /// Set while a poster sits on ringMutex because the ring is full: the worker must not wait for
     /// it.
     std::atomic<bool> posterWaiting;
@@ -152,7 +155,15 @@ void *WorkerLoop(void *)
     }
 }
 
-/// @return whether there is a worker. A system that refuses a thread now may grant one later.
+/// Says once in a row of failures that there is no worker, not again at every post.
+void ReportRefusal(RingState &ring)
+{
+    if (!ring.refusalReported.exchange(true, std::memory_order_relaxed))
+        APP_ShowError("Could not start the worker thread.\n"
+                      "The system grants no further mutex, event or thread.");
+}
+
+/// @return whether there is a worker. What the system refuses now it may grant later.
 bool EnsureWorker(RingState &ring)
 {
     const std::lock_guard lock(ring.startMutex);
@@ -161,12 +172,16 @@ bool EnsureWorker(RingState &ring)
     ring.ringMutex = SYS_CreateMutex(nullptr);
     // The event stands before the thread: the worker reads its handle once, at its start.
     ring.wakeEvent = SYS_CreateEvent("WorkerWakeup", 0, 0);
-    ring.workerExists = SYS_CreateThread(WorkerLoop, nullptr, nullptr) != 0;
-    if (!ring.workerExists) {
-        SYS_CloseEvent(ring.wakeEvent);
-        SYS_CloseMutex(&ring.ringMutex);
+    ring.workerExists = ring.ringMutex != nullptr && ring.wakeEvent != SYS_EVENT_ERROR
+        && SYS_CreateThread(WorkerLoop, nullptr, nullptr) != 0;
+    if (ring.workerExists) {
+        ring.refusalReported.store(false, std::memory_order_relaxed);
+        return true;
     }
-    return ring.workerExists;
+    SYS_CloseEvent(ring.wakeEvent);
+    if (ring.ringMutex != nullptr)
+        SYS_CloseMutex(&ring.ringMutex);
+    return false;
 }
 
 /// Waits for the write slot while ringMutex is held. @return whether it is free
@@ -185,18 +200,23 @@ bool WaitForWriteSlot(RingState &ring, std::uint32_t timeoutMs)
 int PostFromOutside(RingState &ring, Job *job, std::uint32_t timeoutMs)
 {
     if (!EnsureWorker(ring)) {
+        ReportRefusal(ring);
         WORKER_DiscardJob(job); // a ring that nobody empties would hold up the thirty-third post
         return SYS_WAIT_ERROR;
     }
     const int waited = SYS_WaitForMutex(ring.ringMutex, timeoutMs);
-    if (waited != SYS_WAIT_OK)
+    if (waited != SYS_WAIT_OK) {
+        WORKER_DiscardJob(job);
         return waited;
+    }
     const bool free = WaitForWriteSlot(ring, timeoutMs);
     if (free)
         PutIntoSlot(ring, job);
     SYS_ReleaseMutex(ring.ringMutex);
-    if (!free)
+    if (!free) {
+        WORKER_DiscardJob(job);
         return SYS_WAIT_TIMEOUT;
+    }
     SYS_SetEvent(ring.wakeEvent);
     return SYS_WAIT_OK;
 }

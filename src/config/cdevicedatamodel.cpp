@@ -1,6 +1,7 @@
 #include "cdevicedatamodel.h"
 
 #include "devicefilter.h"
+#include "offeredpatterns.h"
 
 #include <QBrush>
 #include <QFontMetrics>
@@ -49,7 +50,7 @@ void CDeviceDataModel::SetDevices(std::vector<DeviceRow> devices)
     beginResetModel();
     m_devices = std::move(devices);
     m_filterTexts.fill({});
-    m_offeredTexts.fill({});
+    m_filterPatterns.fill({});
     m_selectedRow = -1;
     endResetModel();
 }
@@ -82,12 +83,12 @@ const QString &CDeviceDataModel::FilterText(int column) const
     return m_filterTexts[Cell(column)];
 }
 
-const QStringList &CDeviceDataModel::OfferedTexts(int column)
+const QStringList &CDeviceDataModel::FilterPatterns(int column)
 {
-    QStringList &texts = m_offeredTexts[Cell(column)];
-    if (texts.isEmpty())
-        texts = DistinctTexts(m_devices, column);
-    return texts;
+    QStringList &patterns = m_filterPatterns[Cell(column)];
+    if (patterns.isEmpty())
+        patterns = OfferedPatterns(DistinctTexts(m_devices, column));
+    return patterns;
 }
 
 void CDeviceDataModel::SetTableFont(const QFont &font, int rowHeightPx)

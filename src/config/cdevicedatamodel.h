@@ -42,8 +42,8 @@ public:
 
     /// What the user filters this column by, as typed; empty when nothing was.
     [[nodiscard]] const QString &FilterText(int column) const;
-    /// The texts that the column's filter editor offers, made at the first call.
-    [[nodiscard]] const QStringList &OfferedTexts(int column);
+    /// The patterns that the column's filter editor offers, made at the first call.
+    [[nodiscard]] const QStringList &FilterPatterns(int column);
 
     /// Sets what the size hints are measured by.
     void SetTableFont(const QFont &font, int rowHeightPx);
@@ -66,7 +66,7 @@ private:
 
     std::vector<DeviceRow> m_devices;
     std::array<QString, kDeviceColumns> m_filterTexts;
-    std::array<QStringList, kDeviceColumns> m_offeredTexts;
+    std::array<QStringList, kDeviceColumns> m_filterPatterns;
     std::array<int, kDeviceColumns> m_widthsPx;
     int m_rowHeightPx = 0;
     int m_selectedRow = -1;

@@ -13,7 +13,7 @@
 namespace {
 
 constexpr int kTypingPauseMs = 5;
-constexpr int kArrowWidthPx = 12;
+constexpr int kArrowWidthPx = kFilterArrowPx - 4;
 constexpr int kOfferedLines = 16;
 
 QLineEdit *LineEditOf(QWidget *editor)
@@ -45,7 +45,7 @@ CDeviceItemDelegate::CDeviceItemDelegate(CDeviceDataModel *devices, QObject *par
 QWidget *CDeviceItemDelegate::createEditor(
     QWidget *parent, const QStyleOptionViewItem &, const QModelIndex &index) const
 {
-    const QStringList &values = m_devices->OfferedTexts(index.column());
+    const QStringList &values = m_devices->FilterPatterns(index.column());
     QWidget *editor = values.isEmpty() ? MakeTextField(parent) : MakeValueBox(parent, values);
     QLineEdit *field = LineEditOf(editor);
     const QString title = m_devices->headerData(index.column(), Qt::Horizontal).toString();
@@ -62,6 +62,7 @@ QWidget *CDeviceItemDelegate::createEditor(
     }
     m_editor = editor;
     m_column = index.column();
+    m_formerText = m_devices->FilterText(m_column);
     return editor;
 }
 
@@ -156,6 +157,11 @@ bool CDeviceItemDelegate::eventFilter(QObject *object, QEvent *event)
 bool CDeviceItemDelegate::HandleKey(QWidget *editor, int key)
 {
     switch (key) {
+    case Qt::Key_Escape: // the filter as it was; a further one is the dialog's
+        LineEditOf(editor)->setText(m_formerText);
+        UpdateFilter();
+        emit closeEditor(editor, NoHint);
+        return true;
     case Qt::Key_Backtab:
         if (m_column > 0)
             return false;

@@ -4,6 +4,9 @@
 #include <QStyledItemDelegate>
 #include <QTimer>
 
+/// How much of a filter cell's right end is its arrow, which opens the list of patterns.
+inline constexpr int kFilterArrowPx = 16;
+
 class CDeviceDataModel;
 class QLineEdit;
 
@@ -50,5 +53,6 @@ private:
     mutable QPointer<QWidget>
         m_editor;             ///< the open editor; set where Qt asks for it, in a const function
     mutable int m_column = 0; ///< the column of m_editor
+    mutable QString m_formerText; ///< the column's filter when m_editor was opened
     QTimer m_typingTimer;
 };

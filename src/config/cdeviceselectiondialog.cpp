@@ -5,6 +5,7 @@
 #include "cdeviceitemdelegate.h"
 #include "ctableview.h"
 #include "ownerplacement.h"
+#include "widgetfactory.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -12,6 +13,7 @@
 #include <QEvent>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QHeaderView>
 #include <QItemSelectionModel>
 #include <QLabel>
 #include <QPushButton>
@@ -52,7 +54,9 @@ void CDeviceSelectionDialog::Run(DeviceSelection &result, const RanvoDeviceInfo 
         dialog->PresetMaker(initialName);
     if (!initialName.isEmpty())
         dialog->SelectDevice(initialName);
-    PlaceOverActiveWindow(dialog.get());
+    const QWidget *const owner = QApplication::activeModalWidget();
+    TieToOwner(dialog.get(), owner);
+    PlaceOver(dialog.get(), owner);
     dialog->exec();
     result = dialog->Selection();
     if (result.accepted && !filterText.isEmpty())
@@ -105,6 +109,11 @@ QWidget *CDeviceSelectionDialog::MakeTopFrame()
     m_comboBoxCore->setAccessibleName(QStringLiteral("Core"));
     m_comboBoxCore->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_comboBoxCore->addItem(QStringLiteral("Core #0"));
+    m_comboBoxCore->setEnabled(false);
+    m_comboBoxCore->setToolTip(QStringLiteral("The cores of the device, for information only:\nthe "
+                                              "probe is told the device, not a core"));
+    LabelForScreenReaders(m_comboBoxEndian, "Byte order");
+    LabelForScreenReaders(m_comboBoxCore, "Core");
 
     auto *row = new QHBoxLayout(frame);
     row->setSpacing(7);
@@ -144,7 +153,10 @@ void CDeviceSelectionDialog::SetUpTable()
     m_devices->SetTableFont(m_table->font(), rowHeightPx);
     m_table->SetRowHeight(rowHeightPx);
     for (int column = 0; column < kDeviceColumns; ++column)
-        m_table->setColumnWidth(column, m_devices->ColumnWidthPx(column));
+        // A title must have room for the mark of a sorted column, too.
+        m_table->setColumnWidth(column,
+            std::max(m_devices->ColumnWidthPx(column),
+                m_table->horizontalHeader()->sectionSizeHint(column)));
 
     connect(m_table, &CTableView::Clicked, this, &CDeviceSelectionDialog::OnTableClicked);
     connect(
@@ -215,7 +227,11 @@ void CDeviceSelectionDialog::OnButtonRejectClicked()
 
 void CDeviceSelectionDialog::OnTableClicked(QPoint position, int)
 {
-    TakeCell(m_table->indexAt(position));
+    const QModelIndex cell = m_table->indexAt(position);
+    if (cell.isValid() && cell.row() == kFilterRow)
+        m_table->PressFilter(position.x());
+    else
+        TakeCell(cell);
 }
 
 /// Selects the device of a cell, or opens the editor of a filter cell.
@@ -229,7 +245,10 @@ void CDeviceSelectionDialog::TakeCell(const QModelIndex &cell)
         return;
     }
     m_table->setCurrentIndex(cell);
-    m_devices->SetSelectedRow(m_proxy->mapToSource(cell).row());
+    const int row = m_proxy->mapToSource(cell).row();
+    if (row == m_devices->SelectedRow())
+        return; // what was chosen for this device stands
+    m_devices->SetSelectedRow(row);
     ShowSelectedDevice();
 }
 

@@ -7,6 +7,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QEvent>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLayout>
@@ -25,15 +26,16 @@ namespace {
 
 enum RefreshStep { kConnectionStep, kDeviceStep, kInterfaceStep, kOptionStringStep, kRefreshSteps };
 
+/// Which steps of the refresh are running: one flag a step for the whole program.
+std::array<bool, kRefreshSteps> g_isRunning{};
+
 /// Runs one step of the refresh unless that step is running already: setting a control raises the
-/// signals that end in the next refresh. One flag a step for the whole program.
+/// signals that end in the next refresh.
 template <typename Step> void RunOnce(RefreshStep step, Step run)
 {
-    static std::array<bool, kRefreshSteps> isRunning{};
-    bool &running = isRunning[step];
-    if (running)
+    if (g_isRunning[step])
         return;
-    const QScopedValueRollback guard(running, true);
+    const QScopedValueRollback guard(g_isRunning[step], true);
     run();
 }
 
@@ -86,6 +88,7 @@ ConfigDialog::ConfigDialog(QWidget *parent, const char *applicationName, Connect
     setWindowModality(Qt::ApplicationModal);
     setWindowTitle(QStringLiteral("%1 - Config").arg(QString::fromUtf8(applicationName)));
     m_controls.Build(this);
+    m_controls.host.Edit()->installEventFilter(this);
     FillFrequencies();
     m_controls.gBoxJTAGTargets->setVisible(UsesScanChain(m_state));
     Refresh();
@@ -106,6 +109,15 @@ void ConfigDialog::done(int result)
     QDialog::done(result);
 }
 
+bool ConfigDialog::eventFilter(QObject *object, QEvent *event)
+{
+    if (object == m_controls.host.Edit() && event->type() == QEvent::FocusIn) {
+        TakeTypedTexts();
+        Refresh();
+    }
+    return QDialog::eventFilter(object, event);
+}
+
 /// The way of every slot: nothing typed gets lost, one field changes, all controls follow.
 template <typename Change> void ConfigDialog::ChangeState(Change change)
 {
@@ -119,9 +131,8 @@ void ConfigDialog::TakeTypedTexts()
     if (m_controls.serialNo.HasTypedText())
         m_state.usbSerialNo = static_cast<std::uint32_t>(
             NumberIn(m_controls.serialNo, 0, std::numeric_limits<std::uint32_t>::max()));
-    // A long name is shown in part: only what differs from that was typed.
     if (m_controls.host.HasTypedText())
-        SetNameText(&m_state.hostName, m_controls.host.TakeText());
+        SetNameText(&m_state.hostName, m_controls.host.TakeText().trimmed());
     if (m_controls.irPre.HasTypedText())
         m_state.irPrefix = static_cast<std::int32_t>(NumberIn(m_controls.irPre,
             std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max()));
@@ -183,7 +194,7 @@ void ConfigDialog::_OnComboBoxEndian(int row)
 
 void ConfigDialog::_OnComboBoxTIF(int row)
 {
-    ChangeState([this, row] { m_state.interfaceIndex = IndexOf(row, kInterfaces.size()); });
+    ChangeState([this, row] { ChooseInterface(&m_state, IndexOf(row, kInterfaces.size())); });
 }
 
 void ConfigDialog::ChooseSpeed(bool checked, std::uint32_t speedMode)
@@ -281,7 +292,13 @@ void ConfigDialog::RefreshConnection()
     m_controls.checkBoxSerialNo->setChecked(m_state.useSerialNo);
     m_controls.serialNo.Edit()->setEnabled(showsNumber);
     m_controls.serialNo.Show(showsNumber ? QString::number(m_state.usbSerialNo) : QString());
-    m_controls.host.Show(isTcpIp ? ShownHost(m_state.hostName) : QString());
+    if (!isTcpIp)
+        m_controls.host.Show(QString());
+    else // a long name is shown in part, but edited as a whole
+        m_controls.host.Show(m_controls.host.Edit()->hasFocus() ? TextOf(m_state.hostName)
+                                                                : ShownHost(m_state.hostName));
+    if (!m_controls.host.Edit()->hasFocus())
+        m_controls.host.Edit()->setCursorPosition(0); // a long name shows its beginning
 }
 
 void ConfigDialog::RefreshDevice()
@@ -300,6 +317,9 @@ void ConfigDialog::RefreshInterface()
     m_controls.labelKHz->setEnabled(isFixedSpeed);
     const auto speedButtons
         = {m_controls.rBtnAutoSel, m_controls.rBtnAdaptiveClock, m_controls.rBtnFrequency};
+    // It is for JTAG alone. With another interface it would be gone at the next start.
+    m_controls.rBtnAdaptiveClock->setEnabled(
+        UsesScanChain(m_state) || m_state.speedMode == kAdaptiveSpeed);
     CheckRadioButton(speedButtons, speedButtons.begin()[m_state.speedMode]);
     m_controls.comboBoxFrequency->setCurrentIndex(ListRowOfFrequency(m_state.frequencyIndex));
     m_controls.comboBoxTIF->setCurrentIndex(static_cast<int>(m_state.interfaceIndex));

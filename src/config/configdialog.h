@@ -54,6 +54,7 @@ public slots:
 
 public:
     void done(int result) override;
+    bool eventFilter(QObject *object, QEvent *event) override;
 
 private:
     template <typename Change> void ChangeState(Change change);

@@ -23,6 +23,8 @@ QGroupBox *MakeGroup(const char *title, const char *objectName, QWidget *parent)
 {
     auto *group = new QGroupBox(QString::fromLatin1(title), parent);
     group->setObjectName(QString::fromLatin1(objectName));
+    // Or a group inside another one would be announced by that one's title.
+    group->setAccessibleName(QString::fromLatin1(title).remove(QLatin1Char('&')));
     return group;
 }
 
@@ -128,6 +130,7 @@ QWidget *ConfigDialogControls::MakeDeviceGroup(ConfigDialog *dialog)
     select->setAutoDefault(false);
     select->setFixedSize(select->sizeHint());
     comboBoxEndian = MakeComboBox("pComboBoxEndian", "Byte order", group);
+    LabelForScreenReaders(comboBoxEndian, "Byte order");
     for (const EndianRow &row : kEndians)
         comboBoxEndian->addItem(QString::fromLatin1(row.label));
     comboBoxEndian->setFixedSize(comboBoxEndian->sizeHint());
@@ -145,6 +148,7 @@ QWidget *ConfigDialogControls::MakeInterfaceGroup(ConfigDialog *dialog)
 {
     gBoxTargetInterface = MakeGroup("Target interface", "pGBoxTargetInterface", dialog);
     comboBoxTIF = MakeComboBox("pComboBoxTIF", "Target interface", gBoxTargetInterface);
+    LabelForScreenReaders(comboBoxTIF, "Target interface");
     for (const InterfaceRow &row : kInterfaces)
         comboBoxTIF->addItem(QString::fromLatin1(row.name));
     QObject::connect(comboBoxTIF, &QComboBox::activated, dialog, &ConfigDialog::_OnComboBoxTIF);
@@ -168,9 +172,11 @@ QWidget *ConfigDialogControls::MakeSpeedGroup(ConfigDialog *dialog)
         kSpeeds[kAutoSpeed].label, "pRBtnAutoSel", group, dialog, &ConfigDialog::_OnRBtnAutoSel);
     rBtnAdaptiveClock = MakeRadioButton(kSpeeds[kAdaptiveSpeed].label, "pRBtnAdaptiveClock", group,
         dialog, &ConfigDialog::_OnRBtnAdaptiveClock);
+    rBtnAdaptiveClock->setToolTip(QStringLiteral("For the target interface JTAG only"));
     rBtnFrequency = MakeRadioButton(kSpeeds[kFixedSpeed].label, "pRBtnFrequency", group, dialog,
         &ConfigDialog::_OnRBtnFrequency);
     comboBoxFrequency = MakeComboBox("pComboBoxFrequency", "Interface speed in kHz", group);
+    LabelForScreenReaders(comboBoxFrequency, "Interface speed in kHz");
     comboBoxFrequency->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     QObject::connect(
         comboBoxFrequency, &QComboBox::activated, dialog, &ConfigDialog::_OnComboBoxFrequency);

@@ -141,6 +141,15 @@ int ListRowOfFrequency(std::uint32_t frequencyIndex)
     return CustomSpeedText().front() == '\0' ? row - 1 : row;
 }
 
+void ChooseInterface(ConfigState *state, std::uint32_t interfaceIndex)
+{
+    if (interfaceIndex >= kInterfaces.size())
+        return;
+    state->interfaceIndex = interfaceIndex;
+    if (state->speedMode == kAdaptiveSpeed && !UsesScanChain(*state))
+        state->speedMode = kAutoSpeed;
+}
+
 void ChoosePosition(ConfigState *state, std::uint32_t position)
 {
     if (position >= kPositions.size())

@@ -46,6 +46,10 @@ void StoreConfigState(const ConfigState &state, ConnectionRecord *record);
 /// Table row to list row; -1 for a custom row that is not listed.
 [[nodiscard]] int ListRowOfFrequency(std::uint32_t frequencyIndex);
 
+/// Chooses a target interface. Adaptive clocking, which JTAG alone has, gives way to the automatic
+/// speed.
+void ChooseInterface(ConfigState *state, std::uint32_t interfaceIndex);
+
 /// Chooses a position in the scan chain and presets the instruction-register bits for it.
 void ChoosePosition(ConfigState *state, std::uint32_t position);
 

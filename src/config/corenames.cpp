@@ -11,8 +11,8 @@ struct CoreRow {
 };
 
 // The top byte is the core family, the rest the member; all ones in the rest stand for the family.
-// Several ids share a name, and the second 0x13FFFFFF can never be found: the list is kept as the
-// probe software of this family publishes it, so that the two can be compared row by row.
+// Several ids share a name. The first exact match wins, so repeated rows, such as the second
+// 0x13FFFFFF, change nothing.
 constexpr auto kCoreRows = std::to_array<CoreRow>({
     {0x00000000, "None"},
     {0xFFFFFFFF, "Any"},

@@ -1,7 +1,10 @@
 #include "ctableview.h"
 
 #include "cdevicedatamodel.h"
+#include "cdeviceitemdelegate.h"
 
+#include <QComboBox>
+#include <QCoreApplication>
 #include <QHeaderView>
 #include <QMouseEvent>
 #include <QPainter>
@@ -13,6 +16,14 @@
 namespace {
 
 constexpr QColor kDisabledHighlight(10, 36, 106);
+
+void PressArrowOf(QComboBox *box)
+{
+    const QPointF arrow(QPoint(box->width() - kFilterArrowPx / 2, box->height() / 2));
+    QMouseEvent press(QEvent::MouseButtonPress, arrow, box->mapToGlobal(arrow), Qt::LeftButton,
+        Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(box, &press);
+}
 
 /// Paints the filter row where the scrolled table hides it.
 class FilterStrip : public QWidget {
@@ -48,7 +59,7 @@ protected:
 
     void mousePressEvent(QMouseEvent *event) override
     {
-        m_view->EditFilter(m_view->columnAt(event->position().toPoint().x()));
+        m_view->PressFilter(event->position().toPoint().x());
     }
 
 private:
@@ -153,6 +164,20 @@ void CTableView::EditFilter(int column)
         editor->setFocus();
     else
         edit(cell);
+}
+
+void CTableView::PressFilter(int xPx)
+{
+    const int column = columnAt(xPx);
+    EditFilter(column);
+    if (column < 0 || xPx < columnViewportPosition(column) + columnWidth(column) - kFilterArrowPx)
+        return;
+    // Handed on to the box once the table is done with it: only a press of its own arrow makes the
+    // box keep its list when the button is let go.
+    auto *const box = qobject_cast<QComboBox *>(indexWidget(model()->index(kFilterRow, column)));
+    if (box != nullptr)
+        QMetaObject::invokeMethod(
+            box, [box] { PressArrowOf(box); }, Qt::QueuedConnection);
 }
 
 void CTableView::scrollTo(const QModelIndex &index, ScrollHint hint)

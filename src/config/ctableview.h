@@ -17,6 +17,9 @@ public:
 
     /// Scrolls to the filter row and opens its editor in a column.
     void EditFilter(int column);
+    /// The same for a press of the mouse: on the cell's arrow the list of patterns opens, too.
+    /// @param xPx  of the press, in the viewport
+    void PressFilter(int xPx);
 
     void setModel(QAbstractItemModel *model) override;
     void scrollTo(const QModelIndex &index, ScrollHint hint = EnsureVisible) override;

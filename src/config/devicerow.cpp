@@ -103,11 +103,6 @@ std::vector<DeviceRow> MakeDeviceRows(const RanvoDeviceInfo *records, int count)
     return rows;
 }
 
-bool IsNumericColumn(int column)
-{
-    return column >= kNumCoresColumn;
-}
-
 int CompareDevices(const DeviceRow &left, const DeviceRow &right, int column)
 {
     switch (column) {

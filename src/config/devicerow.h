@@ -40,9 +40,6 @@ struct DeviceRow {
 /// longer than kMaxDeviceNameBytes are cut at a character's end.
 [[nodiscard]] std::vector<DeviceRow> MakeDeviceRows(const RanvoDeviceInfo *records, int count);
 
-/// True for the columns that sort by number instead of by text.
-[[nodiscard]] bool IsNumericColumn(int column);
-
 /// Compares two devices by one column. Texts compare naturally, numbers and sizes by value.
 /// @return below, equal to or above 0
 [[nodiscard]] int CompareDevices(const DeviceRow &left, const DeviceRow &right, int column);

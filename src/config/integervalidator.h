@@ -4,8 +4,8 @@
 
 /// Lets only whole numbers within bounds be typed; blanks around a pasted number are dropped.
 ///
-/// An empty field and a lone sign are accepted too, and read as 0: a field that refuses them would
-/// keep quiet when the user leaves it, and his deletion would be lost.
+/// An empty field and a lone sign are accepted too, and read as 0: a field that refuses them
+/// would not report being left, losing the deletion.
 class IntegerValidator : public QValidator {
     Q_OBJECT
 

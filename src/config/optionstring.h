@@ -4,8 +4,8 @@
 
 struct ConfigState;
 
-/// The command-line options that express a connection, for other tools of the probe's family.
-/// Shown to the user only; the program never reads it. A longer text is cut.
+/// The command-line options that express a connection. Shown to the user only, to be copied into
+/// another tool; the program never reads it. A longer text is cut.
 ///
-/// The scan chain has no option of its own, on purpose: those tools know none.
+/// Deliberate: the scan chain has no option.
 [[nodiscard]] std::array<char, 1024> MakeOptionString(const ConfigState &state);

@@ -1,7 +1,24 @@
 #pragma once
 
+#include <QPoint>
+#include <QRect>
+#include <QSize>
+
 class QWidget;
 
-/// Ties a dialog without a parent to the active window and centres it there; the window manager
-/// would not know otherwise which window it belongs to. Called before the dialog is shown.
-void PlaceOverActiveWindow(QWidget *dialog);
+/// Where a dialog goes: its middle over its owner's middle, pulled into the area. One that is
+/// larger than the area shows its upper left corner.
+/// @param area  what of the owner's screen is free for windows; its origin may be negative
+[[nodiscard]] QPoint PlaceInArea(const QRect &owner, const QSize &dialog, const QRect &area);
+
+/// Ties a dialog without a parent, which is not shown yet, to the window that it shall stay above;
+/// the window manager would not know otherwise. Null: nothing.
+void TieToOwner(QWidget *dialog, const QWidget *owner);
+
+/// Places a dialog that is not shown yet over another window, wholly on that one's screen. Null:
+/// the window manager decides.
+void PlaceOver(QWidget *dialog, const QWidget *owner);
+
+/// Pulls a dialog that is shown, and whose size and frame are known by that, back onto the screen.
+/// One that is there already stays.
+void PullOntoScreen(QWidget *dialog, const QWidget *owner);

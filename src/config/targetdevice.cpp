@@ -20,7 +20,7 @@ void ReadRecord(int index, RanvoDeviceInfo *record)
     record->sizeOfStruct = RANVO_DEVICE_INFO_SIZE;
     if (RANVOARM_DEVICE_GetInfo(index, record) == 0)
         return;
-    // What a failed query leaves behind is nobody's: the row stays, without a name.
+    // A failed query may leave garbage: clear the record. The row stays, without a name.
     std::memset(record, 0, sizeof *record);
     record->sizeOfStruct = RANVO_DEVICE_INFO_SIZE;
 }

@@ -1,8 +1,18 @@
 #pragma once
 
 #include <QCheckBox>
+#include <QLabel>
 #include <QPushButton>
 #include <QRadioButton>
+
+/// Gives a control without a visible label one that screen readers find: a combo box is called
+/// there by its labels and its current text, whatever its accessible name is.
+inline void LabelForScreenReaders(QWidget *control, const char *text)
+{
+    auto *label = new QLabel(QString::fromLatin1(text), control->parentWidget());
+    label->setBuddy(control);
+    label->hide();
+}
 
 // Makes a control with its object name, owned by the parent, and connects it to one slot.
 

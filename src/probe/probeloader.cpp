@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <utility>
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -20,10 +20,24 @@ namespace {
 /// look. Set once.
 constinit std::atomic<void *> libraryHandle{nullptr};
 
-void *OpenLibrary(const char *path)
+using LastWords = void (*)(const ProbeAttempts &attempts);
+constinit LastWords lastWords = nullptr; // set before the first call, by the main thread
+
+/// Opens the first file that can be opened. @return its handle or null
+void *OpenFirst(const std::vector<std::string> &files, ProbeAttempts &attempts)
 {
-    // A name without a slash would be searched in the system's own places.
-    return std::strchr(path, '/') ? dlopen(path, RTLD_LAZY) : nullptr;
+    for (const std::string &path : files) {
+        // A name without a slash would be searched in the system's own places.
+        if (path.find('/') == std::string::npos) {
+            attempts.push_back({path, "not a path"});
+            continue;
+        }
+        if (void *const handle = dlopen(path.c_str(), RTLD_LAZY))
+            return handle;
+        const char *const reason = dlerror();
+        attempts.push_back({path, reason ? reason : "unknown reason"});
+    }
+    return nullptr;
 }
 
 /// Two threads may have loaded the library at the same time: the first one to say so wins.
@@ -47,7 +61,7 @@ bool ReadExecutablePath(std::array<char, SYS_MAX_PATH> &path)
     return true;
 }
 
-int ReportNotFound(bool exitOnFailure)
+int ReportNotFound(bool exitOnFailure, const ProbeAttempts &attempts)
 {
     if (!exitOnFailure) {
         std::puts("Could not open Ranvo shared library.");
@@ -55,19 +69,17 @@ int ReportNotFound(bool exitOnFailure)
     }
     std::puts("Could not open Ranvo shared library. Exiting now.");
     std::fflush(stdout);
+    if (lastWords)
+        lastWords(attempts);
     // At once: global objects must not be destroyed under a thread that still runs.
     std::_Exit(1);
 }
 
-} // namespace
-
-int PROBE_LoadLibrary(bool exitOnFailure)
+int Search(bool exitOnFailure, ProbeAttempts &attempts)
 {
-    if (libraryHandle.load(std::memory_order_acquire))
-        return PROBE_LOAD_OK;
     std::array<char, SYS_MAX_PATH> path;
     SYS_ModuleDirectory(path.data(), SYS_MAX_PATH);
-    if (void *const handle = PROBE_SearchModuleDirectory(path.data(), &OpenLibrary))
+    if (void *const handle = OpenFirst(PROBE_FilesBesideModule(path.data()), attempts))
         return KeepHandle(handle);
     if (!ReadExecutablePath(path)) {
         // The process goes on even with exitOnFailure: the library may well be there.
@@ -75,9 +87,32 @@ int PROBE_LoadLibrary(bool exitOnFailure)
         return PROBE_LOAD_ERROR;
     }
     if (void *const handle
-        = PROBE_SearchInstallations(path.data(), "/opt/TOLVEN/Ranvo/", &OpenLibrary))
+        = OpenFirst(PROBE_InstalledFiles(path.data(), "/opt/TOLVEN/Ranvo/"), attempts))
         return KeepHandle(handle);
-    return ReportNotFound(exitOnFailure);
+    return ReportNotFound(exitOnFailure, attempts);
+}
+
+} // namespace
+
+int PROBE_LoadLibrary(bool exitOnFailure, ProbeAttempts *attempts)
+{
+    if (PROBE_IsLibraryLoaded())
+        return PROBE_LOAD_OK;
+    ProbeAttempts tried;
+    const int result = Search(exitOnFailure, tried);
+    if (attempts)
+        *attempts = std::move(tried);
+    return result;
+}
+
+void PROBE_SetLastWords(void (*tell)(const ProbeAttempts &attempts))
+{
+    lastWords = tell;
+}
+
+bool PROBE_IsLibraryLoaded()
+{
+    return libraryHandle.load(std::memory_order_acquire) != nullptr;
 }
 
 int PROBE_TryLoadLibrary()

@@ -1,7 +1,6 @@
 #include "probesearch.h"
 
 #include "syspaths.h"
-#include "utilformat.h"
 #include "utiltext.h"
 
 #include <array>
@@ -11,41 +10,42 @@ namespace {
 /// In every place the first name is preferred.
 constexpr std::array kFileNames = {"libranvoarm_x86.so", "libranvoarm.so"};
 
-/// Tries both file names in a directory. A path that is too long for its buffer is left out: cut,
+/// Adds both file names in a directory. A path that is too long for its buffer is left out: cut,
 /// it would name some other file.
-void *TryDirectory(const char *directory, const char *format, ProbeOpen open)
+void AddFiles(std::vector<std::string> &files, const char *directory, const std::string &suffix)
 {
-    for (const char *name : kFileNames) {
-        std::array<char, SYS_MAX_PATH + 1> path;
-        if (UTIL_Format(path, format, directory, name) == path.data() + SYS_MAX_PATH)
-            continue;
-        if (void *const handle = open(path.data()))
-            return handle;
+    for (const char *const name : kFileNames) {
+        const std::string wholeName = name + suffix;
+        std::array<char, SYS_MAX_PATH> path;
+        SYS_ComposePath(path.data(), SYS_MAX_PATH, directory, wholeName.c_str());
+        if (UTIL_TextLength(path.data()) == UTIL_TextLength(directory) + wholeName.size())
+            files.emplace_back(path.data());
     }
-    return nullptr;
 }
 
 } // namespace
 
-void *PROBE_SearchModuleDirectory(const char *directory, ProbeOpen open)
+std::vector<std::string> PROBE_FilesBesideModule(const char *directory)
 {
-    return directory[0] != '\0' ? TryDirectory(directory, "%s%s", open) : nullptr;
+    std::vector<std::string> files;
+    if (directory[0] != '\0')
+        AddFiles(files, directory, "");
+    return files;
 }
 
-void *PROBE_SearchInstallations(
-    const char *executablePath, const char *installDirectory, ProbeOpen open)
+std::vector<std::string> PROBE_InstalledFiles(
+    const char *executablePath, const char *installDirectory)
 {
+    std::vector<std::string> files;
     if (executablePath[0] != '\0') {
-        std::array<char, SYS_MAX_PATH> directory;
-        UTIL_CopyText(directory, executablePath);
         // Without a separator the whole text is the directory.
-        const auto length = static_cast<std::size_t>(SYS_FileName(executablePath) - executablePath);
-        if (length > 0 && length < directory.size())
-            directory[length] = '\0';
-        if (void *const handle = TryDirectory(directory.data(), "%s%s", open))
-            return handle;
+        const char *const name = SYS_FileName(executablePath);
+        const std::string directory = name == executablePath
+            ? std::string(executablePath)
+            : std::string(executablePath, static_cast<std::size_t>(name - executablePath));
+        AddFiles(files, directory.c_str(), "");
     }
-    if (void *const handle = TryDirectory(installDirectory, "%s%s", open))
-        return handle;
-    return TryDirectory(installDirectory, "%s%s.5", open);
+    AddFiles(files, installDirectory, "");
+    AddFiles(files, installDirectory, ".5");
+    return files;
 }

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstring>
 #include <mutex>
+#include <string>
+#include <string_view>
 
 namespace {
 
@@ -122,8 +124,23 @@ void TakeFirstDevice(ConnectionRecord &record)
         UTIL_CopyText(record.Device, info.name); // a library may give no name
 }
 
+/// Blanks around a host name can only be a slip.
+void TrimHostName(ConnectionRecord &record)
+{
+    const std::string_view stored(record.HostName.data());
+    const std::size_t first = stored.find_first_not_of(" \t");
+    if (first == std::string_view::npos) {
+        record.HostName = {};
+        return;
+    }
+    const std::string trimmed(stored.substr(first, stored.find_last_not_of(" \t") - first + 1));
+    record.HostName = {};
+    UTIL_CopyText(record.HostName, trimmed.c_str());
+}
+
 void ApplyRules(ConnectionRecord &record)
 {
+    TrimHostName(record);
     if (record.Speed < 0)
         record.Speed = kDefaultSpeedKHz;
     if (record.TargetIF != kTargetIfJtag)
@@ -147,11 +164,11 @@ void SETTINGS_Load(ConnectionRecord *record)
     *record = loaded;
 }
 
-void SETTINGS_Apply(const ConnectionRecord *record)
+bool SETTINGS_Apply(const ConnectionRecord *record)
 {
     const ConnectionRecord present = SETTINGS_Snapshot();
     if (std::memcmp(record, &present, sizeof present) == 0)
-        return;
+        return false;
     {
         const SettingsBatch oneSave;
         for (const RecordKey &key : kRecordKeys)
@@ -160,6 +177,7 @@ void SETTINGS_Apply(const ConnectionRecord *record)
     SetGlobalRecord(*record);
     if (SETTINGS_Host().Reconnect)
         SETTINGS_Host().Reconnect();
+    return true;
 }
 
 ConnectionRecord SETTINGS_Snapshot()

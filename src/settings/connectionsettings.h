@@ -12,7 +12,8 @@ void SETTINGS_Load(ConnectionRecord *record);
 
 /// Does nothing when the record equals the global one. Else saves it, makes it the global record
 /// and has the connection restarted.
-void SETTINGS_Apply(const ConnectionRecord *record);
+/// @return whether it differed
+bool SETTINGS_Apply(const ConnectionRecord *record);
 
 /// A copy of the global record. Any thread, also after SETTINGS_Release.
 [[nodiscard]] ConnectionRecord SETTINGS_Snapshot();

@@ -7,6 +7,7 @@ namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kLineEndChars = "\r\n";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t";
 constexpr std::string_view kDigits = "0123456789";
 
@@ -58,6 +59,11 @@ bool SettingsImage::Assign(std::string_view text)
     return true;
 }
 
+SettingsImage::Line SettingsImage::FirstLine() const
+{
+    return LineAt(Text().starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0);
+}
+
 SettingsImage::Line SettingsImage::LineAt(std::size_t start) const
 {
     const std::size_t end = std::min(Text().find_first_of(kLineEndChars, start), m_length);
@@ -77,7 +83,7 @@ std::string_view SettingsImage::TextOf(const Line &line) const
 
 std::optional<SettingsImage::Line> SettingsImage::FindHeader(std::string_view section) const
 {
-    for (Line line = LineAt(0); line.start < m_length; line = LineAt(line.next)) {
+    for (Line line = FirstLine(); line.start < m_length; line = LineAt(line.next)) {
         if (IsHeaderOf(TextOf(line), section))
             return line;
     }

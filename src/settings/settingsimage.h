@@ -47,6 +47,8 @@ private:
         std::size_t next;
     };
 
+    /// Where the first line begins: behind the mark that some editors put in front of UTF-8.
+    [[nodiscard]] Line FirstLine() const;
     [[nodiscard]] Line LineAt(std::size_t start) const;
     [[nodiscard]] std::string_view TextOf(const Line &line) const;
     [[nodiscard]] std::optional<Line> FindHeader(std::string_view section) const;

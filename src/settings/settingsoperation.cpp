@@ -34,6 +34,8 @@ void Load(SettingsStore &store)
 {
     if (store.path[0] == '\0')
         SETTINGS_ComposeDefaultPath(store.path);
+    // Before the reading: what is written meanwhile will be noticed.
+    store.stamp = SYS_StampOfFile(store.path.data());
     store.loadResult = ReadImage(store.path.data(), store.image);
     if (store.loadResult != SysFileResult::Ok)
         SETTINGS_ReportQuietly(SETTINGS_LoadMessage(store.loadResult, store.path.data()).data());
@@ -52,8 +54,7 @@ bool KnowsFile(const SettingsStore &store)
 
 SettingsStore &SETTINGS_TheStore()
 {
-    static constinit SettingsStore store{
-        {}, {}, kSettingsNotLoaded, SysFileResult::Ok, nullptr, 0, false, {}, nullptr};
+    static constinit SettingsStore store{};
     return store;
 }
 
@@ -68,7 +69,9 @@ void SETTINGS_ComposeDefaultPath(std::array<char, SETTINGS_MAX_PATH> &path)
     std::array<char, SETTINGS_MAX_PATH + 1> composed{}; // the separator comes whatever the length
     std::array<char, SYS_MAX_PATH> name;
     path[0] = '\0';
-    if (SYS_UserConfigDir(composed.data(), SYS_MAX_PATH) != SYS_PATH_OK)
+    // The file lies beside that directory, which need not be there.
+    [[maybe_unused]] const int created = SYS_UserConfigDir(composed.data(), SYS_MAX_PATH);
+    if (composed[0] == '\0')
         return;
     GetBaseName(name);
     UTIL_AppendText(composed.data(), "\\", 1);
@@ -92,6 +95,7 @@ SettingsOperation::SettingsOperation()
         m_result = SETTINGS_ERROR;
         return;
     }
+    store.unavailable = false;
     ++store.depth;
     if (store.state == kSettingsNotLoaded || store.state == kSettingsReloadNeeded)
         Load(store);
@@ -111,11 +115,27 @@ void SettingsOperation::SetChanged()
 bool SettingsOperation::PrepareChange()
 {
     SettingsStore &store = SETTINGS_TheStore();
+    if (!m_ready && !std::exchange(store.unavailable, true))
+        Fail(SysFileResult::InvalidFile); // once, not for each key
+    if (!m_ready || store.refused) {
+        m_result = SETTINGS_ERROR;
+        return false;
+    }
+    if (store.prepared)
+        return true;
+    if (!KnowsFile(store) || SYS_StampOfFile(store.path.data()) != store.stamp)
+        Load(store);
+    store.before = store.image;
+    store.prepared = true;
     if (!KnowsFile(store))
-        Load(store); // perhaps it can be read by now
-    if (!KnowsFile(store))
-        Fail(store.loadResult);
-    return KnowsFile(store);
+        Refuse(store.loadResult);
+    return !store.refused;
+}
+
+void SettingsOperation::Refuse(SysFileResult reason)
+{
+    SETTINGS_TheStore().refused = true;
+    Fail(reason);
 }
 
 void SettingsOperation::Fail(SysFileResult result)
@@ -123,25 +143,26 @@ void SettingsOperation::Fail(SysFileResult result)
     SettingsStore &store = SETTINGS_TheStore();
     m_result = SETTINGS_ERROR;
     if (store.message[0] == '\0')
-        store.message = SETTINGS_SaveMessage(result, store.path.data());
+        store.message = SETTINGS_SaveMessage(result, SETTINGS_GetPath());
 }
 
 int SettingsOperation::End()
 {
-    if (!m_lock)
-        return m_result;
     SettingsStore &store = SETTINGS_TheStore();
     SettingsMessage message{};
-    if (store.depth == 1) {
-        if (store.changed) {
-            const SysFileResult result = SYS_ReplaceFile(store.path.data(), store.image.Text());
+    if (m_lock && store.depth == 1) {
+        if (store.refused) {
+            store.image = store.before;
+        } else if (store.changed) {
+            const SysFileResult result
+                = SYS_ReplaceFile(store.path.data(), store.image.Text(), &store.stamp);
             if (result != SysFileResult::Ok)
                 Fail(result);
         }
-        store.changed = false;
-        std::swap(message, store.message);
+        store.prepared = store.changed = store.refused = false;
     }
-    --store.depth;
+    if (m_lock ? store.depth-- == 1 : store.depth == 0)
+        std::swap(message, store.message);
     m_lock.reset();
     if (message[0] != '\0' && SETTINGS_Host().ShowError)
         SETTINGS_Host().ShowError(message.data());

@@ -15,9 +15,14 @@ struct SettingsStore {
     SettingsImage image;
     int state;
     SysFileResult loadResult;
+    SysFileStamp stamp; // of the file that the image was read from or saved to
     SYS_MUTEX_HANDLE mutex;
     int depth;               // operations under way, one inside the other
+    bool unavailable;        // no mutex could be made, and the user knows
+    bool prepared;           // the outermost operation may change the image; `before` is set
     bool changed;            // the image waits for the outermost operation's end to be saved
+    bool refused;            // one of its changes could not be made: none of them counts
+    SettingsImage before;    // the image as the outermost operation found it
     SettingsMessage message; // the first problem of the outermost operation
     SettingsQuietReport quietReport; // null: nowhere
 };
@@ -29,7 +34,7 @@ inline constexpr int kSettingsReloadNeeded = 100;
 
 [[nodiscard]] SettingsStore &SETTINGS_TheStore();
 
-/// For problems that the user is not told.
+/// Reports a problem that is not shown to the user.
 void SETTINGS_ReportQuietly(const char *text);
 
 /// "<user directory>\<program>Settings.ini": the backslash is part of a file name that existing
@@ -38,7 +43,8 @@ void SETTINGS_ComposeDefaultPath(std::array<char, SETTINGS_MAX_PATH> &path);
 
 /// One operation: holds the mutex, loads at its start what must be loaded, saves at its end what
 /// has changed, and shows a problem after the mutex is free again. Operations may be nested; the
-/// outermost one saves and shows.
+/// outermost one saves and shows. All changes are made or none is: one that is refused takes the
+/// others with it. A save that fails is no refusal: its changes stay in the image.
 class SettingsOperation {
 public:
     SettingsOperation();
@@ -48,14 +54,18 @@ public:
 
     [[nodiscard]] bool IsReady() const { return m_ready; }
     [[nodiscard]] SettingsImage &Image() const;
+    /// To be called before a change. Takes over first what another program has made of the file.
     /// @return whether the image may be changed; else the user will be told
-    bool PrepareChange();
+    [[nodiscard]] bool PrepareChange();
     void SetChanged();
-    void Fail(SysFileResult result);
+    /// The change cannot be made.
+    void Refuse(SysFileResult reason);
     /// @return SETTINGS_OK, or SETTINGS_ERROR when a problem was met
     int End();
 
 private:
+    void Fail(SysFileResult result);
+
     std::optional<SysLock> m_lock;
     bool m_ready = false;
     int m_result = SETTINGS_OK;

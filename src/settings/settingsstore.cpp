@@ -14,13 +14,11 @@ namespace {
 int WriteLine(const char *section, const char *key, SettingsKeyForm form, const SettingsLine &line)
 {
     SettingsOperation operation;
-    if (!operation.IsReady())
-        return SETTINGS_ERROR;
     if (operation.PrepareChange()) {
         if (line.Fits() && operation.Image().ReplaceKey(section, key, form, line.Text()))
             operation.SetChanged();
         else
-            operation.Fail(SysFileResult::TransferFailed);
+            operation.Refuse(SysFileResult::TransferFailed);
     }
     return operation.End();
 }
@@ -123,15 +121,22 @@ int SETTINGS_WriteHexBytes(
 
 int SETTINGS_ReadDecimal(const char *section, const char *key, std::int32_t &value)
 {
-    return ReadValue(section, key, SettingsKeyForm::Plain,
-        [&](SettingsValue &text) { UTIL_ReadDecimal(text.error, text.cursor, 0, INT_MAX, value); });
+    return ReadValue(section, key, SettingsKeyForm::Plain, [&](SettingsValue &text) {
+        std::int32_t read = 0;
+        UTIL_ReadDecimal(text.error, text.cursor, 0, INT_MAX, read);
+        if (SETTINGS_ExpectEnd(text))
+            value = read;
+    });
 }
 
 int SETTINGS_ReadHex(const char *section, const char *key, std::uint32_t &value)
 {
     return ReadValue(section, key, SettingsKeyForm::Plain, [&](SettingsValue &text) {
         UTIL_ExpectText(text.error, text.cursor, "0x");
-        UTIL_ReadHex(text.error, text.cursor, 0, UINT_MAX, value);
+        std::uint32_t read = 0;
+        UTIL_ReadHex(text.error, text.cursor, 0, UINT_MAX, read);
+        if (SETTINGS_ExpectEnd(text))
+            value = read;
     });
 }
 
@@ -173,10 +178,9 @@ int SETTINGS_ReadHexBytes(
 int SETTINGS_DeleteKey(const char *section, const char *key)
 {
     SettingsOperation operation;
-    if (!operation.IsReady())
-        return SETTINGS_ERROR;
+    const bool mayChange = operation.PrepareChange();
     for (const SettingsKeyForm form : {SettingsKeyForm::Plain, SettingsKeyForm::Array}) {
-        if (operation.Image().RemoveKey(section, key, form))
+        if (mayChange && operation.Image().RemoveKey(section, key, form))
             operation.SetChanged();
     }
     return operation.End();

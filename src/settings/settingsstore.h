@@ -15,7 +15,8 @@ inline constexpr std::uint32_t SETTINGS_MAX_PATH = 512;
 
 // Writing. SETTINGS_ERROR: the key could not be saved and the user has been told. A change that
 // does not fit into the image, or a line longer than 2000 characters, is refused and leaves
-// everything as it was; one that could not be saved stays in the image and goes out with the next.
+// everything as it was; one that could not be saved stays in the image and goes out with the next,
+// unless another program changes the file before: what stands in the file counts then.
 
 int SETTINGS_WriteDecimal(const char *section, const char *key, std::int32_t value);
 int SETTINGS_WriteHex(const char *section, const char *key, std::uint32_t value);
@@ -59,8 +60,8 @@ void SETTINGS_SetPath(const char *path);
 /// Gives the mutex back, at shutdown. The next operation would load the file again.
 void SETTINGS_CloseStore();
 
-/// Gathers all changes of a block into one save, so that the file holds all of them or none, and a
-/// problem is told once.
+/// Gathers all changes of a block into one save: the file holds all of them or none, and a problem
+/// is told once. A change that is refused takes the others with it, in memory too.
 class [[nodiscard]] SettingsBatch {
 public:
     SettingsBatch();

@@ -30,7 +30,7 @@ void ParseArray(SettingsValue &value, std::int64_t min, std::int64_t max, std::s
             if (store)
                 values[i] = static_cast<Value>(element);
         }
-        if (UTIL_HasFailed(value.error))
+        if (!SETTINGS_ExpectEnd(value))
             return;
     }
     count = value.count;
@@ -68,6 +68,17 @@ SettingsValue::SettingsValue(std::string_view line, const char *key, SettingsKey
     UTIL_SkipBlanks(error, cursor);
 }
 
+bool SETTINGS_ExpectEnd(SettingsValue &value)
+{
+    UTIL_SkipBlanks(value.error, value.cursor);
+    if (UTIL_HasFailed(value.error))
+        return false;
+    if (*value.cursor == '\0' || *value.cursor == ';' || *value.cursor == '#')
+        return true;
+    UTIL_CopyText(value.error, "Something else follows the value");
+    return false;
+}
+
 void SETTINGS_ParseBytes(SettingsValue &value, std::span<std::uint8_t> bytes, std::uint32_t &count)
 {
     ParseArray(value, 0, UINT8_MAX, bytes, count);
@@ -85,7 +96,7 @@ void SETTINGS_ParseFourInts(SettingsValue &value, std::array<std::int32_t, 4> &n
         UTIL_ReadDecimal(value.error, value.cursor, 0, INT_MAX, number);
         UTIL_SkipSeparator(value.error, value.cursor);
     }
-    if (!UTIL_HasFailed(value.error))
+    if (SETTINGS_ExpectEnd(value))
         numbers = read;
 }
 

@@ -21,6 +21,10 @@ struct SettingsValue {
     SettingsValue &operator=(const SettingsValue &) = delete;
 };
 
+/// Whether the value ends here: only blanks and a comment, which begins with ';' or '#', may
+/// follow. Anything else is an error, and there must have been none before.
+bool SETTINGS_ExpectEnd(SettingsValue &value);
+
 // Readers of the kinds that the token parser does not know. They fill their outputs only when the
 // whole value could be read, and report a value with more elements than the output holds.
 

@@ -1,6 +1,6 @@
 #include "sysfile.h"
 
-#include "systime.h"
+#include "syssleep.h"
 #include "utilformat.h"
 #include "utiltext.h"
 
@@ -103,7 +103,7 @@ Result ResultOfOpenError(int error, const char *path)
     }
 }
 
-/// Runs a step again while somebody else keeps the file to himself.
+/// Runs a step again while another process holds the file.
 template <typename Step> Result RetryWhileShared(Step step)
 {
     Result result = step();
@@ -185,11 +185,24 @@ bool IsRefusal(int error)
     }
 }
 
+SysFileStamp StampOf(const struct stat &info)
+{
+    return {info.st_dev, info.st_ino, info.st_size, info.st_mtim.tv_sec, info.st_mtim.tv_nsec};
+}
+
+/// The stamp of a file that we have just written, before anybody else can have changed it.
+void TakeStamp(int file, SysFileStamp &stamp)
+{
+    struct stat info { };
+    if (fstat(file, &info) == 0)
+        stamp = StampOf(info);
+}
+
 /// Writes a new file beside the target and puts it in the target's place.
 /// @param old      the target's properties, null when it does not exist
 /// @param allowed  cleared, with nothing changed, when this is not allowed here
-Result ReplaceAtomically(
-    const char *target, const struct stat *old, std::string_view content, bool &allowed)
+Result ReplaceAtomically(const char *target, const struct stat *old, std::string_view content,
+    bool &allowed, SysFileStamp &stamp)
 {
     LongPath temporary;
     UTIL_Format(temporary, "%s.XXXXXX", target);
@@ -200,6 +213,7 @@ Result ReplaceAtomically(
     }
     allowed = TakeOver(file.Get(), old);
     const bool written = allowed && WriteAll(file.Get(), content) && fsync(file.Get()) == 0;
+    TakeStamp(file.Get(), stamp);
     if (!file.Close() || !written) {
         unlink(temporary.data());
         return Result::TransferFailed;
@@ -227,7 +241,7 @@ bool ReserveRoom(int file, off_t oldLength, off_t newLength)
     return false;
 }
 
-Result WriteInPlace(const char *path, std::string_view content)
+Result WriteInPlace(const char *path, std::string_view content, SysFileStamp &stamp)
 {
     File file(
         open(path, O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, S_IRUSR | S_IWUSR));
@@ -240,10 +254,11 @@ Result WriteInPlace(const char *path, std::string_view content)
     const bool written = ReserveRoom(file.Get(), info.st_size, length)
         && WriteAll(file.Get(), content) && ftruncate(file.Get(), length) == 0
         && fsync(file.Get()) == 0;
+    TakeStamp(file.Get(), stamp);
     return file.Close() && written ? Result::Ok : Result::TransferFailed;
 }
 
-Result WriteOnce(const char *path, std::string_view content)
+Result WriteOnce(const char *path, std::string_view content, SysFileStamp &stamp)
 {
     struct stat info { };
     const bool exists = stat(path, &info) == 0;
@@ -263,13 +278,13 @@ Result WriteOnce(const char *path, std::string_view content)
     } else {
         struct stat link { };
         if (lstat(path, &link) == 0) // a link to a file that is still to be made
-            return WriteInPlace(path, content);
+            return WriteInPlace(path, content, stamp);
         UTIL_CopyText(target, path);
     }
     bool allowed = false;
     const Result result
-        = ReplaceAtomically(target.data(), exists ? &info : nullptr, content, allowed);
-    return allowed ? result : WriteInPlace(path, content);
+        = ReplaceAtomically(target.data(), exists ? &info : nullptr, content, allowed, stamp);
+    return allowed ? result : WriteInPlace(path, content, stamp);
 }
 
 } // namespace
@@ -282,9 +297,19 @@ SysFileResult SYS_ReadFile(const char *path, std::span<char> buffer, std::size_t
     return RetryWhileShared([&] { return ReadOnce(path, buffer, length); });
 }
 
-SysFileResult SYS_ReplaceFile(const char *path, std::string_view content)
+SysFileResult SYS_ReplaceFile(const char *path, std::string_view content, SysFileStamp *stamp)
 {
     if (path[0] == '\0')
         return Result::PathNotFound;
-    return RetryWhileShared([&] { return WriteOnce(path, content); });
+    SysFileStamp written;
+    const Result result = RetryWhileShared([&] { return WriteOnce(path, content, written); });
+    if (result == Result::Ok && stamp)
+        *stamp = written;
+    return result;
+}
+
+SysFileStamp SYS_StampOfFile(const char *path)
+{
+    struct stat info { };
+    return stat(path, &info) == 0 ? StampOf(info) : SysFileStamp{};
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -19,6 +20,20 @@ enum class SysFileResult {
     TransferFailed, ///< short read, short write, or larger than the buffer
 };
 
+/// By what a file is known again: which one it is, how long, and when its content last changed.
+struct SysFileStamp {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0; ///< 0: there is no such file
+    std::int64_t lengthBytes = 0;
+    std::int64_t changedSeconds = 0;
+    std::int64_t changedNanoseconds = 0;
+
+    bool operator==(const SysFileStamp &) const = default;
+};
+
+/// The stamp of the file behind a path, links followed.
+[[nodiscard]] SysFileStamp SYS_StampOfFile(const char *path);
+
 /// Reads a whole file. One that another process keeps to itself is tried six times, 10 ms apart.
 /// @param length  receives the number of bytes, 0 after a failure
 [[nodiscard]] SysFileResult SYS_ReadFile(
@@ -28,4 +43,6 @@ enum class SysFileResult {
 /// the old or the new content afterwards: the new one is written beside it, flushed and renamed.
 /// Mode and owner stay, symbolic links are followed. Where the directory does not allow that, the
 /// file is written in place, after making sure of the room for it. Shared files as above.
-[[nodiscard]] SysFileResult SYS_ReplaceFile(const char *path, std::string_view content);
+/// @param stamp  receives the stamp of what was written; untouched after a failure
+[[nodiscard]] SysFileResult SYS_ReplaceFile(
+    const char *path, std::string_view content, SysFileStamp *stamp = nullptr);

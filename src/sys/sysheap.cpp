@@ -2,15 +2,9 @@
 
 #include "utilformat.h"
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-
-namespace {
-
-constexpr char kVerifyTitle[] = " Debug Error"; // the leading blank belongs to it
-
-} // namespace
 
 void SYS_ShowErrorMessage(const char *text, const char *title)
 {
@@ -36,25 +30,4 @@ void *SYS_AllocBlock(std::uint32_t size)
 void SYS_Free(void *block)
 {
     std::free(block);
-}
-
-int SYS_VerifyBlock(const void *block)
-{
-    if (!block)
-        return SYS_VERIFY_OK;
-    SysGuardHeader header;
-    std::memcpy(&header, block, sizeof header);
-    if (header.signature != kSysGuardSignature) {
-        SYS_ShowErrorMessage("Wrong alloc signature in memory block !", kVerifyTitle);
-        return SYS_VERIFY_ERROR;
-    }
-    const auto *const userData = static_cast<const std::uint8_t *>(block) + sizeof header;
-    if (userData[header.userBytes] != kSysGuardByte) {
-        std::array<char, 64> text;
-        // Deliberate: only the first byte behind the data is examined, so it is always one.
-        UTIL_Format(text, "Buffer overflow in memory block. %d bytes overflowed.", 1);
-        SYS_ShowErrorMessage(text.data(), kVerifyTitle);
-        return SYS_VERIFY_ERROR;
-    }
-    return SYS_VERIFY_OK;
 }

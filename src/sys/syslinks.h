@@ -15,6 +15,3 @@ bool SYS_ReadLink(const char *path, char *target, std::uint32_t size);
 /// /usr/bin, and stays as it is when there is none. Links that lead in a circle end at one of them.
 void SYS_ResolveModulePath(
     const char *name, SysReadLink readLink, char *buffer, std::uint32_t size);
-
-/// The temporary directory when `systemDirectory` is the system's one.
-void SYS_TempDirBelow(const char *systemDirectory, char *buffer, std::uint32_t size);

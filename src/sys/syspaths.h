@@ -13,7 +13,8 @@ inline constexpr std::uint32_t SYS_MAX_PATH = 512;
 /// The program file of a process; empty when it cannot be told.
 void SYS_ExecutablePath(int processId, char *buffer, std::uint32_t size);
 
-/// The file that holds this very code, resolved through symbolic links; empty when unknown.
+/// The file that holds this very code, resolved through symbolic links; empty when unknown. In the
+/// program itself a name that it was started by counts only if it leads to the program's own file.
 void SYS_ModulePath(char *buffer, std::uint32_t size);
 
 /// The directory of SYS_ModulePath with its separator at the end; empty when the path has none.
@@ -25,14 +26,11 @@ void SYS_ComposePath(char *buffer, std::uint32_t size, const char *directory, co
 /// The text after which a path's file name begins: behind its last '/' or '\'.
 [[nodiscard]] const char *SYS_FileName(const char *path);
 
-/// The user's configuration directory, created if missing, for this user alone.
+/// A folder of that name in the user's home directory, created if missing, for this user alone. As
+/// below for failures.
+int SYS_HomeFolder(char *buffer, std::uint32_t size, const char *name);
+
+/// The user's configuration directory, created if missing, for this user alone. A directory that
+/// cannot be created is a failure, but its path is in the buffer all the same.
 /// A path that had to be cut to the size (or to SYS_MAX_PATH) is a failure and creates nothing.
 int SYS_UserConfigDir(char *buffer, std::uint32_t size);
-
-/// A directory for temporary files, proved writable: the system's, else one of the user's own.
-/// Empty when there is neither.
-void SYS_TempDir(char *buffer, std::uint32_t size);
-
-/// Reads from the system's random source, once.
-/// @return the number of bytes read, which may be less than `count`, or -1
-int SYS_RandomBytes(void *buffer, std::size_t count);

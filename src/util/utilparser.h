@@ -38,8 +38,8 @@ void UTIL_ReadAlphanumeric(UtilParseError error, const char *&cursor, std::span<
 /// Letters, digits and underscores.
 void UTIL_ReadIdentifier(UtilParseError error, const char *&cursor, std::span<char> word);
 
-// Quoted texts: after blanks. They fail with UTIL_ERROR_MARK, which is not empty but no readable
-// text, and leave the buffer alone then.
+// Quoted texts: after blanks. They fail with UTIL_ERROR_MARK, which is not empty and not printable;
+// the buffer stays unchanged then.
 
 inline constexpr char UTIL_ERROR_MARK = '\x01';
 

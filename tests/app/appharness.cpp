@@ -2,8 +2,9 @@
 
 #include "appstate.h"
 #include "mainwindow.h"
+#include "probesession.h"
+#include "typebyte.h"
 
-#include "ceditoverlay.h"
 #include "chexeditor.h"
 #include "configdialog.h"
 
@@ -14,7 +15,6 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
-#include <QPlainTextEdit>
 #include <QStatusBar>
 #include <QTest>
 
@@ -86,7 +86,7 @@ AppHarness::~AppHarness()
     if (!QTest::qWaitFor([] { return APP_State().workerExited.load() != 0; }, 20'000))
         qFatal("the worker did not end");
     // Or the thread that closes the probe would come late and close the next window's.
-    if (!QTest::qWaitFor([] { return APP_State().probeClosers.load() == 0; }, 20'000))
+    if (!QTest::qWaitFor([] { return !PROBE_IsClosingAtEnd(); }, 20'000))
         qFatal("the probe was not closed");
 }
 
@@ -103,14 +103,8 @@ void AppHarness::Start()
 
 void AppHarness::TypeOver(std::uint32_t address, std::uint8_t value)
 {
-    CHexEditor &memory = *MemoryWindow();
-    memory.GoTo(address, true, false);
-    const QString digits = QStringLiteral("%1").arg(value, 2, 16, QLatin1Char('0'));
-    QTest::keyClick(memory.findChild<QPlainTextEdit *>(), digits.front().toLatin1());
-    auto *const overlay = memory.findChild<CEditOverlay *>();
-    QTest::keyClick(overlay, digits.back().toLatin1());
-    QTest::keyClick(overlay, Qt::Key_Return);
-    memory.OnEditUpdateTimerTimeout();
+    TypeByte(*MemoryWindow(), address, value);
+    MemoryWindow()->OnEditUpdateTimerTimeout();
 }
 
 void AppHarness::DestroyWindow()

@@ -10,9 +10,10 @@
 
 #include "chexeditor.h"
 #include "configdialog.h"
-#include "syslock.h"
+#include "testsemaphore.h"
 
 #include <QAction>
+#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
@@ -23,6 +24,23 @@
 namespace {
 
 constexpr int kLimitMs = 20'000;
+constexpr std::chrono::seconds kLimit{20}; // only a failure waits so long
+
+TestSemaphore g_entered; // the worker is in Open
+TestSemaphore g_letGo;
+std::atomic<int> g_opens = 0;
+std::atomic<bool> g_openSucceeds = false;
+const char *const kGuardedError = "Could not connect to Ranvo:\nlet go";
+
+const char *GuardedOpen()
+{
+    ++g_opens;
+    g_entered.Release();
+    g_letGo.Acquire();
+    const auto open
+        = reinterpret_cast<decltype(&RANVOARM_Open)>(FAULT_RealFunction("RANVOARM_Open"));
+    return g_openSucceeds ? open() : "let go";
+}
 
 void ChooseUsb(ConfigDialog &dialog, const QString &serialNo)
 {
@@ -89,6 +107,86 @@ private slots:
         QCOMPARE(AppHarness::SettingsFile(), QByteArray());
     }
 
+    void manyRequestsAreOneAttemptAndOneBox()
+    {
+        AppHarness app({}, AppHarness::FirstDialog::Reject);
+        g_opens = 0;
+        app.Hooks().Open = GuardedOpen;
+        app.Start();
+        app.AnswerDialogs(AppHarness::FirstDialog::Accept);
+        // However soon an open fails: accepting changed settings is one attempt.
+        g_letGo.Release();
+        Configure(app, [](ConfigDialog &dialog) { dialog._OnComboBoxEndian(1); });
+        QTRY_COMPARE(app.BoxTexts(), QStringList(kGuardedError));
+        app.TakeBoxTexts();
+        QCOMPARE(g_opens.load(), 1);
+        QVERIFY(g_entered.Acquire(1, kLimit));
+
+        // Many more than the ring holds, while an open hangs: none of them waits.
+        app.Action("&Connect")->trigger();
+        QVERIFY(g_entered.Acquire(1, kLimit));
+        for (int press = 0; press < 100; ++press) {
+            app.Action("&Connect")->trigger();
+            QCoreApplication::processEvents();
+        }
+        g_letGo.Release();
+        QTRY_COMPARE(app.BoxTexts(), QStringList(kGuardedError));
+        app.TakeBoxTexts();
+        QCOMPARE(g_opens.load(), 2);
+    }
+
+    void whatIsOutOfDateIsNeverShown_data()
+    {
+        QTest::addColumn<bool>("succeeds");
+        QTest::newRow("an open that succeeds too late") << true;
+        QTest::newRow("an open that fails too late") << false;
+    }
+
+    void whatIsOutOfDateIsNeverShown()
+    {
+        QFETCH(bool, succeeds);
+        AppHarness app;
+        g_opens = 0;
+        g_openSucceeds = succeeds;
+        app.Hooks().Open = GuardedOpen;
+        app.Start();
+        QVERIFY(g_entered.Acquire(1, kLimit));
+        for (int change = 0; change < 40; ++change) // the ring has 32 slots
+            Configure(app, [](ConfigDialog &dialog) {
+                dialog._OnComboBoxTIF(
+                    dialog.findChild<QComboBox *>("pComboBoxTIF")->currentIndex() == 1 ? 2 : 1);
+            });
+        QCOMPARE(g_opens.load(), 1);
+        g_letGo.Release();
+        QVERIFY(g_entered.Acquire(1, kLimit)); // the second one, with the settings of now
+        g_openSucceeds = true;
+        for (int round = 0; round < 10; ++round) {
+            QCoreApplication::processEvents();
+            QVERIFY(app.MemoryWindow() == nullptr);
+            QCOMPARE(app.StatusText(kStatusConnection), "Not connected");
+        }
+        g_letGo.Release();
+        QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
+        QTRY_COMPARE(app.StatusText(kStatusConnection), "Connected");
+        QCOMPARE(g_opens.load(), 2);
+        QCOMPARE(app.Boxes(), QStringList());
+        g_openSucceeds = false;
+    }
+
+    void settingsThatDoNotFitAreNotSavedAtAll()
+    {
+        const QStringList lines{"[GENERAL]", "ConnectMode = 1", "[MINE]", QString(29'900, '#')};
+        AppHarness app(lines);
+        app.Start();
+        QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
+        const QByteArray before = AppHarness::SettingsFile();
+        Configure(app, [](ConfigDialog &dialog) { ChooseTcpIp(dialog, QString(120, 'h')); });
+        QTRY_VERIFY(!app.Boxes().isEmpty());
+        QVERIFY2(app.BoxTexts().first().startsWith("Could not save file ["),
+            qPrintable(app.BoxTexts().first()));
+        QCOMPARE(AppHarness::SettingsFile(), before);
+    }
+
     void cancellingLeavesEverythingAsItWas()
     {
         const QStringList lines{"; mine", "[TIF]", "  Speed=77", "UseMaxSpeed = 0"};
@@ -139,23 +237,6 @@ private slots:
             Configure(app, [](ConfigDialog &dialog) { ChooseUsb(dialog, {}); });
             QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
         }
-    }
-
-    void aTargetThatNoCheckEverFoundConnectedLeavesNoWindowBehind()
-    {
-        AppHarness app;
-        app.Start();
-        QTRY_VERIFY(app.MemoryWindow() != nullptr);
-        QTRY_VERIFY(!app.Action("&Connect")->isEnabled());
-        {
-            AppState &state = APP_State();
-            const SysLock lock(state.stateMutex);
-            state.window.connected = 0; // as before the first check
-            FAULT_Hooks()->IsConnected = [] { return static_cast<signed char>(0); };
-        }
-        WORKER_PostConnectionCheck();
-        QTRY_COMPARE(app.BoxTexts(), QStringList("Target disconnected."));
-        QTRY_VERIFY(app.MemoryWindow() == nullptr);
     }
 
     void theWindowLivesWhileAHostIsSilent()

@@ -3,6 +3,7 @@
 //   PELIMO_FAULTMATRIX=full build/dev/tests/fault/tst_faultmatrix
 
 #include "appharness.h"
+#include "processend.h"
 #include "windowlife.h"
 
 #include <QApplication>
@@ -26,11 +27,14 @@ WindowLife MakeLife(AppHarness &app, int function, int fault, int step)
 }
 
 /// One life in a process of its own that ends as the program does, whoever is still caught.
-int RunAndEnd(int row, int fault, int step)
+int RunAndEnd(int row, int fault, int step, bool bySignal)
 {
+    static const ProcessEnd processEnd;
     // Never destroyed, as nobody destroys what the program has when it ends.
     static auto *const app = new AppHarness(FAULT_SettingsFor(row));
     WindowLife life = MakeLife(*app, row, fault, step);
+    if (bySignal)
+        life.EndBySignal();
     for (int i = 0; i < kSteps; ++i) {
         const QString trouble = life.Run(static_cast<Step>(i));
         if (!trouble.isEmpty()) {
@@ -39,6 +43,7 @@ int RunAndEnd(int row, int fault, int step)
         }
     }
     app->DestroyWindow();
+    ProcessEnd::LeaveIfBusy(0);
     return 0;
 }
 
@@ -122,14 +127,16 @@ void FaultMatrixTest::theProcessEnds()
     QFETCH(int, row);
     QFETCH(int, fault);
     QFETCH(int, step);
-    QProcess process;
-    process.setProcessChannelMode(QProcess::ForwardedChannels);
-    process.start(QCoreApplication::applicationFilePath(),
-        {QStringLiteral("--life"), QString::number(row), QString::number(fault),
-            QString::number(step)});
-    QVERIFY(process.waitForFinished(kPatienceMs));
-    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(process.exitCode(), 0);
+    for (const QString &how : {QStringLiteral("window"), QStringLiteral("signal")}) {
+        QProcess process;
+        process.setProcessChannelMode(QProcess::ForwardedChannels);
+        process.start(QCoreApplication::applicationFilePath(),
+            {QStringLiteral("--life"), QString::number(row), QString::number(fault),
+                QString::number(step), how});
+        QVERIFY(process.waitForFinished(kPatienceMs));
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 0);
+    }
 }
 
 void FaultMatrixTest::cleanupTestCase()
@@ -142,8 +149,9 @@ int main(int argc, char **argv)
 {
     QApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() == 5 && arguments[1] == QLatin1String("--life"))
-        return RunAndEnd(arguments[2].toInt(), arguments[3].toInt(), arguments[4].toInt());
+    if (arguments.size() == 6 && arguments[1] == QLatin1String("--life"))
+        return RunAndEnd(arguments[2].toInt(), arguments[3].toInt(), arguments[4].toInt(),
+            arguments[5] == QLatin1String("signal"));
     FaultMatrixTest test;
     QTEST_SET_MAIN_SOURCE_PATH
     return QTest::qExec(&test, argc, argv);

@@ -1,20 +1,26 @@
 #include "appharness.h"
 
 #include "appstate.h"
-#include "boxplacement.h"
 #include "mainwindow.h"
 #include "windowreports.h"
 #include "workeractions.h"
 #include "workerring.h"
 
 #include "chexeditor.h"
+#include "sysevent.h"
 #include "syslock.h"
-#include "systime.h"
+#include "syssleep.h"
 #include "testsemaphore.h"
 
 #include <QAction>
+#include <QDeadlineTimer>
 #include <QMdiSubWindow>
+#include <QMessageBox>
+#include <QPointer>
+#include <QScreen>
+#include <QStatusTipEvent>
 #include <QTest>
+#include <QWindow>
 
 #include <thread>
 
@@ -38,11 +44,8 @@ const char *BlockedOpen()
 void WaitUntilFoundLost()
 {
     for (int round = 0; round < kLimitMs; ++round) {
-        {
-            const SysLock lock(APP_State().stateMutex);
-            if (APP_State().window.connected == 0)
-                return;
-        }
+        if (!APP_State().connection.IsConnected())
+            return;
         SYS_Sleep(1);
     }
 }
@@ -173,11 +176,8 @@ private slots:
         AppHarness app({}, AppHarness::FirstDialog::Reject);
         app.Start();
         const std::string longText(1000, 'x');
-        for (unsigned i = 0; i < 3 * kMaxReports; ++i) {
+        for (unsigned i = 0; i < 3 * kMaxReports; ++i)
             APP_ShowError(i == 0 ? "first" : (std::to_string(i) + longText).c_str());
-            APP_ShowError(
-                i == 0 ? "first" : (std::to_string(i) + longText).c_str()); // adds nothing
-        }
         QTRY_COMPARE_WITH_TIMEOUT(app.Boxes().size(), static_cast<int>(kMaxReports), kLimitMs);
         QCOMPARE(app.Boxes().first(), ErrorBox("first"));
         QCOMPARE(app.BoxTexts().at(1), "1" + QString(kReportTextSize - 2, u'x'));
@@ -212,22 +212,28 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
     }
 
-    void theWindowLivesWhileTheWorkerIsStuck()
+    void aWorkerThatCannotBeStartedIsReportedOnce()
     {
+        std::vector<SYS_EVENT_HANDLE> events;
+        for (;;) {
+            const SYS_EVENT_HANDLE event = SYS_CreateEvent(nullptr, 0, 0);
+            if (event == SYS_EVENT_ERROR)
+                break;
+            events.push_back(event);
+        }
         AppHarness app;
-        app.Hooks().Open = BlockedOpen;
         app.Start();
-        QVERIFY(g_entered.Acquire(1, kLimit));
-        // Each of these makes the window ask for a check; a window that waited for the stuck worker
-        // to take them would never come back from here.
-        for (int i = 0; i < 200; ++i) {
-            APP_SetStatusField(qPrintable(QString::number(i)), kStatusMessage);
+        for (int i = 0; i < 10; ++i) {
+            app.Action("&Connect")->trigger();
             QCoreApplication::processEvents();
         }
-        QCOMPARE(app.StatusText(kStatusMessage), "199");
-        app.Hooks().Open = nullptr;
-        g_letGo.Release();
-        QTRY_COMPARE_WITH_TIMEOUT(app.Boxes().size(), 1, kLimitMs);
+        QTRY_COMPARE(app.BoxTexts().size(), 1);
+        QVERIFY(app.TakeBoxTexts().first().startsWith("Could not start the worker thread."));
+        for (const SYS_EVENT_HANDLE event : events)
+            SYS_CloseEvent(event);
+        app.Action("&Connect")->trigger();
+        QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
+        QCOMPARE(app.Boxes(), QStringList());
     }
 
     void aFullRingNeverHoldsTheStateLock()
@@ -276,6 +282,79 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(APP_State().workerExited.load(), 1u, kLimitMs);
     }
 
+    void aBoxStandsOverWhateverIsOpenOnTheWindowsScreen_data()
+    {
+        QTest::addColumn<QPoint>("window");
+        QTest::addColumn<QString>("screen");
+        QTest::newRow("the first screen") << QPoint(200, 100) << "first";
+        QTest::newRow("right of it") << QPoint(1700, 20) << "right";
+        QTest::newRow("over the lower right corner") << QPoint(2700, 700) << "right";
+        QTest::newRow("left of it") << QPoint(-1200, -150) << "left";
+        QTest::newRow("over the upper left corner") << QPoint(-1500, -400) << "left";
+    }
+
+    void aBoxStandsOverWhateverIsOpenOnTheWindowsScreen()
+    {
+        QFETCH(QPoint, window);
+        QFETCH(QString, screen);
+        AppHarness app({}, AppHarness::FirstDialog::Reject);
+        app.Start();
+        app.AnswerBoxes(false);
+        app.Window().resize(400, 300);
+        app.Window().move(window);
+        QRect area;
+        for (const QScreen *const candidate : QGuiApplication::screens()) {
+            if (candidate->name() == screen)
+                area = candidate->availableGeometry();
+        }
+        QPointer<QWidget> about;
+        bool isBoxOverIt = false;
+        const QDeadlineTimer patience(kLimitMs);
+        QTimer look;
+        connect(&look, &QTimer::timeout, &look, [&] {
+            QWidget *const modal = QApplication::activeModalWidget();
+            if (modal == nullptr)
+                return;
+            if (about == nullptr && modal->windowTitle() == "About"
+                && area.contains(modal->geometry())) {
+                about = modal;
+                APP_ShowWarning("Target disconnected.");
+            }
+            isBoxOverIt |= qobject_cast<QMessageBox *>(modal) != nullptr && about != nullptr
+                && modal->parentWidget() == about && area.contains(modal->geometry())
+                && modal->windowFlags().testFlag(Qt::WindowStaysOnTopHint);
+            if (isBoxOverIt || patience.hasExpired())
+                app.AnswerBoxes(true);
+            if (modal == about && (!app.Boxes().isEmpty() || patience.hasExpired()))
+                modal->close();
+        });
+        look.start(1);
+        app.Action("&About...")->trigger();
+        look.stop();
+        QVERIFY(isBoxOverIt);
+        QTRY_COMPARE(app.Boxes(), QStringList(WarningBox("Target disconnected.")));
+    }
+
+    void tipsAndTitleAreThereAtOnce()
+    {
+        AppHarness app;
+        app.Start();
+        QTRY_VERIFY_WITH_TIMEOUT(app.MemoryWindow() != nullptr, kLimitMs);
+        QVERIFY2(app.Window().windowTitle().startsWith(kTitle + " - [Memory @ "),
+            qPrintable(app.Window().windowTitle()));
+        QAction *const save = app.MemoryWindow()->findChild<QAction *>("pActionMemorySave");
+        QVERIFY(save != nullptr && !save->statusTip().isEmpty());
+        QStatusTipEvent tip(save->statusTip()); // as the tool bar sends it to its window
+        QApplication::sendEvent(app.MemoryWindow(), &tip);
+        QTRY_COMPARE(app.StatusText(kStatusMessage), save->statusTip());
+        QStatusTipEvent left((QString()));
+        QApplication::sendEvent(app.MemoryWindow(), &left);
+        QCoreApplication::processEvents();
+        QCOMPARE(app.StatusText(kStatusMessage), save->statusTip());
+        app.Action("&Disconnect")->trigger();
+        QTRY_COMPARE(app.Window().windowTitle(), kTitle);
+    }
+
     void closingWithABoxOpenEndsBoth()
     {
         AppHarness app({}, AppHarness::FirstDialog::Reject);
@@ -291,14 +370,6 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!app.Window().isVisible(), kLimitMs);
         QTRY_COMPARE(AppHarness::VisibleBoxes(), 0);
         QVERIFY(sawBox);
-    }
-
-    void boxesStayOnTheScreen()
-    {
-        const std::pair<QRect, QPoint> places[] = {{{100, 100, 400, 300}, {200, 200}},
-            {{-300, -250, 400, 300}, {0, 0}}, {{900, 700, 400, 300}, {800, 668}}};
-        for (const auto &[window, place] : places)
-            QCOMPARE(APP_PlaceBox(window, QSize(200, 100), QSize(1000, 768)), place);
     }
 };
 

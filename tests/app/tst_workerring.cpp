@@ -2,6 +2,8 @@
 #include "workeractions.h"
 #include "workerring.h"
 
+#include "sysevent.h"
+#include "sysmutex.h"
 #include "testsemaphore.h"
 
 #include <QTest>
@@ -50,18 +52,44 @@ class WorkerRingTest : public QObject {
 private slots:
     void init() { g_order.clear(); }
 
-    void whereThereIsNoThreadNoPostWaits() // the first one here: there is no worker yet
+    void whatTheSystemRefusesHoldsNobodyUp() // the first one here: there is no worker yet
     {
+        Job job = HandlerJob(NoteOrder);
+        const auto postsFail = [&job] {
+            for (unsigned i = 0; i < 2 * kRingSlots; ++i) {
+                WORKER_PostConnectionCheck(); // the leak sanitizer sees whether its job stays
+                if (WORKER_PostJob(&job) != SYS_WAIT_ERROR)
+                    return false;
+            }
+            return true;
+        };
         pthread_attr_t usual;
         pthread_attr_t endless; // no system has room for such a stack
         QCOMPARE(pthread_getattr_default_np(&usual), 0);
         QCOMPARE(pthread_getattr_default_np(&endless), 0);
         QCOMPARE(pthread_attr_setstacksize(&endless, std::size_t{1} << 60), 0);
         QCOMPARE(pthread_setattr_default_np(&endless), 0);
-        Job job = HandlerJob(NoteOrder);
-        for (unsigned i = 0; i < 2 * kRingSlots; ++i)
-            QCOMPARE(WORKER_PostJob(&job), SYS_WAIT_ERROR);
+        QVERIFY(postsFail());
         QCOMPARE(pthread_setattr_default_np(&usual), 0);
+
+        std::vector<SYS_MUTEX_HANDLE> mutexes;
+        while (SYS_MUTEX_HANDLE mutex = SYS_CreateUnnamedMutex())
+            mutexes.push_back(mutex);
+        QVERIFY(postsFail());
+        for (SYS_MUTEX_HANDLE &mutex : mutexes)
+            SYS_CloseMutex(&mutex);
+
+        std::vector<SYS_EVENT_HANDLE> events;
+        for (;;) {
+            const SYS_EVENT_HANDLE event = SYS_CreateEvent(nullptr, 0, 0);
+            if (event == SYS_EVENT_ERROR)
+                break;
+            events.push_back(event);
+        }
+        QVERIFY(postsFail());
+        for (const SYS_EVENT_HANDLE event : events)
+            SYS_CloseEvent(event);
+
         QCOMPARE(WORKER_PostJob(&job), SYS_WAIT_OK);
         QVERIFY(g_done.Acquire(1, kLimit));
         QCOMPARE(g_order.size(), 1U);

@@ -17,6 +17,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <csignal>
 #include <utility>
 
 namespace {
@@ -305,7 +306,12 @@ QString WindowLife::Reconnect()
 
 QString WindowLife::Close()
 {
-    m_app.Window().close();
+    if (m_endsBySignal) {
+        (void)raise(SIGTERM);
+        (void)Soon([this] { return !m_app.Window().isVisible(); });
+    } else {
+        m_app.Window().close();
+    }
     if (m_app.Window().isVisible())
         return QStringLiteral("the window stays");
     return m_app.BoxTexts().isEmpty() ? QString() : QStringLiteral("a box at the end");

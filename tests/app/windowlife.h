@@ -21,6 +21,9 @@ public:
 
     WindowLife(AppHarness &app, int function, Fault fault, Step begins, Answers answers);
 
+    /// The last step is a signal to the process instead of a press on the window's close button.
+    void EndBySignal() { m_endsBySignal = true; }
+
     /// Goes through a step; all of them once, in their order.
     /// @return what went wrong; empty when nothing did
     QString Run(Step step);
@@ -54,4 +57,5 @@ private:
     Fault m_fault;
     Step m_begins;
     Answers m_answers;
+    bool m_endsBySignal = false;
 };

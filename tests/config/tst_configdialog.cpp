@@ -3,6 +3,7 @@
 #include "devicefixture.h"
 #include "recordfixture.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -110,21 +111,6 @@ private slots:
         QVERIFY(AreEqual(m_record, before));
     }
 
-    void cancellingLeavesTheRecordAlone()
-    {
-        const ConnectionRecord before = m_record;
-        Open();
-        QSignalSpy closing(m_dialog.get(), &ConfigDialog::closing);
-        Child<QRadioButton>("pRBtnTCPIP")->click();
-        QTest::keyClicks(Field("pLineEditIP"), "elsewhere");
-        Choose("pComboBoxTIF", 0);
-        Choose("pComboBoxDRPre", 5);
-        QTest::mouseClick(Child<QPushButton>("pPBtnCancel"), Qt::LeftButton);
-        QCOMPARE(m_dialog->result(), int(QDialog::Rejected));
-        QVERIFY(AreEqual(m_record, before));
-        QCOMPARE(closing.size(), 1);
-    }
-
     void everyChoiceReachesTheRecord()
     {
         Open(kShowMiscSettings | kShowCommandLine | kHandleScanChain);
@@ -188,6 +174,49 @@ private slots:
             QCOMPARE(m_record.HostName.data(), "typed.example");
             QCOMPARE(m_record.ConnectMode, mode);
         }
+    }
+
+    void aHostNameIsEditedAsAWholeAndTrimmed()
+    {
+        const QString longName = QString(50, 'a') + QString(50, 'b');
+        m_record.ConnectMode = kConnectModeTcpIp;
+        SetText(&m_record.HostName, longName.toStdString());
+        Open();
+        QLineEdit *field = Field("pLineEditIP");
+        Child<QPushButton>("pPBtnCancel")->setFocus();
+        QCOMPARE(field->text(), longName.left(63));
+        field->setFocus();
+        QCOMPARE(field->text(), longName);
+        QTest::keyClick(field, Qt::Key_End);
+        QTest::keyClicks(field, "c");
+        Child<QPushButton>("pPBtnOK")->setFocus();
+        QCOMPARE(field->text(), longName.left(63));
+        Accept();
+        QCOMPARE(QString(m_record.HostName.data()), longName + "c");
+        Open();
+        Type("pLineEditIP", "  probe.example ");
+        QCOMPARE(Field("pLineEditIP")->text(), "probe.example");
+        Accept();
+        QCOMPARE(m_record.HostName.data(), "probe.example");
+    }
+
+    void adaptiveClockingIsForJtagAlone()
+    {
+        Open();
+        auto *const adaptive = Child<QRadioButton>("pRBtnAdaptiveClock");
+        QVERIFY(!adaptive->isEnabled());
+        Choose("pComboBoxTIF", 0);
+        QVERIFY(adaptive->isEnabled());
+        adaptive->click();
+        for (const int interface : {1, 2, 3}) {
+            Choose("pComboBoxTIF", 0);
+            adaptive->click();
+            Choose("pComboBoxTIF", interface);
+            QVERIFY(!adaptive->isEnabled() && Child<QRadioButton>("pRBtnAutoSel")->isChecked());
+        }
+        Accept();
+        QCOMPARE(m_record.UseAdaptive, 0U);
+        QCOMPARE(m_record.UseMaxSpeed, 1U);
     }
 
     void numberFieldsTakeNumbersOnly()
@@ -321,6 +350,27 @@ private slots:
                 "pPBtnSelTarget", "pComboBoxEndian", "pComboBoxTIF", "pRBtnFrequency",
                 "pComboBoxFrequency", "pGBoxJTAGTargets", "pComboBoxDRPre", "pLineEditIRPre",
                 "pPBtnOK", "pPBtnCancel"}));
+    }
+
+    void screenReadersAnnounceEachControlByItsOwnName()
+    {
+        Open(kShowMiscSettings | kShowCommandLine | kHandleScanChain);
+        for (const auto &[name, spoken] :
+            {std::pair("pGBoxSpeed", "Speed"), std::pair("pGBoxMisc", "Misc. settings"),
+                std::pair("pGBoxJTAGTargets", "Scan chain with multiple devices")})
+            QCOMPARE(QAccessible::queryAccessibleInterface(Child<QGroupBox>(name))
+                         ->text(QAccessible::Name),
+                spoken);
+        for (const auto &[name, spoken] : {std::pair("pComboBoxEndian", "Byte order"),
+                 std::pair("pComboBoxTIF", "Target interface"),
+                 std::pair("pComboBoxFrequency", "Interface speed in kHz"),
+                 std::pair("pComboBoxDRPre", "Position")}) {
+            QStringList labels;
+            for (const auto &[other, relation] :
+                QAccessible::queryAccessibleInterface(Box(name))->relations(QAccessible::Label))
+                labels.append(other->text(QAccessible::Name));
+            QVERIFY2(labels.contains(QLatin1String(spoken)), qPrintable(labels.join(u'|')));
+        }
     }
 
 private:

@@ -81,33 +81,6 @@ private slots:
         }
     }
 
-    void anUntouchedRecordStaysEqual()
-    {
-        ConnectionRecord record = MakeFixedSpeedRecord(4000);
-        record.InitRegs = record.LocalhostOnly = record.MultipleTargets = record.UseSerialNo = 1;
-        record.USBSerialNo = 0xFFFFFFFF;
-        record.IRPre = -5;
-        SetText(&record.HostName, std::string(127, 'h'));
-        SetText(&record.Device, "STM32F407IG");
-        record.Device[20] = 'x'; // behind the name: copied as it is
-        const ConnectionRecord before = record;
-        ConfigState state = LoadConfigState(record);
-        StoreConfigState(state, &record);
-        QVERIFY(AreEqual(record, before));
-        state.initRegs = false; // never written back
-        StoreConfigState(state, &record);
-        QVERIFY(AreEqual(record, before));
-    }
-
-    void aPositionPresetsTheInstructionBits()
-    {
-        ConfigState state = LoadConfigState(MakeRecord());
-        ChoosePosition(&state, 3);
-        ChoosePosition(&state, 8); // there is none
-        QCOMPARE(state.irPrefix, 12);
-        QCOMPARE(state.drPrefixIndex, 3U);
-    }
-
     void namesAreBoundedAndCleaned()
     {
         const QByteArray umlaut("\xC3\xA4"); // a character of two bytes
@@ -125,18 +98,6 @@ private slots:
             QVERIFY(std::all_of(
                 name.begin() + kept.size(), name.end(), [](char c) { return c == '\0'; }));
         }
-    }
-
-    void numbersAreReadWholeOrNotAtAll()
-    {
-        const std::pair<const char *, std::int64_t> good[]
-            = {{"28100001", 28100001}, {" \t+5 ", 5}, {"007", 7}, {"4294967295", 4294967295}};
-        for (const auto &[text, number] : good)
-            QCOMPARE(std::int64_t{ReadNumber(text, 0, 0xFFFFFFFF)}, number);
-        for (const char *text : {"", " ", "-", "+", "+-5", "5x", "x5", "0x10", "1.5", "5 6", "-1",
-                 "4294967296", "99999999999999999999999"})
-            QVERIFY2(ReadNumber(text, 0, 0xFFFFFFFF) == 0, text);
-        QCOMPARE(std::int64_t{ReadNumber(std::string(10000, '9'), 0, 0xFFFFFFFF)}, 0);
     }
 
     void theOptionStringFollowsTheState()

@@ -53,24 +53,6 @@ private slots:
         m_model.reset();
     }
 
-    void everyColumnSortsWithTheFilterRowOnTop()
-    {
-        const Qt::SortOrder up = Qt::AscendingOrder;
-        const std::tuple<int, Qt::SortOrder, QString> orders[]
-            = {{kDeviceColumn, up,
-                   "|LPC4350_dual|Odd core|RX610 big|STM32F40|STM32F103C8|STM32F407IG"},
-                {kFlashSizeColumn, up, // by size, not by text
-                    "LPC4350_dual||STM32F103C8|STM32F40|Odd core|STM32F407IG|RX610 big"},
-                {kNumCoresColumn, Qt::DescendingOrder,
-                    "Odd core|LPC4350_dual|STM32F407IG|STM32F103C8|STM32F40|RX610 big|"},
-                {-1, up, kInRecordOrder}};
-        for (const auto &[column, order, names] : orders) {
-            m_proxy->sort(column, order);
-            QCOMPARE(m_proxy->index(kFilterRow, kDeviceColumn).data().toString(), "*");
-            QCOMPARE(ShownNames(), names);
-        }
-    }
-
     void aFilterIsOneChangeOfLayoutThatKeepsWhatIsHeld()
     {
         const QPersistentModelIndex filterCell = m_proxy->index(kFilterRow, kDeviceColumn);
@@ -92,14 +74,6 @@ private slots:
         QVERIFY(m_proxy->setData(filterCell, ""));
         QCOMPARE(ShownNames(), kInRecordOrder);
         QCOMPARE(filterCell.data().toString(), "*");
-    }
-
-    void onlyTheFilterRowCanBeEdited()
-    {
-        QVERIFY(m_proxy->flags(m_proxy->index(kFilterRow, 5)) & Qt::ItemIsEditable);
-        QVERIFY(!(m_proxy->flags(m_proxy->index(1, 5)) & Qt::ItemIsEditable));
-        QVERIFY(!m_proxy->setData(m_proxy->index(1, kDeviceColumn), "renamed"));
-        QCOMPARE(ShownNames(), kInRecordOrder);
     }
 
     void randomFiltersAndOrdersAgreeWithTheSlowWay()
@@ -128,17 +102,6 @@ private slots:
             m_proxy->sort(column);
             CompareWithTheSlowWay(filters, column);
         }
-    }
-
-    void theSelectedDeviceIsShownByColourAndSurvivesFiltering()
-    {
-        m_model->SetSelectedRow(m_model->FindDevice("STM32F103C8"));
-        QCOMPARE(m_proxy->index(2, 0).data(Qt::BackgroundRole).value<QBrush>().color(),
-            QColor(204, 204, 204));
-        QVERIFY(!m_proxy->index(1, 0).data(Qt::BackgroundRole).isValid());
-        m_proxy->setData(m_proxy->index(kFilterRow, kManufacturerColumn), "nxp");
-        QCOMPARE(m_model->SelectedRow(), 2);
-        QCOMPARE(m_model->FindDevice("stm32f103c8"), -1);
     }
 
 private:

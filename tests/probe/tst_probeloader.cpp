@@ -8,16 +8,6 @@
 
 namespace {
 
-/// What the fake opener was asked for, and the only path that it opens.
-QStringList askedPaths;
-QByteArray openedPath;
-
-void *FakeOpen(const char *path)
-{
-    askedPaths.append(QString::fromUtf8(path));
-    return openedPath == path ? &openedPath : nullptr;
-}
-
 /// A folder with the driver program and some libraries.
 class Installation {
 public:
@@ -98,25 +88,24 @@ private slots:
 
 void ProbeLoaderTest::placesAreTriedInTheirOrder()
 {
-    askedPaths.clear();
-    openedPath.clear();
-    QCOMPARE(PROBE_SearchModuleDirectory("/app/", &FakeOpen), nullptr);
-    QCOMPARE(PROBE_SearchModuleDirectory("", &FakeOpen), nullptr);
-    QCOMPARE(PROBE_SearchInstallations("/run/bin\\x/prog", "/opt/inst/", &FakeOpen), nullptr);
-    const QStringList expected = {"/app/libranvoarm_x86.so", "/app/libranvoarm.so",
-        "/run/bin\\x/libranvoarm_x86.so", "/run/bin\\x/libranvoarm.so",
-        "/opt/inst/libranvoarm_x86.so", "/opt/inst/libranvoarm.so",
+    using Files = std::vector<std::string>;
+    QCOMPARE(PROBE_FilesBesideModule("/app/"),
+        Files({"/app/libranvoarm_x86.so", "/app/libranvoarm.so"}));
+    QCOMPARE(PROBE_FilesBesideModule(""), Files());
+    const Files installed = {"/opt/inst/libranvoarm_x86.so", "/opt/inst/libranvoarm.so",
         "/opt/inst/libranvoarm_x86.so.5", "/opt/inst/libranvoarm.so.5"};
-    QCOMPARE(askedPaths, expected);
-
-    const auto firstAsked = [](const char *program) {
-        askedPaths.clear();
-        PROBE_SearchInstallations(program, "/opt/inst/", &FakeOpen);
-        return askedPaths.value(0);
+    const auto beside = [&installed](const char *program) { // the files before the installed ones
+        Files files = PROBE_InstalledFiles(program, "/opt/inst/");
+        const auto first = files.end() - static_cast<std::ptrdiff_t>(installed.size());
+        return Files(first, files.end()) == installed ? Files(files.begin(), first) : Files{"?"};
     };
-    QCOMPARE(firstAsked(""), expected[4]);
-    QCOMPARE(firstAsked("back\\prog"), "back\\libranvoarm_x86.so");
-    QCOMPARE(firstAsked("bare-"), "bare-libranvoarm_x86.so");
+    QCOMPARE(beside("/run/bin\\x/prog"),
+        Files({"/run/bin\\x/libranvoarm_x86.so", "/run/bin\\x/libranvoarm.so"}));
+    QCOMPARE(beside(""), Files());
+    QCOMPARE(beside("back\\prog").front(), "back\\libranvoarm_x86.so");
+    QCOMPARE(beside("bare-").front(), "bare-libranvoarm_x86.so");
+    const std::string tooLong(495, 'd');
+    QCOMPARE(beside((tooLong + "/prog").c_str()), Files{tooLong + "/libranvoarm.so"});
 }
 
 // What the library has is called with the arguments in their order; what it lacks gives zero and is
@@ -152,6 +141,8 @@ void ProbeLoaderTest::theNameItIsStartedByChoosesNoOtherFolder_data()
     QTest::addColumn<QString>("name");
     QTest::newRow("a link in the current folder") << "driver";
     QTest::newRow("a library that the system would search") << "x\\driver";
+    QTest::newRow("a made-up path") << "deeper/driver";
+    QTest::newRow("another program's path") << "/bin/sh";
 }
 
 void ProbeLoaderTest::theNameItIsStartedByChoosesNoOtherFolder()
@@ -162,6 +153,7 @@ void ProbeLoaderTest::theNameItIsStartedByChoosesNoOtherFolder()
     const QTemporaryDir trap;
     QVERIFY(QFile::link("deeper/driver", trap.filePath("driver")));
     QVERIFY(QDir(trap.path()).mkdir("deeper"));
+    QVERIFY(QFile::copy("/bin/sh", trap.filePath("deeper/driver")));
     for (const char *file : {"libranvoarm.so", "deeper/libranvoarm.so", "x\\libranvoarm.so"})
         QVERIFY(QFile::copy(FAKE_X86, trap.filePath(file)));
     QCOMPARE(installation.RunAs(name, trap.path(), {"call"}).value(0), "IsConnected() of plain");

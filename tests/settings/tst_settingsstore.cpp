@@ -1,5 +1,6 @@
 #include "settingshost.h"
 #include "settingsstore.h"
+#include "sysmutex.h"
 
 #include "testfile.h"
 
@@ -8,9 +9,11 @@
 #include <QTest>
 
 #include <climits>
+#include <cstdio>
 #include <numeric>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace {
@@ -53,6 +56,18 @@ private slots:
         std::int32_t value = 0;
         QCOMPARE(SETTINGS_ReadDecimal("TIF", "Speed", value), SETTINGS_ERROR);
         QVERIFY(shownErrors.isEmpty());
+
+        // Where no folder can be made a file that is there is read, and named when it is not saved.
+        SETTINGS_SetPath("");
+        QVERIFY(QDir(QDir::homePath() + "/.config/TOLVEN").removeRecursively());
+        PutFile(QDir::homePath() + "/.config/TOLVEN", "in the way");
+        QCOMPARE(SETTINGS_ReadDecimal("TIF", "Speed", value), SETTINGS_OK);
+        QCOMPARE(value, 4000);
+        chmod(expected.toUtf8().constData(), 0444);
+        QCOMPARE(SETTINGS_WriteDecimal("TIF", "Speed", 1), SETTINGS_ERROR);
+        QCOMPARE(shownErrors,
+            QByteArrayList{
+                "Could not save file [" + expected.toUtf8() + "]\nFile has read only attribute!"});
     }
 
     void everyKindHasItsLine()
@@ -123,13 +138,13 @@ private slots:
     void damagedValuesAreRefused()
     {
         const std::pair<QByteArray, const char *> lines[] = {{"", ""}, {"K =", ""}, {"K = x1", ""},
-            {"K=40", "decimal"}, {"\t K\t=\t40 ; said who", "decimal"}, {"K = 0X12", "decimal"},
-            {"K = 0x", "decimal"}, {"K = 0x1f", "decimal hex"}, {"K=\"ab", "text"},
-            {"K=\"abc\"", "text"}, {"K=\"xy\"", "text"}, {"K=\"0102030405\"", "text"},
-            {"K=\"01 a\"", "text hexes"}, {"K = 1, 2, 3", "decimal"},
-            {"K = 1,2 ,3 , 4", "decimal four"}, {"K[3] = 1, 2", ""}, {"K[5] = 1, 2, 3, 4, 5", ""},
-            {"K[99999999999] = 1", ""}, {"K[2] = 1, 256", "words"}, {"K[2] = 1, 2", "bytes words"},
-            {QByteArray("K = \0001", 6), ""}};
+            {"K=40", "decimal"}, {"\t K\t=\t40 ; said who", "decimal"}, {"K = 0X12", ""},
+            {"K = 0x", ""}, {"K = 0x1f", "hex"}, {"K = 40x0", ""}, {"K = 4000 kHz", ""},
+            {"K = 0x1fg", ""}, {"K=\"ab", "text"}, {"K=\"abc\"", "text"}, {"K=\"xy\"", "text"},
+            {"K=\"0102030405\"", "text"}, {"K=\"01 a\"", "text hexes"}, {"K = 1, 2, 3", ""},
+            {"K = 1,2 ,3 , 4 # mine", "four"}, {"K = 1, 2, 3, 4, 5", ""}, {"K[3] = 1, 2", ""},
+            {"K[5] = 1, 2, 3, 4, 5", ""}, {"K[99999999999] = 1", ""}, {"K[2] = 1, 256", "words"},
+            {"K[2] = 1, 2", "bytes words"}, {QByteArray("K = \0001", 6), ""}};
         for (const auto &[line, kinds] : lines) {
             Put("[S]\r\n" + line + "\r\n[T]\r\nK = 1\r\n");
             const QByteArray readable = ReadableKinds();
@@ -202,7 +217,78 @@ private slots:
         QCOMPARE(Content(), "[S]\r\nL = 3\r\nK = 2\r\n");
     }
 
+    void aBatchIsMadeAsAWholeOrNotAtAll()
+    {
+        const QByteArray before = "[S]\r\nA = 1\r\n[T]\r\n" + QByteArray(29'900, '#') + "\r\n";
+        Put(before);
+        {
+            const SettingsBatch batch;
+            QCOMPARE(SETTINGS_WriteDecimal("S", "A", 2), SETTINGS_OK);
+            const QByteArray longText(200, 'x'); // there is no room for it
+            QCOMPARE(SETTINGS_WriteText("S", "B", longText.constData()), SETTINGS_ERROR);
+            QCOMPARE(SETTINGS_WriteText("S", "C", longText.constData()), SETTINGS_ERROR);
+            QCOMPARE(SETTINGS_DeleteKey("S", "A"), SETTINGS_ERROR);
+        }
+        QCOMPARE(shownErrors, QByteArrayList{SaveError("Failed to write data!")});
+        QCOMPARE(Content(), before);
+        std::int32_t value = 0;
+        QCOMPARE(SETTINGS_ReadDecimal("S", "A", value), SETTINGS_OK);
+        QCOMPARE(value, 1);
+        QCOMPARE(SETTINGS_WriteDecimal("S", "A", 3), SETTINGS_OK); // the next one works again
+        QVERIFY(Content().startsWith("[S]\r\nA = 3\r\n"));
+    }
+
+    void whatOthersMakeOfTheFileIsKept()
+    {
+        const std::pair<QByteArray, QByteArray> changes[] // by an editor, and what becomes of it
+            = {{"[S]\r\nOther = 7\r\nK = 1\r\n", "[S]\r\nK = 2\r\nOther = 7\r\n"},
+                {"[S]\r\nK = 9\r\n", "[S]\r\nK = 2\r\n"}, // of the same length
+                {"\xEF\xBB\xBF[S]\r\nL = 5\r\n", "\xEF\xBB\xBF[S]\r\nK = 2\r\nL = 5\r\n"},
+                {"", "[S]\r\nK = 2\r\n"}};
+        for (const auto &[edited, outcome] : changes) {
+            for (const bool isReplaced : {false, true}) {
+                QCOMPARE(SETTINGS_WriteDecimal("S", "K", 1), SETTINGS_OK);
+                PutFile(m_path + (isReplaced ? ".new" : ""), edited);
+                if (isReplaced) // as most editors save
+                    QCOMPARE(std::rename(qPrintable(m_path + ".new"), qPrintable(m_path)), 0);
+                else // whatever the clock's grain
+                    QVERIFY(SetTimeOfChange(1'000'000'000));
+                QCOMPARE(SETTINGS_WriteDecimal("S", "K", 2), SETTINGS_OK);
+                QCOMPARE(Content(), outcome);
+            }
+        }
+        QVERIFY(shownErrors.isEmpty());
+    }
+
+    void aByteOrderMarkHidesNoSection()
+    {
+        Put("\xEF\xBB\xBF[S]\r\nK = 4\r\n");
+        std::int32_t value = 0;
+        QCOMPARE(SETTINGS_ReadDecimal("S", "K", value), SETTINGS_OK);
+        QCOMPARE(value, 4);
+    }
+
+    void aLockThatCannotBeMadeIsToldOnce()
+    {
+        std::vector<SYS_MUTEX_HANDLE> all;
+        while (SYS_MUTEX_HANDLE mutex = SYS_CreateUnnamedMutex())
+            all.push_back(mutex);
+        QCOMPARE(SETTINGS_WriteDecimal("S", "K", 1), SETTINGS_ERROR);
+        QCOMPARE(SETTINGS_WriteDecimal("S", "L", 1), SETTINGS_ERROR);
+        QCOMPARE(shownErrors, QByteArrayList{SaveError("Invalid file handle!")});
+        SYS_CloseMutex(&all.back());
+        QCOMPARE(SETTINGS_WriteDecimal("S", "K", 1), SETTINGS_OK);
+        for (SYS_MUTEX_HANDLE &mutex : all)
+            SYS_CloseMutex(&mutex);
+    }
+
 private:
+    [[nodiscard]] bool SetTimeOfChange(std::time_t seconds) const
+    {
+        const std::array<timespec, 2> times = {timespec{seconds, 0}, timespec{seconds, 0}};
+        return utimensat(AT_FDCWD, m_path.toUtf8().constData(), times.data(), 0) == 0;
+    }
+
     /// Reads the key as every kind; what is no value of a kind must leave its output alone.
     /// @return the kinds that could be read
     static QByteArray ReadableKinds()

@@ -1,4 +1,3 @@
-#include "syslineedit.h"
 #include "syslinks.h"
 #include "syspaths.h"
 #include "sysprocess.h"
@@ -95,24 +94,6 @@ private slots:
         QCOMPARE(SYS_UserConfigDir(path.data(), tooShort), SYS_PATH_ERROR);
         QCOMPARE(QDir(home.filePath(".config")).entryList(QDir::Dirs | QDir::NoDotAndDotDot),
             QStringList("TOLVEN"));
-    }
-
-    void theTemporaryDirectoryFallsBackToTheUsersOwn()
-    {
-        const QTemporaryDir home;
-        qputenv("HOME", home.path().toUtf8());
-        Path path;
-        const QByteArray usable = home.path().toUtf8();
-        SYS_TempDirBelow(usable.constData(), path.data(), SYS_MAX_PATH);
-        QCOMPARE(path.data(), usable.constData());
-        QVERIFY(QDir(home.path()).isEmpty()); // the probe file is gone
-
-        SYS_TempDirBelow("/no/such/directory", path.data(), SYS_MAX_PATH);
-        QCOMPARE(QString::fromUtf8(path.data()), home.filePath(".TOLVEN"));
-        QVERIFY(QFileInfo(path.data()).isDir());
-        qunsetenv("HOME");
-        SYS_TempDirBelow("/no/such/directory", path.data(), SYS_MAX_PATH);
-        QCOMPARE(path.data(), "");
     }
 
     void closedStandardStreamsGetNoFiles()

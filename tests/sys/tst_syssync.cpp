@@ -1,7 +1,7 @@
 #include "sysdeadline.h"
 #include "sysevent.h"
 #include "sysmutex.h"
-#include "systhread.h"
+#include "systhreadtools.h"
 #include "systime.h"
 #include "systrace.h"
 

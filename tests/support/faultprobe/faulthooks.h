@@ -9,6 +9,8 @@
 struct FaultHooks {
     /// Called first in every function, with its name; any thread.
     std::atomic<void (*)(const char *function)> onCall;
+    /// Called when the library is taken down at the end of the process.
+    std::atomic<void (*)()> onUnload;
     std::atomic<decltype(&RANVOARM_Open)> Open;
     std::atomic<decltype(&RANVOARM_Close)> Close;
     std::atomic<decltype(&RANVOARM_IsConnected)> IsConnected;

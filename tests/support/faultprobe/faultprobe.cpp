@@ -11,6 +11,12 @@ namespace {
 
 FaultHooks g_hooks = {};
 
+__attribute__((destructor)) void Unload()
+{
+    if (const auto onUnload = g_hooks.onUnload.load())
+        onUnload();
+}
+
 void *RealFunction(const char *name)
 {
     static void *const library = dlopen(FAULT_REAL_LIBRARY, RTLD_LAZY | RTLD_LOCAL);

@@ -14,7 +14,7 @@ namespace {
 constexpr char kRootName[] = "Registry";
 constexpr std::string_view kEmptyFile = "<Registry>\r\n</Registry>";
 constexpr std::uint32_t kMaxFileBytes = 4U << 20;
-/// Deeper files are nobody's registry; taking them apart would exhaust the stack.
+/// A deeper file is not ours; walking it would exhaust the stack.
 constexpr int kMaxDepth = 200;
 
 /// Everything in the root element is kept as it is: comments, line ends, blanks between elements

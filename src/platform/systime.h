@@ -31,5 +31,3 @@ static_assert(sizeof(SysCalendarTime) == 14);
 /// Fill the record, which may be null, with the present moment.
 void SYS_UtcTime(SysCalendarTime *time);
 void SYS_LocalTime(SysCalendarTime *time);
-
-void SYS_Sleep(std::uint32_t milliseconds);

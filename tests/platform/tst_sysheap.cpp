@@ -1,3 +1,4 @@
+#include "sysguard.h"
 #include "sysheap.h"
 
 #include <QTest>
