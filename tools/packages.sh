@@ -1,10 +1,10 @@
 # Installs Debian packages that are missing. To be sourced by the scripts at the top of the tree.
 
 # What building the program takes, and what running it without a display takes on top.
-build_packages="cmake ninja-build g++ qt6-base-dev qt6-svg-dev libgl-dev"
+build_packages="cmake ninja-build g++ qt6-base-dev qt6-svg-dev libgl-dev libpugixml-dev"
 runtime_packages="libqt6svg6 fonts-dejavu-core"
 headless_packages="xvfb xdotool imagemagick x11-utils"
-test_packages="libpugixml-dev xvfb xclip gdbserver openocd procps qemu-system-mips qemu-system-misc"
+test_packages="xvfb xclip gdbserver openocd procps qemu-system-mips qemu-system-misc"
 check_packages="python3 clang lld clang-format clang-tidy cppcheck libclang-rt-14-dev libbenchmark-dev valgrind ccache"
 
 # need_packages PACKAGE...: says what is missing and installs it, with sudo when not root.
