@@ -111,8 +111,9 @@ void FakeStub::Serve(ScriptedPeer &peer)
             peer.Send(Packet(m_manners.interruptAnswer));
             continue;
         }
-        if (acks && !peer.Send(m_manners.refusals-- > 0 ? "-" : "+"))
-            return;
+        // What a client sent before it went counts, even if nobody is left to take the replies.
+        if (acks)
+            peer.Send(m_manners.refusals-- > 0 ? "-" : "+");
         if (acks && m_manners.refusals >= 0)
             continue;
         // A target that prints does so when it runs, and before anybody looks.
@@ -121,7 +122,8 @@ void FakeStub::Serve(ScriptedPeer &peer)
                 Packet("O" + QByteArray("61").repeated(1000)).repeated(m_manners.printedPackets));
         const QByteArray spoiled = m_manners.spoil ? m_manners.spoil(request) : QByteArray();
         if (!spoiled.isEmpty()) {
-            if (!peer.Send(spoiled) || m_manners.hangUpAfterSpoiled)
+            peer.Send(spoiled);
+            if (m_manners.hangUpAfterSpoiled)
                 return;
         } else if (request != "c") {
             m_lastPacket = m_manners.before + Packet(Answer(request));
@@ -129,7 +131,9 @@ void FakeStub::Serve(ScriptedPeer &peer)
             if (m_manners.badChecksums-- > 0)
                 sent.back() = '?';
             const bool moreAsked = m_input.count('#') > 1; // "continue" has no reply
-            if (!(m_manners.deliver ? m_manners.deliver(peer, sent, moreAsked) : peer.Send(sent)))
+            if (!m_manners.deliver)
+                peer.Send(sent);
+            else if (!m_manners.deliver(peer, sent, moreAsked))
                 return;
         }
         acks = acks && request != "QStartNoAckMode";

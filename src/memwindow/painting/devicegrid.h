@@ -34,20 +34,21 @@ struct DeviceGrid {
     ///         whole pixels begin inside device pixels
     [[nodiscard]] static std::optional<DeviceGrid> Of(const QTransform &transform)
     {
-        const QTransform inParts = transform * QTransform::fromScale(kPixelParts, kPixelParts);
+        const qreal scale = transform.m11() * kPixelParts;
+        const qreal dx = transform.dx() * kPixelParts;
+        const qreal dy = transform.dy() * kPixelParts;
         const auto isPart = [](qreal value) { return value == std::floor(value); };
-        if (transform.type() > QTransform::TxScale || inParts.m11() != inParts.m22()
-            || inParts.m11() < kPixelParts || !isPart(inParts.m11()) || !isPart(inParts.dx())
-            || !isPart(inParts.dy()))
+        if (transform.type() > QTransform::TxScale || transform.m11() != transform.m22()
+            || scale < kPixelParts || !isPart(scale) || !isPart(dx) || !isPart(dy))
             return std::nullopt;
-        const DeviceGrid grid{int(inParts.dx()), int(inParts.dy()), int(inParts.m11())};
+        const DeviceGrid grid{int(dx), int(dy), int(scale)};
         const bool isWhole = (FractionAt(grid.originX) | FractionAt(grid.originY)) == 0;
         // The raster engine rounds halves away from zero, PixelAt upwards.
         const bool roundsAlike = grid.originX >= 0 && grid.originY >= 0;
         return (grid.HasWholeScale() ? isWhole : roundsAlike) ? std::optional(grid) : std::nullopt;
     }
 
-    /// Whether every position is a whole device pixel.
+    /// Whether a pixel of the view is made of whole device pixels.
     [[nodiscard]] bool HasWholeScale() const { return FractionAt(scale) == 0; }
     [[nodiscard]] int PartsAtX(int xPx) const { return originX + xPx * scale; }
     [[nodiscard]] int PartsAtY(int yPx) const { return originY + yPx * scale; }

@@ -9,8 +9,10 @@
 
 namespace {
 
-/// Past this many pixels the cells are forgotten; those in use come back at once.
-constexpr std::size_t kMaxPixels = 1U << 19; // for each fraction at which a column can start
+/// Past this many cells for each fraction, or pixels in all, the cells are forgotten; those in use
+/// come back at once.
+constexpr std::size_t kMaxCells = 6000;
+constexpr std::size_t kMaxPixels = 1U << 22;
 constexpr int kColumns = 5;     // of a drawing; blank columns catch ink around the three cells
 constexpr int kMiddle = 2;      // column of the middle cell
 constexpr int kRoomAbove = 1;   // device pixels above a picture, so that no row starts above it
@@ -100,6 +102,9 @@ void GlyphCells::LayOut()
     for (Window &window : m_windows)
         window.first += m_baseline;
 
+    const int cellPixels = CellWidth(0) * m_pictureHeight;
+    m_maxPixels
+        = std::min(kMaxCells * std::size_t(cellPixels) * std::size_t(Fractions()), kMaxPixels);
     const std::size_t styleRoom = std::size_t(Fractions()) * 256;
     for (int fraction = 0; fraction < Fractions(); ++fraction) {
         for (std::size_t style = 0; style < kCellStyles; ++style) {
@@ -192,7 +197,7 @@ std::int32_t GlyphCells::StoreMiddle(const QImage &image, int fractionX)
 {
     if (image.isNull())
         return kNoCell;
-    if (m_pixels.size() > kMaxPixels * std::size_t(Fractions()))
+    if (m_pixels.size() > m_maxPixels)
         Forget();
     const auto place = std::int32_t(m_pixels.size());
     const int start = FractionAt(fractionX - kMiddle * m_columnParts);
@@ -206,8 +211,6 @@ std::int32_t GlyphCells::StoreMiddle(const QImage &image, int fractionX)
 
 std::int32_t GlyphCells::LoneCell(CellStyle style, char character, int fractionX, int fractionY)
 {
-    if ((OverhangOf(character, fractionX) & kOverhangTooWide) != 0)
-        return kNoCell;
     const Neighbours cells{.text = {' ', character, ' '},
         .styles = {kCellPlain, style, kCellPlain},
         .fractionX = fractionX,
@@ -233,29 +236,53 @@ bool GlyphCells::FindPlaces(std::span<const char> text, std::span<const CellStyl
     return false;
 }
 
+/// Most rows consist of known cells alone, which takes one look at the table for each.
 bool GlyphCells::FindPlacesOnce(std::span<const char> text, std::span<const CellStyle> styles,
     RowOrigin origin, std::span<std::int32_t> places)
 {
+    const auto fractionY = std::size_t(FractionAt(origin.topY));
+    const std::size_t *const styleStarts = m_styleStarts[fractionY].data();
+    const std::int32_t *const table = m_places.data();
+    const auto step = unsigned(m_columnParts);
+    auto parts = unsigned(origin.columnsX);
+    std::size_t firstOther = text.size();
+    for (std::size_t column = 0; column < text.size(); ++column, parts += step) {
+        const std::size_t place = styleStarts[styles[column]] + parts % kPixelParts * 256
+            + static_cast<unsigned char>(text[column]);
+        places[column] = table[place];
+        if (places[column] < 0 && firstOther > column)
+            firstOther = column;
+    }
+    return FindOtherPlaces(firstOther, text, styles, origin, places);
+}
+
+/// Cells that are not in the table: they have never been drawn, or ink leaves them, which changes
+/// the cells beside them too.
+bool GlyphCells::FindOtherPlaces(std::size_t first, std::span<const char> text,
+    std::span<const CellStyle> styles, RowOrigin origin, std::span<std::int32_t> places)
+{
     const int fractionY = FractionAt(origin.topY);
-    int fractionX = FractionAt(origin.columnsX);
-    std::uint8_t left = kOverhangNone;
-    std::uint8_t middle = OverhangOf(text[0], fractionX);
-    for (std::size_t column = 0; column < text.size(); ++column) {
-        const int nextFractionX = FractionAt(fractionX + m_columnParts);
-        const std::uint8_t right = column + 1 < text.size()
-            ? OverhangOf(text[column + 1], nextFractionX)
-            : std::uint8_t{kOverhangNone};
-        std::int32_t place = m_places[Index(styles[column], text[column], fractionX, fractionY)];
-        if (((left & kOverhangRight) | (right & kOverhangLeft)) != 0)
-            place = CellBesideOverhang(text, styles, column, origin);
-        else if (place < 0)
-            place = LoneCell(styles[column], text[column], fractionX, fractionY);
-        if (place < 0)
+    std::size_t besideEnd = first; // columns before this one have ink of the last such character
+    for (std::size_t column = first; column < text.size(); ++column) {
+        const bool isUnknown = places[column] < 0;
+        if (!isUnknown && column >= besideEnd)
+            continue;
+        const int fractionX = FractionAt(origin.columnsX + int(column) * m_columnParts);
+        const std::uint8_t overhang
+            = isUnknown ? OverhangOf(text[column], fractionX) : std::uint8_t{kOverhangNone};
+        if (overhang != kOverhangNone) {
+            besideEnd = column + ((overhang & kOverhangRight) != 0 ? 2 : 1);
+            if ((overhang & kOverhangLeft) != 0 && column > 0)
+                places[column - 1] = CellBesideOverhang(text, styles, column - 1, origin);
+            if (column > 0 && places[column - 1] < 0)
+                return false;
+        }
+        if (column < besideEnd)
+            places[column] = CellBesideOverhang(text, styles, column, origin);
+        else if (isUnknown)
+            places[column] = LoneCell(styles[column], text[column], fractionX, fractionY);
+        if (places[column] < 0)
             return false;
-        places[column] = place;
-        left = middle;
-        middle = right;
-        fractionX = nextFractionX;
     }
     return true;
 }

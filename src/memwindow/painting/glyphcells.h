@@ -114,6 +114,8 @@ private:
     [[nodiscard]] bool IsUnderlined(CellStyle style) const;
     bool FindPlacesOnce(std::span<const char> text, std::span<const CellStyle> styles,
         RowOrigin origin, std::span<std::int32_t> places);
+    bool FindOtherPlaces(std::size_t first, std::span<const char> text,
+        std::span<const CellStyle> styles, RowOrigin origin, std::span<std::int32_t> places);
     std::uint8_t Measure(char character, int fractionX);
     std::int32_t LoneCell(CellStyle style, char character, int fractionX, int fractionY);
     std::int32_t CellBesideOverhang(std::span<const char> text, std::span<const CellStyle> styles,
@@ -134,5 +136,6 @@ private:
     std::vector<std::int32_t> m_places;                             // by Index
     std::unordered_map<std::uint64_t, std::int32_t> m_placesBeside; // by Neighbours::Key
     std::vector<QRgb> m_pixels;
+    std::size_t m_maxPixels = 0;
     int m_generation = 0;
 };

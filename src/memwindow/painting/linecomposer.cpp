@@ -137,28 +137,41 @@ void LineComposer::ComposeRow(std::uint64_t address, std::uint32_t length, const
     line.length = int(end - buffer);
     line.text[std::size_t(line.length)] = ' ';
     line.runCount = 0;
-    if (ages != nullptr && status != nullptr
-        && std::any_of(ages, ages + length, [](std::uint8_t age) { return age != 0; }))
+    if (ages != nullptr && status != nullptr)
         AddRuns(length, status, ages, line);
 }
 
 void LineComposer::AddRuns(std::uint32_t length, const ByteStatus *status, const std::uint8_t *ages,
     ComposedLine &line) const
 {
+    std::uint32_t begin = 0; // of the bytes that have an age, mostly few
+    while (begin < length && ages[begin] == 0)
+        ++begin;
+    std::uint32_t end = length;
+    while (end > begin && ages[end - 1] == 0)
+        --end;
     const std::uint32_t step = std::uint32_t(m_bytesPerItem);
-    int column = ViewGeometry::kHexColumnStart;
-    for (std::uint32_t first = 0; first + step <= length; first += step) {
+    const std::uint32_t itemBytes = length / step * step;
+    const auto columnOf = [step](std::uint32_t first) {
+        return ViewGeometry::kHexColumnStart
+            + int(first / step * (2 * step + 1) + first / ViewGeometry::kGroupBytes);
+    };
+    std::uint32_t first = begin / step * step;
+    int column = columnOf(first);
+    for (const std::uint32_t itemsEnd = std::min(end, itemBytes); first < itemsEnd; first += step) {
         const std::uint8_t age = ItemAge(ages + first, m_bytesPerItem);
         if (age != 0 && status[first] == ByteStatus::Valid)
             AddRun(line, column, 2 * m_bytesPerItem, age);
         column += 2 * m_bytesPerItem + 1;
-        if (first + step < length && (first + step) % ViewGeometry::kGroupBytes == 0)
+        if ((first + step) % ViewGeometry::kGroupBytes == 0)
             ++column;
     }
-    ++column; // the blank behind the hex column
-    for (std::uint32_t i = 0; i < length; ++i) {
+    // Behind the last item, its blank and one more; a row shorter than an item has none.
+    const int textColumn = itemBytes == 0 ? ViewGeometry::kHexColumnStart + 1
+                                          : columnOf(itemBytes - step) + 2 * m_bytesPerItem + 2;
+    for (std::uint32_t i = begin; i < end; ++i) {
         if (ages[i] != 0 && ages[i] <= ChangeAges::kLastColoured)
-            AddRun(line, column + int(i), 1, ages[i]);
+            AddRun(line, textColumn + int(i), 1, ages[i]);
     }
 }
 

@@ -151,29 +151,33 @@ bool RowPainter::ComposeStrip(const RowPicture &picture, RowOrigin origin)
         return false;
     auto *const pixels = reinterpret_cast<QRgb *>(m_strip.bits());
     const qsizetype stride = m_strip.bytesPerLine() / qsizetype(sizeof(QRgb));
-    for (std::size_t column = 0; column < count; ++column, parts += m_cells.ColumnParts()) {
+    const QRgb *const pictures = m_cells.Pixels(0);
+    const int height = m_cells.PictureHeight();
+    const int step = m_cells.ColumnParts();
+    const auto copiers = m_copiers;
+    for (std::size_t column = 0; column < count; ++column, parts += step) {
         const std::int32_t place = m_places[column];
         if (place == m_stripPlaces[column])
             continue;
         m_stripPlaces[column] = place;
-        m_copiers[std::size_t(FractionAt(parts))](
-            pixels + PixelAt(parts), m_cells.Pixels(place), stride, m_cells.PictureHeight());
+        copiers[std::size_t(FractionAt(parts))](
+            pixels + PixelAt(parts), pictures + place, stride, height);
     }
     return true;
 }
 
-/// Pixel to pixel: the painter's own scale is taken out for the copy.
 void RowPainter::DrawStrip(QPainter &painter, int topParts) const
 {
-    const GlyphCells::Window window = m_cells.WindowOf(FractionAt(topParts));
-    const QRectF lines(0, window.first, RowWidth(), window.count);
     constexpr qreal kParts = kPixelParts;
     const QPointF target(
         RowLeft() - m_grid.originX / kParts, PixelAt(topParts) - m_grid.originY / kParts);
-    if (m_grid.scale == kPixelParts) {
-        painter.drawImage(target, m_strip, lines);
+    const GlyphCells::Window window = m_cells.WindowOf(FractionAt(topParts));
+    const QRect lines(0, window.first, RowWidth(), window.count);
+    if (m_grid.scale == kPixelParts && lines == m_strip.rect()) { // dearer with the source named
+        painter.drawImage(target, m_strip);
         return;
     }
+    // Pixel to pixel: the painter's own scale is taken out for the copy.
     const QTransform transform = painter.worldTransform();
     painter.scale(kParts / m_grid.scale, kParts / m_grid.scale);
     painter.drawImage(target, m_strip, lines);
