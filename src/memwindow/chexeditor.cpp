@@ -14,6 +14,7 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPlainTextEdit>
@@ -84,6 +85,7 @@ void CHexEditor::ConnectOwners()
     connect(&m_page, &MemoryPage::Moved, this, &CHexEditor::UpdateWindowTitle);
     connect(&m_refresh, &RefreshChoice::Changed, this, &CHexEditor::UpdateWindowTitle);
     connect(&m_commands, &MemCommands::ZoneChanged, this, &CHexEditor::UpdateWindowTitle);
+    connect(&m_commands, &MemCommands::ZoneChosen, this, &CHexEditor::OnMemZoneMenuActionTriggered);
     connect(&m_commands, &MemCommands::Failed, this, &CHexEditor::CommandFailed);
     connect(&m_commands, &MemCommands::ItemFormatChanged, this, &CHexEditor::OnItemFormatChanged);
     connect(
@@ -168,6 +170,12 @@ void CHexEditor::UpdateWindowTitle()
         top != 0 ? top : m_page.Base(), m_refresh.RateText(), QString::fromLatin1(m_target.Zone()));
     if (title != windowTitle())
         setWindowTitle(title);
+}
+
+void CHexEditor::AddZoneMenu(QMenu *menu)
+{
+    if (QMenu *zones = m_commands.AddZoneMenu(menu))
+        connect(zones, &QMenu::triggered, this, &CHexEditor::OnMemZoneMenuActionTriggered);
 }
 
 bool CHexEditor::eventFilter(QObject *watched, QEvent *event)

@@ -89,7 +89,7 @@ public:
     void SelectRefreshText(const QString &text) { m_refresh.SelectText(text); }
     /// The zone of all reads and writes; "Default" and "" are the target's default memory.
     void SetZone(const QString &name) { m_commands.SetZone(name); }
-    void AddZoneMenu(QMenu *menu) { m_commands.AddZoneMenu(menu); }
+    void AddZoneMenu(QMenu *menu);
     void UpdateWindowTitle();
 
 signals:

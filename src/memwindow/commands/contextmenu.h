@@ -12,7 +12,7 @@ class QAction;
 /// The memory window's context menu, built anew for each request. GUI thread only.
 class ContextMenu {
 public:
-    using ZoneChosen = std::function<void(const QAction *)>;
+    using ZoneChosen = std::function<void(QAction *)>;
 
     ContextMenu(const MemOwners &owners, ZoneChosen zoneChosen);
 

@@ -36,7 +36,7 @@ MemCommands::MemCommands(const MemOwners &owners)
     , m_jumps(m_owners)
     , m_clipboard(m_owners, m_transfer)
     , m_files(m_owners, m_transfer)
-    , m_menu(m_owners, [this](const QAction *action) { TakeZone(action); })
+    , m_menu(m_owners, [this](QAction *action) { emit ZoneChosen(action); })
 {
     connect(&owners.edit, &EditSession::NotWritten, this,
         [this] { emit Failed(QStringLiteral("Edit: Failed to write target memory")); });
@@ -193,10 +193,9 @@ void MemCommands::SetFeatures(std::uint32_t flags)
         SetAccessWidth(0);
 }
 
-void MemCommands::AddZoneMenu(QMenu *menu)
+QMenu *MemCommands::AddZoneMenu(QMenu *menu) const
 {
-    if (QMenu *zones = ZONE_AddMenu(m_owners, menu))
-        connect(zones, &QMenu::triggered, this, &MemCommands::TakeZone);
+    return ZONE_AddMenu(m_owners, menu);
 }
 
 void MemCommands::OfferDrop(QDropEvent *event) const

@@ -59,7 +59,8 @@ public:
     void SetAccessWidth(std::uint8_t bytes);
     /// Shows or hides the optional commands. @param flags  kFeatureRefresh and so on
     void SetFeatures(std::uint32_t flags);
-    void AddZoneMenu(QMenu *menu);
+    /// @return the submenu, or null where the host has no zones
+    QMenu *AddZoneMenu(QMenu *menu) const;
 
     void OfferDrop(QDropEvent *event) const;
     void TakeDrop(QDropEvent *event);
@@ -78,6 +79,8 @@ signals:
     /// Items have another size.
     void ItemFormatChanged();
     void ZoneChanged();
+    /// An entry of the context menu's zone submenu was chosen.
+    void ZoneChosen(QAction *action);
 
 private:
     void RunWith(const QString &name, const std::function<TransferResult()> &command);

@@ -19,11 +19,6 @@ public:
             m_any = true;
         }
     }
-    void MarkAll()
-    {
-        m_marks.assign(m_marks.size(), 1);
-        m_any = !m_marks.empty();
-    }
     [[nodiscard]] bool Any() const { return m_any; }
     [[nodiscard]] bool IsMarked(std::uint32_t row) const { return m_marks[row] != 0; }
 
