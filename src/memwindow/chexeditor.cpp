@@ -10,7 +10,6 @@
 #include <QComboBox>
 #include <QContextMenuEvent>
 #include <QCursor>
-#include <QDragEnterEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -315,9 +314,4 @@ void CHexEditor::closeEvent(QCloseEvent *event)
 {
     if (m_edit.Settle() == Settled::Here)
         QMainWindow::closeEvent(event);
-}
-
-void CHexEditor::OnDragEnter(QDragEnterEvent *event)
-{
-    m_commands.OfferDrop(event);
 }

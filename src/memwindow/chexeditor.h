@@ -12,13 +12,12 @@
 #include "targetaccess.h"
 #include "viewsurface.h"
 
+#include <QDragEnterEvent>
 #include <QMainWindow>
 #include <QPoint>
 
 #include <cstdint>
 
-class QDragEnterEvent;
-class QDropEvent;
 class QKeyEvent;
 class QMouseEvent;
 class QWheelEvent;
@@ -148,7 +147,7 @@ public slots:
     void OnToolbarChevronClicked() { m_commands.OpenMenuAtMouse(); }
     void OnContextMenuRequested(QPoint position) { m_commands.OpenMenu(position); }
     void OnMemZoneMenuActionTriggered(QAction *action) { m_commands.TakeZone(action); }
-    void OnDragEnter(QDragEnterEvent *event);
+    void OnDragEnter(QDragEnterEvent *event) { m_commands.OfferDrop(event); }
     void OnDragDrop(QDropEvent *event) { m_commands.TakeDrop(event); }
 
 protected:
