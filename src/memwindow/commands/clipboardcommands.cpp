@@ -82,7 +82,7 @@ TransferResult ClipboardCommands::CopyBinary()
     if (range.length == 0)
         return NothingToCopy({TransferEnd::Refused, QStringLiteral("Nothing is selected"), {}});
     QByteArray bytes;
-    const TransferResult result = m_transfer.CopyBytes(range, bytes);
+    TransferResult result = m_transfer.CopyBytes(range, bytes);
     if (HasContents(result))
         return Finish(result, CLIP_BinaryData(bytes), "binary");
     return result.end == TransferEnd::Refused ? NothingToCopy(result) : result;
@@ -102,7 +102,7 @@ TransferResult ClipboardCommands::CopyInitializer()
         return {TransferEnd::Refused, text, {}};
     }
     QByteArray text;
-    const TransferResult result
+    TransferResult result
         = m_transfer.CopyInitializer(range, itemBytes, geometry.BytesPerRow() / itemBytes, text);
     if (HasContents(result))
         return Finish(result, CLIP_RawTextData(text), "hex as C initializer");
@@ -125,7 +125,7 @@ TransferResult ClipboardCommands::Paste()
     if (bytes->isEmpty())
         return {};
     m_owners.cursor.Reveal(); // what is written must be seen
-    const TransferResult result = m_transfer.Paste(m_owners.cursor.Cursor().address,
+    TransferResult result = m_transfer.Paste(m_owners.cursor.Cursor().address,
         {reinterpret_cast<const std::uint8_t *>(bytes->constData()),
             static_cast<std::size_t>(bytes->size())});
     if (!result.IsWindowGone())

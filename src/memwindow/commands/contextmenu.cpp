@@ -27,7 +27,7 @@ ContextMenu::ContextMenu(const MemOwners &owners, ZoneChosen zoneChosen)
 
 void ContextMenu::Open(QPoint position)
 {
-    const QPointer<QWidget> window = &m_owners.window;
+    const QPointer<QWidget> alive = &m_owners.window;
     // Not a child of the window: an action chosen here may lose the window while the menu is still
     // activating it, and would take the menu along.
     const auto menu = std::make_unique<QMenu>();
@@ -35,9 +35,9 @@ void ContextMenu::Open(QPoint position)
         if (QMenu *zones = ZONE_AddMenu(m_owners, parent))
             QObject::connect(zones, &QMenu::triggered, &m_owners.window, m_zoneChosen);
     });
-    QObject::connect(window, &QObject::destroyed, menu.get(), &QMenu::close);
-    menu->exec(window->mapToGlobal(position));
-    if (window)
+    QObject::connect(&m_owners.window, &QObject::destroyed, menu.get(), &QMenu::close);
+    menu->exec(m_owners.window.mapToGlobal(position));
+    if (alive)
         m_sinceClosed.start();
 }
 

@@ -250,7 +250,7 @@ bool GlyphCells::FindPlacesOnce(std::span<const char> text, std::span<const Cell
         const std::size_t place = styleStarts[styles[column]] + parts % kPixelParts * 256
             + static_cast<unsigned char>(text[column]);
         places[column] = table[place];
-        if (places[column] < 0 && firstOther > column)
+        if (firstOther > column && places[column] < 0)
             firstOther = column;
     }
     return FindOtherPlaces(firstOther, text, styles, origin, places);
