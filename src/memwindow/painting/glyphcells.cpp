@@ -247,7 +247,7 @@ bool GlyphCells::FindPlacesOnce(std::span<const char> text, std::span<const Cell
     auto parts = unsigned(origin.columnsX);
     std::size_t firstOther = text.size();
     for (std::size_t column = 0; column < text.size(); ++column, parts += step) {
-        const std::size_t place = styleStarts[styles[column]] + parts % kPixelParts * 256
+        const std::size_t place = styleStarts[styles[column]] + std::size_t{parts % kPixelParts} * 256
             + static_cast<unsigned char>(text[column]);
         places[column] = table[place];
         if (firstOther > column && places[column] < 0)
