@@ -95,8 +95,8 @@ void CheckCopies(FuzzInput &input)
                   reinterpret_cast<std::uint8_t *>(status.data()));
               return true;
           };
-    const auto hex = CLIP_HexRows(layout, lower, upper, read);
-    const auto text = CLIP_TextRows(layout, lower, upper, read);
+    const auto hex = CLIP_Rows(ClipColumn::Hex, layout, lower, upper, read);
+    const auto text = CLIP_Rows(ClipColumn::Text, layout, lower, upper, read);
     FuzzRequire(hex && text && !text->contains(QLatin1Char('\n')), "both columns can be copied");
     if (geometry.BytesPerRow() != 0)
         FuzzRequire(text->size() == static_cast<qsizetype>(upper - lower + 1),

@@ -5,6 +5,7 @@
 #include "configstate.h"
 #include "fuzzinput.h"
 #include "fuzzqt.h"
+#include "hexnumber.h"
 #include "integervalidator.h"
 #include "itemedit.h"
 #include "memtypes.h"
@@ -87,8 +88,10 @@ void CheckItemKey(const QString &text, std::uint8_t choice)
 {
     const int bytesPerItem = 1 << choice % 3;
     const int position = choice / 3 % (2 * bytesPerItem);
-    const auto edit = EditOfTypedKey(0x89AB'CDEF >> (32 - 8 * bytesPerItem), bytesPerItem, position,
-        text.left(choice / 32 % 3), false);
+    KnownItem item{.bytes = {0xEF, 0xCD, 0xAB, 0x89}, .status = {}, .length = bytesPerItem};
+    if (choice % 2 != 0) // known in part
+        item.status.back() = ByteStatus::ReadFailed;
+    const auto edit = EditOfTypedKey(item, position, text.left(choice / 32 % 3), false);
     if (edit)
         FuzzRequire(edit->text.size() == 2 * bytesPerItem && edit->caret == position + 1
                 && ParseHexNumber(edit->text).has_value(),

@@ -200,9 +200,8 @@ void MainWindow::CreateMemoryWindow()
         return;
     m_hexEditor = new CHexEditor(this);
     m_hexEditor->setAttribute(Qt::WA_DeleteOnClose);
-    connect(m_hexEditor, &CHexEditor::CommandFailed, this, [](const QString &text) {
-        APP_SetStatusField(text.toUtf8().constData(), kStatusMessage);
-    });
+    connect(m_hexEditor, &CHexEditor::CommandFailed, this,
+        [](const QString &text) { APP_SetStatusField(text.toUtf8().constData(), kStatusMessage); });
     m_hexEditor->SetCallbacks(PROBE_MemoryCallbacks());
     m_hexEditor->SetFeatureFlags(kFeatureRefresh); // no load command, automatic access width
     m_subWindow = new QMdiSubWindow;
