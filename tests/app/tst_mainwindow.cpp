@@ -13,9 +13,11 @@
 #include "testsemaphore.h"
 
 #include <QAction>
+#include <QClipboard>
 #include <QDeadlineTimer>
 #include <QMdiSubWindow>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QPointer>
 #include <QScreen>
 #include <QStatusTipEvent>
@@ -351,6 +353,12 @@ private slots:
         QApplication::sendEvent(app.MemoryWindow(), &left);
         QCoreApplication::processEvents();
         QCOMPARE(app.StatusText(kStatusMessage), save->statusTip());
+        auto *picture = new QMimeData;
+        picture->setData("image/png", "x");
+        QGuiApplication::clipboard()->setMimeData(picture);
+        app.MemoryWindow()->findChild<QAction *>("pActionMemoryPaste")->trigger();
+        QTRY_COMPARE(app.StatusText(kStatusMessage), // what was asked for and not got
+            "Paste: Cannot paste clipboard contents: unsupported content type");
         app.Action("&Disconnect")->trigger();
         QTRY_COMPARE(app.Window().windowTitle(), kTitle);
     }
