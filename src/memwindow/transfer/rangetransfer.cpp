@@ -20,6 +20,8 @@ constexpr QLatin1String kWriteFailed("Failed to write target memory");
 constexpr QLatin1String kNotWritable("Could not open file for writing");
 constexpr QLatin1String kNotReadable("Could not open file for reading");
 
+constexpr std::uint64_t kMiB = 1024ULL * 1024;
+
 /// Takes the next bytes of a range. @return false when it wants no more
 using TakeBytes = std::function<bool(std::span<const std::uint8_t> bytes)>;
 /// Fills the room with the next bytes. @return their number, fewer at the end; nothing on an error
@@ -156,7 +158,7 @@ TransferResult NoMemory()
 TransferResult TooLarge(std::uint64_t limitBytes)
 {
     return {TransferEnd::Refused,
-        QStringLiteral("More than %1 MiB cannot be copied").arg(limitBytes / (1024 * 1024)), {}};
+        QStringLiteral("More than %1 MiB cannot be copied").arg(limitBytes / kMiB), {}};
 }
 
 } // namespace
