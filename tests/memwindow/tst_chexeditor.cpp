@@ -85,6 +85,10 @@ private slots:
         QVERIFY(w.target.reads.empty());
         QTRY_COMPARE(w.target.reads.size(), 1U);
         QCOMPARE(w.LastRead(), (PageRange{0, w.window.BytesPerPage()}));
+        w.window.hide();
+        w.window.show();
+        QApplication::processEvents();
+        QCOMPARE(w.target.reads.size(), 1U); // shown again it knows its page
         w.view->setFixedWidth(150); // too narrow for a single byte
         QApplication::processEvents();
         QCOMPARE(w.window.BytesPerRow(), 0U);

@@ -80,8 +80,8 @@ void MemoryPage::ViewIsReady()
     m_viewIsReady = true;
     if (m_jumpWaits)
         Arrive();
-    else
-        Refresh(PageRead::Whole);
+    else // a window that is merely shown again knows its page already
+        Refresh(m_resizeTimer.interval() == 0 ? PageRead::Missing : PageRead::Whole);
 }
 
 void MemoryPage::JumpTo(std::uint64_t address, bool placeCursor)

@@ -65,7 +65,8 @@ public:
     void ShowView();
     /// The view has another size. It is read once, when the user has stopped resizing it.
     void ResizeView(int widthPx, int heightPx);
-    /// What ResizeTimer is for: a jump that has waited for the view's size is made, or all is read.
+    /// What ResizeTimer is for: a jump that has waited for the view's size is made, or the page is
+    /// read; of a view that was only shown again what is missing.
     void ViewIsReady();
     [[nodiscard]] QTimer &ResizeTimer() { return m_resizeTimer; }
     /// Shows the row of an address at the top and reads it afresh, at once or as soon as the view
