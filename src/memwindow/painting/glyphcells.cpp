@@ -228,11 +228,12 @@ bool GlyphCells::FindPlacesOnce(std::span<const char> text, std::span<const Cell
     auto parts = unsigned(origin.columnsX);
     std::size_t firstOther = text.size();
     for (std::size_t column = 0; column < text.size(); ++column, parts += step) {
-        const std::size_t place = styleStarts[styles[column]]
-            + std::size_t{parts % kPixelParts} * 256 + static_cast<unsigned char>(text[column]);
-        places[column] = table[place];
-        if (places[column] < 0 && firstOther > column)
-            firstOther = column;
+        const std::size_t fractionStart = std::size_t{parts % kPixelParts} * 256;
+        const std::int32_t place = table[styleStarts[styles[column]] + fractionStart
+            + static_cast<unsigned char>(text[column])];
+        places[column] = place;
+        if (place < 0)
+            firstOther = std::min(firstOther, column);
     }
     return FindOtherPlaces(firstOther, text, styles, origin, places);
 }
