@@ -55,22 +55,24 @@ void GlyphCells::SetColours(const RowColours &colours)
 
 void GlyphCells::SetScale(int partsPerPixel)
 {
-    if (partsPerPixel == m_scale)
+    if (partsPerPixel == m_partsPerPixel)
         return;
-    m_scale = partsPerPixel;
+    m_partsPerPixel = partsPerPixel;
     Forget();
 }
 
 bool GlyphCells::AreUsable() const
 {
     // A font of bitmaps is stretched at other than whole scales, each time a little differently.
-    return Fractions() == 1 ? m_pictureHeight <= kMaxHeight
-                            : m_pictureHeight < kShapesFrom && m_isScalable;
+    return m_layout.Fractions() == 1 ? m_layout.Height() <= kMaxHeight
+                                     : m_layout.Height() < kShapesFrom && m_isScalable;
 }
 
 void GlyphCells::Forget()
 {
-    LayOut();
+    m_layout = CellLayout(
+        m_painter.CharacterWidth(), m_painter.LineHeight(), m_painter.Ascent(), m_partsPerPixel);
+    LayOutTables();
     for (auto &overhangs : m_overhangs)
         overhangs.fill(kOverhangUnknown);
     std::fill(m_places.begin(), m_places.end(), kNotRendered);
@@ -79,41 +81,19 @@ void GlyphCells::Forget()
     ++m_generation;
 }
 
-/// Works out the pictures' height and the tables' layout for the font, the colours and the scale.
-void GlyphCells::LayOut()
+void GlyphCells::LayOutTables()
 {
-    m_columnParts = m_painter.CharacterWidth() * m_scale;
-    const int ascent = m_painter.Ascent() * m_scale;
-    const int height = m_painter.LineHeight() * m_scale;
-    m_baseline = 0;
-    m_fullFraction = 0;
-    int below = 0;
-    for (int fraction = 0; fraction < kPixelParts; ++fraction) {
-        const int baseline = PixelAt(fraction + ascent);
-        const int above = baseline - PixelAt(fraction);
-        m_windows[std::size_t(fraction)] = {-above, PixelAt(fraction + height) - PixelAt(fraction)};
-        if (above > m_baseline) {
-            m_baseline = above;
-            m_fullFraction = fraction;
-        }
-        below = std::max(below, PixelAt(fraction + height) - baseline);
-    }
-    m_pictureHeight = m_baseline + below;
-    for (Window &window : m_windows)
-        window.first += m_baseline;
-
-    const int cellPixels = CellWidth(0) * m_pictureHeight;
-    m_maxPixels
-        = std::min(kMaxCells * std::size_t(cellPixels) * std::size_t(Fractions()), kMaxPixels);
-    const std::size_t styleRoom = std::size_t(Fractions()) * 256;
-    for (int fraction = 0; fraction < Fractions(); ++fraction) {
+    const auto fractions = std::size_t(m_layout.Fractions());
+    const auto cellPixels = std::size_t(m_layout.Width(0)) * std::size_t(m_layout.Height());
+    m_maxPixels = std::min(kMaxCells * cellPixels * fractions, kMaxPixels);
+    const std::size_t styleRoom = fractions * 256;
+    for (std::size_t fraction = 0; fraction < fractions; ++fraction) {
         for (std::size_t style = 0; style < kCellStyles; ++style) {
-            const int table = IsUnderlined(CellStyle(style)) ? fraction : 0;
-            m_styleStarts[std::size_t(fraction)][style]
-                = (std::size_t(table) * kCellStyles + style) * styleRoom;
+            const std::size_t table = IsUnderlined(CellStyle(style)) ? fraction : 0;
+            m_styleStarts[fraction][style] = (table * kCellStyles + style) * styleRoom;
         }
     }
-    m_places.resize(std::size_t(Fractions()) * kCellStyles * styleRoom);
+    m_places.resize(fractions * kCellStyles * styleRoom);
 }
 
 bool GlyphCells::IsUnderlined(CellStyle style) const
@@ -130,7 +110,7 @@ QImage GlyphCells::Draw(const Neighbours &cells)
     line.length = kColumns;
     std::fill_n(line.text.begin(), kColumns, ' ');
     RowPicture picture{.line = line, .selection = {}};
-    int fractionY = m_fullFraction;
+    int fractionY = m_layout.FullFraction();
     for (int i = 0; i < 3; ++i) {
         const CellStyle style = cells.styles[std::size_t(i)];
         const int column = kMiddle - 1 + i;
@@ -145,18 +125,18 @@ QImage GlyphCells::Draw(const Neighbours &cells)
         if (IsUnderlined(style))
             fractionY = cells.fractionY;
     }
-    const int x = FractionAt(cells.fractionX - kMiddle * m_columnParts);
-    const int ascent = m_painter.Ascent() * m_scale;
-    const int y = fractionY + kPixelParts * (kRoomAbove + m_baseline - PixelAt(fractionY + ascent));
-    QImage image(
-        PixelAt(x + kColumns * m_columnParts), kRoomAbove + m_pictureHeight, QImage::Format_RGB32);
+    const int x = m_layout.RowStart(kMiddle, cells.fractionX);
+    const int y = m_layout.RowTop(fractionY) + kRoomAbove * kPixelParts;
+    QImage image(PixelAt(x + kColumns * m_layout.ColumnParts()), kRoomAbove + m_layout.Height(),
+        QImage::Format_RGB32);
     if (image.isNull())
         return image;
     image.fill(m_painter.Colours().base);
     constexpr qreal kPart = 1.0 / kPixelParts;
+    const qreal scale = m_partsPerPixel * kPart;
     QPainter painter(&image);
     painter.setFont(m_painter.Font());
-    painter.setTransform({m_scale * kPart, 0, 0, m_scale * kPart, x * kPart, y * kPart});
+    painter.setTransform({scale, 0, 0, scale, x * kPart, y * kPart});
     m_painter.Draw(painter, 0, kColumns * m_painter.CharacterWidth(), picture);
     return image;
 }
@@ -173,8 +153,9 @@ std::uint8_t GlyphCells::Measure(char character, int fractionX)
     if (image.isNull())
         return overhang;
     overhang = kOverhangNone;
-    const int start = FractionAt(fractionX - kMiddle * m_columnParts);
-    const auto startOf = [&](int column) { return PixelAt(start + column * m_columnParts); };
+    const int start = m_layout.RowStart(kMiddle, fractionX);
+    const auto startOf
+        = [&](int column) { return PixelAt(start + column * m_layout.ColumnParts()); };
     const QRgb background = m_painter.Colours().base;
     for (int y = 0; y < image.height(); ++y) {
         const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
@@ -200,11 +181,11 @@ std::int32_t GlyphCells::StoreMiddle(const QImage &image, int fractionX)
     if (m_pixels.size() > m_maxPixels)
         Forget();
     const auto place = std::int32_t(m_pixels.size());
-    const int start = FractionAt(fractionX - kMiddle * m_columnParts);
-    const int x = PixelAt(start + kMiddle * m_columnParts);
-    for (int y = 0; y < m_pictureHeight; ++y) {
+    const int start = m_layout.RowStart(kMiddle, fractionX);
+    const int x = PixelAt(start + kMiddle * m_layout.ColumnParts());
+    for (int y = 0; y < m_layout.Height(); ++y) {
         const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(kRoomAbove + y));
-        m_pixels.insert(m_pixels.end(), line + x, line + x + CellWidth(fractionX));
+        m_pixels.insert(m_pixels.end(), line + x, line + x + m_layout.Width(fractionX));
     }
     return place;
 }
@@ -243,15 +224,16 @@ bool GlyphCells::FindPlacesOnce(std::span<const char> text, std::span<const Cell
     const auto fractionY = std::size_t(FractionAt(origin.topY));
     const std::size_t *const styleStarts = m_styleStarts[fractionY].data();
     const std::int32_t *const table = m_places.data();
-    const auto step = unsigned(m_columnParts);
+    const auto step = unsigned(m_layout.ColumnParts());
     auto parts = unsigned(origin.columnsX);
     std::size_t firstOther = text.size();
     for (std::size_t column = 0; column < text.size(); ++column, parts += step) {
-        const std::size_t place = styleStarts[styles[column]] + std::size_t{parts % kPixelParts} * 256
-            + static_cast<unsigned char>(text[column]);
-        places[column] = table[place];
-        if (firstOther > column && places[column] < 0)
-            firstOther = column;
+        const std::size_t fractionStart = std::size_t{parts % kPixelParts} * 256;
+        const std::int32_t place = table[styleStarts[styles[column]] + fractionStart
+            + static_cast<unsigned char>(text[column])];
+        places[column] = place;
+        if (place < 0)
+            firstOther = std::min(firstOther, column);
     }
     return FindOtherPlaces(firstOther, text, styles, origin, places);
 }
@@ -267,7 +249,7 @@ bool GlyphCells::FindOtherPlaces(std::size_t first, std::span<const char> text,
         const bool isUnknown = places[column] < 0;
         if (!isUnknown && column >= besideEnd)
             continue;
-        const int fractionX = FractionAt(origin.columnsX + int(column) * m_columnParts);
+        const int fractionX = FractionAt(origin.columnsX + int(column) * m_layout.ColumnParts());
         const std::uint8_t overhang
             = isUnknown ? OverhangOf(text[column], fractionX) : std::uint8_t{kOverhangNone};
         if (overhang != kOverhangNone) {
@@ -290,12 +272,12 @@ bool GlyphCells::FindOtherPlaces(std::size_t first, std::span<const char> text,
 std::int32_t GlyphCells::CellBesideOverhang(std::span<const char> text,
     std::span<const CellStyle> styles, std::size_t column, RowOrigin origin)
 {
-    const int parts = origin.columnsX + int(column) * m_columnParts;
+    const int parts = origin.columnsX + int(column) * m_layout.ColumnParts();
     Neighbours cells{.fractionX = FractionAt(parts)};
     std::uint8_t overhangs = 0;
     bool anyAge = false;
     const auto take = [&](std::size_t place, std::size_t from, std::uint8_t ifOverhang) {
-        const int offset = (int(place) - 1) * m_columnParts;
+        const int offset = (int(place) - 1) * m_layout.ColumnParts();
         const std::uint8_t overhang = OverhangOf(text[from], FractionAt(parts + offset));
         if ((overhang & ifOverhang) != ifOverhang)
             return; // a neighbour without ink here makes no difference

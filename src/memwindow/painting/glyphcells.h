@@ -1,6 +1,6 @@
 #pragma once
 
-#include "devicegrid.h"
+#include "celllayout.h"
 #include "plainrowpainter.h"
 
 #include <QImage>
@@ -30,20 +30,13 @@ struct RowOrigin {
 /// palette and scale, copied from then on.
 ///
 /// Where a column starts inside a device pixel, the engine draws another picture; so there is one
-/// for each such fraction. A row that starts inside a device pixel has its baseline, its edges and
-/// its underlines rounded. All pictures therefore have one baseline and are a little higher than a
-/// row, and a row shows a window of them; only underlined ones depend on the row's fraction.
+/// for each such fraction. Underlines are rounded by themselves; underlined pictures also depend on
+/// the fraction at which the row starts.
 ///
 /// Many fonts let the ink of some characters reach a pixel into the next cell. A cell beside such
 /// a character is a picture of its own, kept with its neighbours as the key.
 class GlyphCells {
 public:
-    /// The lines of a picture that a row shows.
-    struct Window {
-        int first = 0;
-        int count = 0;
-    };
-
     void SetFont(const QFont &font, int widthPx, int heightPx);
     void SetColours(const RowColours &colours);
     void SetScale(int partsPerPixel);
@@ -51,21 +44,14 @@ public:
     /// Whether cells of this font give the engine's own pixels at the scale that was set, and are
     /// no higher than is sensible.
     [[nodiscard]] bool AreUsable() const;
-    /// Device pixels of a cell that starts at the fraction.
-    [[nodiscard]] int CellWidth(int fractionX) const
-    {
-        return PixelAt(fractionX + m_columnParts) - PixelAt(fractionX);
-    }
-    [[nodiscard]] int ColumnParts() const { return m_columnParts; }
-    [[nodiscard]] int PictureHeight() const { return m_pictureHeight; }
-    [[nodiscard]] Window WindowOf(int fractionY) const { return m_windows[std::size_t(fractionY)]; }
+    [[nodiscard]] const CellLayout &Layout() const { return m_layout; }
 
     /// Where the pictures of a row's cells are kept, one place for each character.
     /// @param places  as many as there are characters
     /// @return false when a character cannot be drawn as a cell
     [[nodiscard]] bool FindPlaces(std::span<const char> text, std::span<const CellStyle> styles,
         RowOrigin origin, std::span<std::int32_t> places);
-    /// CellWidth x PictureHeight pixels, line by line, valid until the next FindPlaces.
+    /// Pixels of the layout's width and height, line by line, valid until the next FindPlaces.
     [[nodiscard]] const QRgb *Pixels(std::int32_t place) const { return m_pixels.data() + place; }
     /// Changes whenever the places known so far have lost their meaning.
     [[nodiscard]] int Generation() const { return m_generation; }
@@ -107,10 +93,8 @@ private:
             = m_overhangs[std::size_t(fractionX)][static_cast<unsigned char>(character)];
         return overhang == kOverhangUnknown ? Measure(character, fractionX) : overhang;
     }
-    /// In how many parts of a device pixel a column can start.
-    [[nodiscard]] int Fractions() const { return FractionAt(m_scale) == 0 ? 1 : kPixelParts; }
     void Forget();
-    void LayOut();
+    void LayOutTables();
     [[nodiscard]] bool IsUnderlined(CellStyle style) const;
     bool FindPlacesOnce(std::span<const char> text, std::span<const CellStyle> styles,
         RowOrigin origin, std::span<std::int32_t> places);
@@ -125,12 +109,8 @@ private:
 
     PlainRowPainter m_painter;
     bool m_isScalable = true; // the font
-    int m_scale = kPixelParts;
-    int m_columnParts = kPixelParts;
-    std::array<Window, kPixelParts> m_windows{}; // by the row's fraction
-    int m_pictureHeight = 1;
-    int m_baseline = 0;     // device pixels below a picture's upper edge
-    int m_fullFraction = 0; // of a row that shows the pictures from their first line on
+    int m_partsPerPixel = kPixelParts;
+    CellLayout m_layout;
     std::array<std::array<std::size_t, kCellStyles>, kPixelParts> m_styleStarts{};
     std::array<std::array<std::uint8_t, 256>, kPixelParts> m_overhangs{};
     std::vector<std::int32_t> m_places;                             // by Index

@@ -72,7 +72,7 @@ void RowPainter::Begin(const QPainter &painter, int viewportWidthPx)
 bool RowPainter::ChooseCopiers()
 {
     for (int fraction = 0; fraction < kPixelParts; ++fraction) {
-        const auto width = std::size_t(m_cells.CellWidth(fraction));
+        const auto width = std::size_t(m_cells.Layout().Width(fraction));
         if (width > kMaxCellWidth)
             return false;
         m_copiers[std::size_t(fraction)] = kCopiers[width];
@@ -95,8 +95,8 @@ void RowPainter::Draw(QPainter &painter, int row, const RowPicture &picture)
 /// @return false when there is no such image
 bool RowPainter::PrepareStrip(int columns, int firstColumnParts)
 {
-    const int cellsEnd = PixelAt(firstColumnParts + columns * m_cells.ColumnParts());
-    const QSize size(std::max(RowWidth(), cellsEnd), m_cells.PictureHeight());
+    const int cellsEnd = PixelAt(firstColumnParts + columns * m_cells.Layout().ColumnParts());
+    const QSize size(std::max(RowWidth(), cellsEnd), m_cells.Layout().Height());
     if (m_strip.size() == size && m_stripColumns == columns && m_stripFirstParts == firstColumnParts
         && m_stripGeneration == m_cells.Generation())
         return true;
@@ -152,8 +152,8 @@ bool RowPainter::ComposeStrip(const RowPicture &picture, RowOrigin origin)
     auto *const pixels = reinterpret_cast<QRgb *>(m_strip.bits());
     const qsizetype stride = m_strip.bytesPerLine() / qsizetype(sizeof(QRgb));
     const QRgb *const pictures = m_cells.Pixels(0);
-    const int height = m_cells.PictureHeight();
-    const int step = m_cells.ColumnParts();
+    const int height = m_cells.Layout().Height();
+    const int step = m_cells.Layout().ColumnParts();
     const auto copiers = m_copiers;
     for (std::size_t column = 0; column < count; ++column, parts += step) {
         const std::int32_t place = m_places[column];
@@ -171,7 +171,7 @@ void RowPainter::DrawStrip(QPainter &painter, int topParts) const
     constexpr qreal kParts = kPixelParts;
     const QPointF target(
         RowLeft() - m_grid.originX / kParts, PixelAt(topParts) - m_grid.originY / kParts);
-    const GlyphCells::Window window = m_cells.WindowOf(FractionAt(topParts));
+    const CellLayout::Window window = m_cells.Layout().WindowOf(FractionAt(topParts));
     const QRect lines(0, window.first, RowWidth(), window.count);
     if (m_grid.scale == kPixelParts && lines == m_strip.rect()) { // dearer with the source named
         painter.drawImage(target, m_strip);

@@ -7,6 +7,17 @@
 
 #include <algorithm>
 
+namespace {
+
+/// A font without a size, as on a screen of next to no dots per inch, keeps the other's own.
+void TakeSize(QFont &font, const QFontInfo &from)
+{
+    if (from.pointSizeF() > 0)
+        font.setPointSizeF(from.pointSizeF());
+}
+
+} // namespace
+
 QFont FixedPitchFont(const QFont &applicationFont)
 {
     QFont wanted(applicationFont);
@@ -16,14 +27,14 @@ QFont FixedPitchFont(const QFont &applicationFont)
     QFontInfo found(wanted);
     if (!found.fixedPitch()) {
         QFont systemFont = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-        systemFont.setPointSizeF(found.pointSizeF());
+        TakeSize(systemFont, found);
         found = QFontInfo(systemFont);
     }
     QFont font(found.family());
     font.setStyleName(found.styleName());
     font.setWeight(QFont::Weight(found.weight()));
     font.setItalic(found.italic());
-    font.setPointSizeF(found.pointSizeF());
+    TakeSize(font, found);
     font.setFixedPitch(true);
     return font;
 }
