@@ -229,21 +229,25 @@ void MemoryPage::BeginRead(PageRange wanted)
 
 void MemoryPage::GoOnReading(int budgetMs)
 {
-    QElapsedTimer whole;
-    whole.start();
+    QElapsedTimer whole; // for the periodic refresh alone
+    if (m_ticking)
+        whole.start();
     QElapsedTimer fallbacks;
     {
         const QScopedValueRollback<bool> inHost(m_inHost, true);
         m_read.Step(m_target, m_data, m_status);
-        fallbacks.start();
+        if (!m_read.IsDone())
+            fallbacks.start();
         while (!m_read.IsDone() && !fallbacks.hasExpired(budgetMs))
             m_read.Step(m_target, m_data, m_status);
     }
     StoreSettled();
     if (!m_read.IsDone())
         m_restTimer.start();
-    emit RowsChanged();
-    emit WasRead(int(whole.elapsed()));
+    if (m_dirtyRows.Any())
+        emit RowsChanged();
+    if (whole.isValid())
+        emit WasRead(int(whole.elapsed()));
 }
 
 void MemoryPage::StoreSettled()

@@ -119,7 +119,7 @@ signals:
     void RowsChanged();
     /// Everything looks different.
     void AllChanged();
-    /// The target was asked for this page, this long.
+    /// The target was asked for this page, this long. Sent while a periodic refresh is on.
     void WasRead(int elapsedMs);
 
 private:
