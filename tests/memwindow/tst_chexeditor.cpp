@@ -89,7 +89,7 @@ private slots:
         w.window.show();
         QApplication::processEvents();
         QCOMPARE(w.target.reads.size(), 1U); // shown again it knows its page
-        w.view->setFixedWidth(150); // too narrow for a single byte
+        w.view->setFixedWidth(150);          // too narrow for a single byte
         QApplication::processEvents();
         QCOMPARE(w.window.BytesPerRow(), 0U);
         w.window.OnResizeTimerTimeout();

@@ -44,7 +44,6 @@ public:
             window.first += m_baseline;
     }
 
-    [[nodiscard]] int PartsPerPixel() const { return m_partsPerPixel; }
     /// From one column to the next.
     [[nodiscard]] int ColumnParts() const { return m_columnParts; }
     /// At how many parts of a device pixel a column or a row can start.
