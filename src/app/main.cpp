@@ -15,7 +15,10 @@ int main(int argc, char **argv)
     SYS_PrepareProcess();
     std::setvbuf(stdout, nullptr, _IONBF, 0);
     QApplication application(argc, argv);
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/Resources/pelimo.svg")));
+    // The installed icon has a drawing for each small size; a build that is tried in place has
+    // none.
+    QApplication::setWindowIcon(QIcon::fromTheme(
+        QStringLiteral("pelimo"), QIcon(QStringLiteral(":/Resources/pelimo.svg"))));
     QApplication::setDesktopFileName(QStringLiteral("pelimo"));
     PROBE_SetLastWords(APP_TellLibraryFailure);
     const ProcessEnd processEnd;
