@@ -7,12 +7,13 @@ demo_process=
 demo_base=0x00000000 # where the memory window starts
 demo_machine=arm     # which machine ./run --qemu shows
 
+# What was started last ends first: a client whose server has gone may fail on that.
 demo_stop() {
-    local pid
-    for pid in "${demo_pids[@]}"; do
-        kill "$pid" 2>/dev/null || true
+    local at
+    for ((at = ${#demo_pids[@]} - 1; at >= 0; at--)); do
+        kill "${demo_pids[at]}" 2>/dev/null || true
+        wait "${demo_pids[at]}" 2>/dev/null || true
     done
-    [ ${#demo_pids[@]} -eq 0 ] || wait "${demo_pids[@]}" 2>/dev/null || true
 }
 trap demo_stop EXIT
 
@@ -59,12 +60,13 @@ demo_start_target() {
     case $1 in
     qemu) demo_start_qemu ;;
     openocd) demo_start_openocd ;;
-    pid) demo_choose_process ;;
+    pid) demo_start_pid ;;
     esac
 }
 
 # demo_qemu MACHINE: fills demo_qemu_command with the machine and its firmware, demo_base with the
 # place worth looking at, demo_device with its name in the device list and demo_big with its byte order.
+# Says so and fails when there is no such machine.
 demo_qemu() {
     local images=openprobe/firmware
     demo_big=0
@@ -95,7 +97,8 @@ demo_qemu() {
         demo_base=0x00800200 demo_device=mega2560
         ;;
     *)
-        return 2
+        echo "There is no machine $1: use arm, mips, riscv32, riscv64, aarch64 or avr." >&2
+        return 1
         ;;
     esac
     demo_qemu_command+=(-nographic -serial null -monitor none)
@@ -113,7 +116,6 @@ demo_qemu_package() {
 demo_start_qemu() {
     local port
     port=$(demo_free_port)
-    demo_qemu "$demo_machine"
     "${demo_qemu_command[@]}" -gdb "tcp:127.0.0.1:$port" </dev/null >"$demo_dir/qemu.log" 2>&1 &
     demo_pids+=($!)
     demo_wait_for_port "$port"
@@ -128,32 +130,57 @@ demo_start_openocd() {
     demo_pids+=($!)
     demo_wait_for_port "$board_port"
     tcl_port=$(demo_free_port "$board_port")
+    # After the start it would log every answer, the target's memory among them.
     openocd -c "set MODEL_PORT $board_port" -f openprobe/model/openocd.cfg \
-        -c "tcl_port $tcl_port; gdb_port disabled; telnet_port disabled" >"$demo_dir/openocd.log" 2>&1 &
+        -c "tcl_port $tcl_port; gdb_port disabled; telnet_port disabled" \
+        -c init -c "log_output /dev/null" >"$demo_dir/openocd.log" 2>&1 &
     demo_pids+=($!)
     demo_wait_for_port "$tcl_port"
     demo_base=0x20000000
     demo_use_settings '[GENERAL]' 'ConnectMode = 2' "HostName=\"tcl:127.0.0.1:$tcl_port\""
 }
 
-# The lowest writable memory of the process is where its data are.
+# demo_choose_process: fills demo_base with the lowest writable memory of the process, where its data
+# are. Says so and fails when there is none that could be shown.
 demo_choose_process() {
     local first
-    [ -r "/proc/$demo_process/maps" ] || {
-        echo "usage: ./run --pid N, with N a running process of yours" >&2
-        return 2
+    case $demo_process in
+    '' | *[!0-9]*)
+        echo "After --pid stands the number of a running process, e.g. ./run --pid 4711." >&2
+        return 1
+        ;;
+    esac
+    [ -e "/proc/$demo_process" ] || {
+        echo "There is no process $demo_process." >&2
+        return 1
     }
-    first=$(awk -F'[- ]' '$3 ~ /^rw/ && length($1) <= 8 { print $1; exit }' "/proc/$demo_process/maps")
+    # Its mode lets everybody read; whether that is so shows when it is opened.
+    first=$(awk -F'[- ]' '$3 ~ /^rw/ && length($1) <= 8 { print $1; exit }' \
+        "/proc/$demo_process/maps" 2>/dev/null) || {
+        echo "The memory of process $demo_process may not be read: choose a process of your own." >&2
+        return 1
+    }
     [ -n "$first" ] || {
         echo "Process $demo_process has no memory below 4 GiB: build it with -no-pie or -m32." >&2
         return 1
     }
     demo_base=0x$first
+}
+
+demo_start_pid() {
     demo_use_settings '[GENERAL]' 'ConnectMode = 2' "HostName=\"pid:$demo_process\""
 }
 
+# demo_run_visible MODE [ARGUMENT...]: the simulated target runs with the user's own settings, which
+# may name another one.
 demo_run_visible() {
-    build/bin/pelimo "$@"
+    local mode=$1
+    shift
+    if [ "$mode" = sim ]; then
+        build/bin/pelimo-openprobe sim -- "$@"
+    else
+        build/bin/pelimo "$@"
+    fi
 }
 
 # demo_run_headless MODE [ARGUMENT...]: a virtual screen, the first dialog accepted, pictures of

@@ -4,8 +4,12 @@
 build_packages="cmake ninja-build g++ qt6-base-dev qt6-svg-dev libgl-dev libpugixml-dev"
 runtime_packages="libqt6svg6 fonts-dejavu-core"
 headless_packages="xvfb xdotool imagemagick x11-utils"
-test_packages="xvfb xclip gdbserver openocd procps qemu-system-mips qemu-system-misc"
-check_packages="python3 clang lld clang-format clang-tidy cppcheck libclang-rt-14-dev libbenchmark-dev valgrind ccache"
+test_packages="xvfb xclip gdbserver openocd procps qemu-system-arm qemu-system-mips qemu-system-misc weston qt6-wayland imagemagick"
+# The benchmarks count instructions under valgrind, with its header.
+bench_packages="libbenchmark-dev valgrind"
+# The compilers of the firmwares are here too: the suite then builds them anew and compares.
+check_packages="python3 clang lld clang-format clang-tidy cppcheck libclang-rt-14-dev gcc-arm-none-eabi ccache"
+deb_packages="debhelper lintian desktop-file-utils appstream man-db faketime"
 
 # need_packages PACKAGE...: says what is missing and installs it, with sudo when not root.
 need_packages() {

@@ -1,5 +1,6 @@
 #include "connectionsettings.h"
 
+#include "presethost.h"
 #include "ranvoapi.h"
 #include "settingsstore.h"
 #include "utiltext.h"
@@ -115,6 +116,13 @@ void WriteKey(const RecordKey &key, const ConnectionRecord &record)
     }
 }
 
+/// Whether the key is one of those that a preset target stands in for.
+bool NamesTarget(const RecordKey &key)
+{
+    return key.offset == offsetof(ConnectionRecord, ConnectMode)
+        || key.offset == offsetof(ConnectionRecord, HostName);
+}
+
 /// The probe library's first device. Usually the first probe call of a run.
 void TakeFirstDevice(ConnectionRecord &record)
 {
@@ -159,6 +167,7 @@ void SETTINGS_Load(ConnectionRecord *record)
         ReadKey(key, loaded);
     if (loaded.Device[0] == '\0')
         TakeFirstDevice(loaded);
+    PRESET_Take(loaded);
     ApplyRules(loaded);
     SetGlobalRecord(loaded);
     *record = loaded;
@@ -171,8 +180,11 @@ bool SETTINGS_Apply(const ConnectionRecord *record)
         return false;
     {
         const SettingsBatch oneSave;
-        for (const RecordKey &key : kRecordKeys)
-            WriteKey(key, *record);
+        const bool preset = PRESET_Holds(*record);
+        for (const RecordKey &key : kRecordKeys) {
+            if (!preset || !NamesTarget(key))
+                WriteKey(key, *record);
+        }
     }
     SetGlobalRecord(*record);
     if (SETTINGS_Host().Reconnect)

@@ -1,5 +1,6 @@
 # An installation of everything holds no probe library; the one component that does keeps it away from
-# the program, which would prefer it to the maker's.
+# the program, which would prefer it to the maker's. Its command hands a target to the program that lies
+# beside the library, and refuses what is none.
 file(REMOVE_RECURSE "${PREFIX}")
 execute_process(COMMAND "${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${PREFIX}"
   OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
@@ -16,10 +17,32 @@ if(NOT count EQUAL 1)
 endif()
 cmake_path(GET libraries PARENT_PATH folder)
 file(REAL_PATH "${PREFIX}/bin/pelimo" program)
-file(REAL_PATH "${PREFIX}/bin/pelimo-openprobe" other)
+file(REAL_PATH "${PREFIX}/bin/pelimo-openprobe" command)
+cmake_path(REPLACE_FILENAME command pelimo OUTPUT_VARIABLE other)
 cmake_path(GET program PARENT_PATH programFolder)
 cmake_path(GET other PARENT_PATH otherFolder)
 file(REAL_PATH "${folder}" folder)
 if(programFolder STREQUAL folder OR NOT otherFolder STREQUAL folder OR NOT EXISTS "${other}")
   message(FATAL_ERROR "library in ${folder}, programs ${program} and ${other}")
 endif()
+
+# In the place of that program, one that tells what it was given.
+file(WRITE "${other}" "#!/bin/sh\necho \"$PELIMO_HOST|$*\"\n")
+file(CHMOD "${other}" PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+function(command_answers wanted)
+  execute_process(COMMAND "${PREFIX}/bin/pelimo-openprobe" ${ARGN} OUTPUT_VARIABLE text
+    ERROR_VARIABLE text RESULT_VARIABLE result)
+  if(NOT "${result}: ${text}" MATCHES "${wanted}")
+    message(SEND_ERROR "pelimo-openprobe ${ARGN} answers ${result}: ${text}")
+  endif()
+endfunction()
+set(ENV{PELIMO_HOST} inherited)
+command_answers("^0: inherited\\|-style fusion\n$" -- -style fusion)
+command_answers("^0: gdb:board:1\\|\n$" " gdb:board:1 ")
+command_answers("^0: localhost\\|x\n$" " " -- x)
+command_answers("^2: .*\"nowhere:\" is not a selector: use HOST" nowhere:)
+command_answers("^2: .*at most 63 characters" "pid:a\nb")
+command_answers("^2: .*no option --tell" --tell)
+command_answers("^2: .*One target" sim sim)
+command_answers("^0: pelimo-openprobe [0-9.]+\n$" --version)
+command_answers("^0: SELECTOR .*\ntcl:[^\n]* OpenOCD's Tcl server at \\[::1\\]:6666\n" --list)

@@ -1,5 +1,6 @@
 #include "connectionsettings.h"
 
+#include "presethost.h"
 #include "ranvoapi.h"
 #include "settingsstore.h"
 #include "utiltext.h"
@@ -132,6 +133,36 @@ private slots:
         SETTINGS_Apply(&record);
         const ConnectionRecord loaded = Load(Content());
         QVERIFY(std::memcmp(&record, &loaded, sizeof record) == 0);
+    }
+
+    void aPresetTargetCountsForOneRunAndIsNotSaved()
+    {
+        const QByteArray stored = "[GENERAL]\r\nHostName=\"kept\"\r\nConnectMode = 1\r\n";
+        for (const QByteArray &refused : {QByteArray(""), QByteArray(" x"), QByteArray("x "),
+                 QByteArray("a\nb"), QByteArray(64, 'x')}) {
+            qputenv(kPresetHostVariable, refused);
+            QCOMPARE(Load(stored).ConnectMode, kConnectModeUsb);
+        }
+        qputenv(kPresetHostVariable, "gdb:board:1");
+        ConnectionRecord record = Load(stored);
+        QCOMPARE(record.ConnectMode, kConnectModeTcpIp);
+        QCOMPARE(record.HostName.data(), "gdb:board:1");
+        QVERIFY(!SETTINGS_Apply(&record)); // OK in the first dialog
+        QCOMPARE(Content(), stored);
+
+        record.EndianMode = 1;
+        SETTINGS_Apply(&record);
+        QVERIFY(Content().startsWith("[GENERAL]\r\nUSBSerialNo = 0x00\r\nUseSerialNo = 0\r\n"
+                                     "HostName=\"kept\"\r\nConnectMode = 1\r\n"));
+        QVERIFY(Content().contains("EndianMode = 1"));
+
+        UTIL_CopyText(record.HostName, "sim");
+        SETTINGS_Apply(&record);
+        QVERIFY(Content().contains("HostName=\"sim\"\r\n"));
+        UTIL_CopyText(record.HostName, "gdb:board:1"); // chosen by the user this time
+        SETTINGS_Apply(&record);
+        qunsetenv(kPresetHostVariable);
+        QCOMPARE(Load(Content()).HostName.data(), "gdb:board:1");
     }
 
     void snapshotsAreNeverTorn()
