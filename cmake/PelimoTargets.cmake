@@ -23,10 +23,11 @@ endif()
 
 # pelimo_add_test(NAME tst_rowcache SOURCES tst_rowcache.cpp LIBS pelimo_memcore [LABELS ...] [TIMEOUT s])
 #
-# A Qt Test program run by CTest in its own empty HOME, without a display. NAME is unique in the tree.
+# A Qt Test program in its own empty HOME, without a display, also when it is started by hand. NAME is
+# unique in the tree.
 function(pelimo_add_test)
   cmake_parse_arguments(arg "" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ENVIRONMENT" ${ARGN})
-  add_executable(${arg_NAME} ${arg_SOURCES})
+  add_executable(${arg_NAME} ${arg_SOURCES} $<TARGET_OBJECTS:pelimo_ownhome>)
   set_target_properties(${arg_NAME} PROPERTIES AUTOMOC ON
     RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
   target_link_libraries(${arg_NAME} PRIVATE ${arg_LIBS} Qt6::Test pelimo_build)

@@ -2,6 +2,7 @@
 file(REMOVE_RECURSE "${HOME_DIR}")
 file(MAKE_DIRECTORY "${HOME_DIR}")
 set(ENV{HOME} "${HOME_DIR}")
+set(ENV{PELIMO_TEST_HOME} 1) # else it makes one of its own
 unset(ENV{XDG_CONFIG_HOME})
 unset(ENV{XDG_DATA_HOME})
 unset(ENV{SYS_DEBUG_LEVEL})

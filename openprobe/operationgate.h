@@ -9,21 +9,21 @@
 
 namespace OpenProbe {
 
-/// Lets one operation at a time onto the probe and knows whether the probe is up.
+/// Allows one operation at a time on the probe, and holds whether the probe is up.
 ///
-/// One short mutex guards it all and is never held across a wait for the target, so asking for the
-/// state costs next to nothing even while a transfer is running. An Open is told from the Closes
-/// before it by a count: only a Close that comes after its start cancels it.
+/// One mutex guards it all and is never held across a wait for the target, so the state can be read
+/// quickly even during a transfer. A count distinguishes an Open from the Closes before it: only a
+/// Close that comes after its start cancels it.
 class OperationGate {
 public:
-    /// Marks the probe as down, cuts waiting readers short, and answers the mark of this Open, to
-    /// be handed to ClearForOpen and SetUp.
+    /// Marks the probe as down and ends the waits of readers.
+    /// @return the mark of this Open, for ClearForOpen and SetUp
     [[nodiscard]] std::uint64_t BeginOpen();
 
     /// Waits for the running operation to end. Leave() gives the gate back.
     void Enter();
 
-    /// As Enter, but at most for that long. False when the gate was not had.
+    /// As Enter, but waits for that long at most. False when the gate is still taken.
     [[nodiscard]] bool EnterWithin(std::chrono::milliseconds limit);
 
     /// As Enter for an operation that needs the probe: false, at once, when it is down or goes
@@ -32,7 +32,8 @@ public:
 
     void Leave();
 
-    /// With the gate held: forgets the cancels meant for others. False when this Open is cancelled.
+    /// With the gate held: clears the cancels of earlier operations. False when this Open is
+    /// cancelled.
     [[nodiscard]] bool ClearForOpen(std::uint64_t mark);
 
     /// With the gate held: the probe is up from now on. False when this Open is cancelled.

@@ -76,7 +76,7 @@ const char *ProbeLibrary::Open()
     return error.empty() ? nullptr : m_errorText.data();
 }
 
-// The gate is held. A former connection may still be there: after a loss nobody closes it.
+// The gate is held. A former connection may still exist: after a loss the host does not close it.
 std::string ProbeLibrary::OpenSelected(std::uint64_t mark)
 {
     TearDown();
@@ -107,7 +107,7 @@ void ProbeLibrary::Close()
 {
     m_gate.Cancel();
     if (!m_gate.EnterWithin(kCloseWait))
-        return; // whoever holds the gate sees the cancel and tears down
+        return; // the operation that holds the gate sees the cancel and closes the back end
     TearDown();
     m_gate.Leave();
 }
@@ -124,7 +124,7 @@ void ProbeLibrary::TearDown()
         old->Close();
 }
 
-// Ends an operation. A Close that could not wait for it left the tearing down to us.
+// Ends an operation. If a Close could not wait for it, the back end is closed here.
 void ProbeLibrary::LeaveAfterUse()
 {
     if (m_backend != nullptr && !m_backend->Alive())

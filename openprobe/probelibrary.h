@@ -14,7 +14,7 @@ namespace OpenProbe {
 /// The state behind the exported functions: what is selected and set up, and the open back end.
 ///
 /// Every function may be called from any thread. Transfers and Open run one at a time; IsConnected
-/// never waits for them, transfers answer kTransferFailed at once while the probe is down, and
+/// never waits for them, transfers return kTransferFailed at once while the probe is down, and
 /// Close ends an Open or a transfer that another thread is in.
 class ProbeLibrary {
 public:
@@ -31,8 +31,8 @@ public:
     /// default target and not an old host.
     void Select(TargetChoice choice);
 
-    /// Runs "NAME = VALUE". False when the command or its value is unknown. The reply is for
-    /// people.
+    /// Runs "NAME = VALUE". False when the command or its value is unknown. The reply is a text for
+    /// the user.
     bool ExecCommand(std::string_view command, std::string &reply);
 
     void SetSpeed(std::uint32_t speedKHz);

@@ -1,4 +1,4 @@
-// The exported border: plain C arguments in, one call of ProbeLibrary, plain results out.
+// The exported functions: each checks its C arguments and makes one call of ProbeLibrary.
 
 #pragma GCC visibility push(default)
 #include "ranvoapi.h"
@@ -23,7 +23,7 @@ constexpr std::uint32_t kHardwareVersion = 10000; // 1.00.00
 constexpr std::uint32_t kMaxSpeedKHz = 50000;
 constexpr std::uint64_t kAddressSpace = 1ULL << 32;
 
-// Nothing may be thrown across the C border; what can be thrown here is lack of memory.
+// No exception may leave a C function; the only one that can occur here is lack of memory.
 template <typename Function, typename Result>
 Result Guarded(Function function, Result whenThrown) noexcept
 {
@@ -101,7 +101,7 @@ int RANVOARM_SelectIP(const char *host, int port)
         [&](ProbeLibrary &library) {
             auto choice = OpenProbe::ParseSelector(host != nullptr ? host : "", port);
             const int result = choice.error.empty() ? kOk : kError;
-            library.Select(std::move(choice)); // a refused text is what Open will complain about
+            library.Select(std::move(choice)); // Open reports a text that is no selector
             return result;
         },
         kError);
@@ -131,8 +131,8 @@ int RANVOARM_ExecCommand(const char *command, char *reply, int replySize)
         kError);
 }
 
-// Byte order, interface and scan chain are checked and then forgotten: memory is handed over in
-// address order, and what stands between a debug server and its chip is the server's own affair.
+// Byte order, interface and scan chain are checked and otherwise ignored: memory is transferred in
+// address order, and a debug server has its own configuration of the chip's interface.
 int RANVOARM_SetEndian(int endianMode)
 {
     return endianMode == 0 || endianMode == 1 ? kOk : kError;

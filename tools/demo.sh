@@ -23,7 +23,7 @@ demo_use_settings() {
     export XAUTHORITY=${XAUTHORITY:-$HOME/.Xauthority}
     export HOME=$demo_dir/home
     unset XDG_CONFIG_HOME
-    rm -rf "$HOME"
+    rm -rf "$HOME/.config" # alone: the user may have saved memory to a file here
     mkdir -p "$HOME/.config/Unknown Organization"
     printf '%s\n' '[AppData]' "HexEditor\\Base%20Address=$((demo_base))" \
         >"$HOME/.config/Unknown Organization/pelimo.conf"

@@ -11,7 +11,7 @@ namespace OpenProbe {
 /// aligned one into word accesses, so widths 1 and 2 cost a request for each unit, and an unaligned
 /// start or a short rest is taken in the widest units that fit.
 /// @param remaining  at least 1
-/// @param width      1, 2, 4, or 0: as the peer likes
+/// @param width      1, 2, 4, or 0: the peer chooses
 /// @param maxBytes   the longest request, a multiple of 4
 [[nodiscard]] inline std::uint32_t NextRequestBytes(
     std::uint32_t address, std::size_t remaining, std::uint32_t width, std::uint32_t maxBytes)

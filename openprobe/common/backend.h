@@ -19,9 +19,9 @@ struct TargetSetup {
 
 /// One way to reach a target: simulated, or over a protocol.
 ///
-/// ProbeLibrary owns the open one and calls it from one thread at a time; Alive alone may come from
-/// another thread meanwhile. Everything that waits ends within its own time limit, and at once when
-/// the cancel signal is raised.
+/// ProbeLibrary owns the open one and calls it from one thread at a time; only Alive may be called
+/// from another thread meanwhile. Every wait ends within its own time limit, and at once when the
+/// cancel signal is raised.
 class Backend {
 public:
     Backend() = default;
@@ -29,8 +29,8 @@ public:
     Backend &operator=(const Backend &) = delete;
     virtual ~Backend() = default;
 
-    /// Reaches the probe or the stub. Empty on success, else a text for the user that says what to
-    /// do next.
+    /// Connects to the probe or the stub.
+    /// @return empty on success, otherwise a text that tells the user what to do next
     [[nodiscard]] virtual std::string Open(const CancelSignal &cancel) = 0;
 
     /// Connects to the target with the host's set-up. False when there is none.
@@ -48,7 +48,7 @@ public:
         std::uint32_t address, std::span<std::uint8_t> data, std::uint32_t width)
         = 0;
 
-    /// Writes target memory. Answers data.size(), or kTransferFailed.
+    /// Writes target memory. @return data.size(), or kTransferFailed
     [[nodiscard]] virtual int Write(
         std::uint32_t address, std::span<const std::uint8_t> data, std::uint32_t width)
         = 0;
@@ -56,10 +56,11 @@ public:
     /// The core's identification word, 0 when unknown.
     [[nodiscard]] virtual std::uint32_t CoreId() = 0;
 
-    /// Applies an interface speed and answers the one in use in kHz, 0 when there is no such thing.
+    /// Applies an interface speed. @return the one in use in kHz, 0 when the link has none
     [[nodiscard]] virtual std::uint32_t SetSpeed(std::uint32_t speedKHz) = 0;
 
-    /// Lets go of the target as it was found. Called once, before destruction.
+    /// Ends the connection and leaves the target running or halted, as it was found. Called once,
+    /// before destruction.
     virtual void Close() noexcept = 0;
 };
 

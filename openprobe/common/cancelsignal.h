@@ -4,7 +4,7 @@ namespace OpenProbe {
 
 /// A signal that ends every wait of the library at once. It stays raised until it is cleared.
 ///
-/// Any thread may raise it; whoever waits puts Descriptor() beside its own into poll().
+/// Any thread may raise it; a waiting thread passes Descriptor() to poll() beside its own.
 class CancelSignal {
 public:
     CancelSignal();
@@ -19,7 +19,7 @@ public:
     [[nodiscard]] bool WaitFor(int timeoutMs) const noexcept;
     [[nodiscard]] bool IsRaised() const noexcept { return WaitFor(0); }
 
-    /// Readable while the signal is raised; -1 when the system gave none.
+    /// Readable while the signal is raised; -1 when the system refused to create one.
     [[nodiscard]] int Descriptor() const noexcept { return m_descriptor; }
 
 private:

@@ -4,8 +4,8 @@
 
 namespace OpenProbe {
 
-/// Where every Cortex-M core has its identification word. Other cores have something else there, so
-/// it is read only where the peer says that the core is one of these.
+/// The address of the identification word of every Cortex-M core. Other cores have something else
+/// there, so it is read only when the peer says that the core is one of these.
 inline constexpr std::uint32_t kCpuIdAddress = 0xE000ED00;
 
 /// The word read there, or 0 when it is no Cortex-M core's identification.

@@ -9,13 +9,13 @@ namespace OpenProbe {
 /// machines: a decimal number from 1 to 60. Anything else is 1.
 inline constexpr const char *kPatienceVariable = "OPENPROBE_PATIENCE";
 
-/// Looks at kPatienceVariable; every Open does. Before that it counts as 1.
+/// Reads kPatienceVariable; every Open does. Before the first time it counts as 1.
 void RefreshPatience();
 
-/// What kPatienceVariable said when it was looked at last. Any thread.
+/// The value of kPatienceVariable when it was read last. Any thread.
 [[nodiscard]] int Patience();
 
-/// A point in time by which something must be over, on the clock that nobody sets.
+/// A point in time by which something must be over, on the monotonic clock.
 class Deadline {
 public:
     using Clock = std::chrono::steady_clock;

@@ -44,7 +44,7 @@ constexpr std::uint32_t kRam = 0x20000000;
 constexpr std::uint32_t kLittle = 0;
 constexpr std::uint32_t kBig = 1;
 
-// The first one is the default of a fresh configuration. The generic ones say no sizes: their map
+// The first one is the default of a fresh configuration. The generic ones have no sizes: their map
 // is whatever the target has. All makers below them are made up.
 constexpr std::array kDevices = {
     DeviceEntry{"Simulated", "SIM-M4", kM4, kFlash, kMiB, kRam, 256 * kKiB, 1, kLittle},
@@ -158,7 +158,7 @@ ExtraDevices *MakeExtraDevices()
     extra->names.resize(static_cast<std::size_t>(count));
     extra->entries.reserve(static_cast<std::size_t>(count));
     for (std::size_t i = 0; i < extra->names.size(); ++i) {
-        // Cores, sizes and makers of the fixed rows in turn, so that filters have something to do.
+        // Repeats the cores, sizes and makers of the fixed rows, so that filters can be tried.
         DeviceEntry entry = kDevices[i % kDevices.size()];
         const std::string number = std::to_string(100'001 + i).substr(1);
         extra->names[i] = "TEST-" + number;
@@ -168,7 +168,7 @@ ExtraDevices *MakeExtraDevices()
     return extra;
 }
 
-// Leaked on purpose: handed-out names stay valid while the process ends under a running worker.
+// Never freed, on purpose: a worker may still use the names while the process ends.
 const ExtraDevices &Extra()
 {
     static const ExtraDevices *const extra = MakeExtraDevices();

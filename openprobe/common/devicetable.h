@@ -18,7 +18,7 @@ struct DeviceEntry {
 };
 
 /// The environment variable that adds devices "TEST-00001" and so on, for lists of any length:
-/// a decimal number up to kMaxExtraDevices, read once at the first question for a device. Anything
+/// a decimal number up to kMaxExtraDevices, read once when a device is first asked for. Anything
 /// else adds none.
 inline constexpr const char *kExtraDevicesVariable = "OPENPROBE_EXTRA_DEVICES";
 inline constexpr int kMaxExtraDevices = 20'000;

@@ -20,8 +20,8 @@ namespace OpenProbe {
 /// Appends two hex digits for each byte.
 void AppendHex(std::string &text, std::span<const std::uint8_t> bytes);
 
-/// Fills bytes from exactly two hex digits for each. False, and nothing sure about bytes,
-/// otherwise.
+/// Fills bytes from exactly two hex digits for each. For any other text false; bytes are undefined
+/// then.
 [[nodiscard]] bool DecodeHex(std::string_view text, std::span<std::uint8_t> bytes);
 
 } // namespace OpenProbe

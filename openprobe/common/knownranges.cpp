@@ -9,7 +9,7 @@ void KnownRanges::Add(std::uint32_t first, std::uint32_t last)
     if (Contain(first, last))
         return;
     for (Range &range : m_ranges) {
-        // Joined where they touch: a long read arrives in pieces.
+        // Ranges that touch are joined: a long read arrives in pieces.
         if (range.first <= range.last && first <= std::uint64_t{range.last} + 1
             && range.first <= std::uint64_t{last} + 1) {
             range.first = std::min(range.first, first);

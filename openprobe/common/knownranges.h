@@ -6,10 +6,11 @@
 
 namespace OpenProbe {
 
-/// The last few address ranges that have answered a read.
+/// The last few address ranges that could be read.
 ///
-/// An emulator's stub confirms writes to nothing, so a write is preceded by a read of its range;
-/// where the range was read before, as the window's page was, that extra access is spared.
+/// An emulator's stub confirms writes to addresses that do not exist, so a write is preceded by a
+/// read of its range. Where the range was read before, as the window's page was, that read is left
+/// out.
 class KnownRanges {
 public:
     /// @param last  inclusive

@@ -6,7 +6,7 @@
 
 namespace OpenProbe {
 
-/// What a peer may take at most, whatever the road to it; each is multiplied by Patience().
+/// The time limits for a peer of any kind; each is multiplied by Patience().
 inline constexpr std::chrono::milliseconds kConnectLimit{2000};
 inline constexpr std::chrono::milliseconds kHandshakeLimit{1500};
 inline constexpr std::chrono::milliseconds kProgressLimit{500}; // without a byte in a transfer
@@ -15,7 +15,7 @@ inline constexpr std::chrono::milliseconds kTransferLimit{1500};
 /// The time of one transfer: kTransferLimit for each so many bytes that are asked for.
 class TransferTime {
 public:
-    /// @param bytesPerLimit  what a slow peer surely moves in that time
+    /// @param bytesPerLimit  what even a slow peer can transfer in that time
     explicit TransferTime(std::size_t bytesPerLimit)
         : m_bytesPerLimit(bytesPerLimit)
     {
@@ -32,7 +32,7 @@ public:
             Renew();
     }
 
-    /// What has been asked for so far has to be there by then.
+    /// The time by which everything requested so far must have arrived.
     [[nodiscard]] Deadline End() const { return m_end; }
 
     static constexpr std::size_t kSmallestRequest = 32;

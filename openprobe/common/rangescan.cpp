@@ -39,8 +39,8 @@ int PrefixOf(std::uint32_t address, std::span<std::uint8_t> piece, PieceReader &
     return static_cast<int>(readable);
 }
 
-// Places in [address, end) at multiples of the step, and its last byte. They are words where they
-// can be, as some peripherals take nothing else.
+// Samples in [address, end) at multiples of the step, and its last byte. They are words where
+// possible, since some peripherals accept nothing else.
 std::vector<Sample> SamplesIn(std::uint64_t address, std::uint64_t end, std::uint32_t step)
 {
     std::vector<Sample> samples;
@@ -86,7 +86,7 @@ int ReadRange(std::uint32_t address, std::span<std::uint8_t> data, std::uint32_t
         done += piece.size();
     }
     if (done < data.size()) {
-        // The byte at the prefix's end is known not to answer.
+        // The byte at the end of the prefix is known to be unreadable.
         const std::uint64_t behind = std::uint64_t{address} + done + 1;
         const std::uint64_t end = std::uint64_t{address} + data.size();
         const auto samples = SamplesIn(behind, end, SampleStep(data.size()));

@@ -7,19 +7,19 @@ namespace OpenProbe {
 
 enum class PieceResult { Read, Unreadable, LinkLost };
 
-/// A place that is asked whether it answers.
+/// A place that is read to find out whether memory is there.
 struct Sample {
     std::uint32_t address;
     std::uint32_t bytes; // 1 or 4
 };
 
-/// A link that tells of each request only "all" or "nothing".
+/// A link whose requests succeed or fail as a whole.
 class PieceReader {
 public:
     /// Reads one piece wholly or not at all.
     [[nodiscard]] virtual PieceResult Read(std::uint32_t address, std::span<std::uint8_t> data) = 0;
 
-    /// Whether one of the samples answers: Read when one does, and the rest need not be asked then.
+    /// Whether one of the samples can be read: Read when one can; the rest need not be tried then.
     [[nodiscard]] virtual PieceResult ReadAny(std::span<const Sample> samples);
 
     PieceReader() = default;
@@ -30,7 +30,7 @@ protected:
     ~PieceReader() = default;
 };
 
-/// Reads a range over such a link, and answers as Backend::Read does.
+/// Reads a range over such a link. The result is that of Backend::Read.
 ///
 /// Requests are at most maxPiece long. After the first failing one the exact readable prefix is
 /// searched; behind it the rest is sampled every few bytes (every byte in a range of up to four,

@@ -18,7 +18,7 @@ struct TargetChoice {
     std::string host; // Gdb, Tcl: name or address, without brackets
     std::uint16_t port = 0;
     std::string process; // Pid: a number or a process name
-    std::string error;   // not empty: the text that Open answers instead of opening anything
+    std::string error;   // not empty: the text that Open returns instead of opening anything
 };
 
 /// Reads a selector as typed into the host field. Never fails: a text that is none gives a

@@ -52,7 +52,7 @@ TcpLink::Failure TcpLink::Connect(
         return Failure::NoAddress;
     Failure failure = Failure::TimedOut;
     for (const addrinfo *entry = list.get(); entry != nullptr; entry = entry->ai_next) {
-        // A silent address leaves time for the ones behind it.
+        // A silent address must leave time to try the next ones.
         const int shareMs = deadline.LeftMs() / Count(entry);
         const Deadline share = Deadline::After(std::chrono::milliseconds(shareMs));
         failure = ConnectTo(entry->ai_addr, entry->ai_addrlen, entry->ai_family, share);
@@ -75,13 +75,13 @@ TcpLink::Failure TcpLink::ConnectTo(
     const int descriptor = socket(family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     int error = descriptor < 0 ? errno : 0;
     Wait waited = Wait::Ready;
-    // An interrupted connect goes on in the background, like one that has to wait.
+    // An interrupted connect goes on in the background, like one that would block.
     if (error == 0 && connect(descriptor, address, size) < 0)
         error = errno;
     if (error == EINPROGRESS || error == EINTR) {
         waited = WaitFor(descriptor, POLLOUT, deadline);
-        // A connection that came about all the same is one for the peer too, so it is not just
-        // dropped: whoever uses the link ends it in the peer's terms.
+        // A connection that succeeded all the same exists for the peer too, so it is not just
+        // dropped: the user of the link ends it as the protocol demands.
         pollfd entry{descriptor, POLLOUT, 0};
         if (waited != Wait::Ready && poll(&entry, 1, 0) > 0)
             waited = Wait::Ready;

@@ -15,8 +15,8 @@ class CancelSignal;
 
 /// One TCP connection whose every wait has a deadline and ends at once on a cancel.
 ///
-/// Not for two threads at a time, except HungUp. The descriptor lives until Close, also after the
-/// peer is gone, so that HungUp never looks at a foreign one.
+/// Not for two threads at a time, except HungUp. The descriptor stays open until Close, also after
+/// the peer is gone, so that HungUp never polls another file's.
 class TcpLink {
 public:
     enum class Failure { None, NoAddress, Refused, TimedOut, Cancelled, Other };
@@ -35,27 +35,29 @@ public:
     /// Uses a connection that is there already, and closes it in the end.
     void Take(int descriptor, const CancelSignal &cancel) noexcept;
 
-    /// Sends the bytes and answers the end that could not be sent: empty, or what a deadline, a
-    /// cancel or a broken connection has cut off.
+    /// Sends the bytes.
+    /// @return the rest that a deadline, a cancel or a broken connection kept from being sent; else
+    ///         empty
     [[nodiscard]] std::string_view Send(std::string_view bytes, Deadline deadline);
 
-    /// Waits for bytes and takes what is there. 0: deadline, cancel or the end of the connection.
+    /// Waits for bytes and reads what has arrived. 0: deadline, cancel or the end of the
+    /// connection.
     [[nodiscard]] std::size_t Receive(std::span<char> buffer, Deadline deadline);
 
-    /// Takes what is there without waiting. 0: nothing.
+    /// Reads what has arrived, without waiting. 0: nothing.
     [[nodiscard]] std::size_t TakeWaiting(std::span<char> buffer);
 
     /// Whether the peer has closed the connection or it broke. Any thread; never waits.
     [[nodiscard]] bool HungUp() const noexcept;
 
-    /// The system's words for the last Failure::Other.
+    /// The system's text for the last Failure::Other.
     [[nodiscard]] const std::string &ErrorText() const { return m_errorText; }
 
-    /// For the last words: from now on a cancel ends no wait.
+    /// From now on a cancel ends no wait: for the final messages to the peer.
     void IgnoreCancel() noexcept { m_cancel = nullptr; }
 
-    /// Tells the peer that nothing more comes and waits until it has closed too: so it has surely
-    /// taken what was sent before. Not ended by a cancel.
+    /// Tells the peer that no more bytes follow and waits until it has closed too, so that it has
+    /// certainly read what was sent before. Not ended by a cancel.
     void AwaitFarewell(Deadline deadline) noexcept;
 
     [[nodiscard]] bool IsOpen() const { return m_descriptor >= 0; }

@@ -59,7 +59,7 @@ __attribute__((section(".live"))) volatile struct Live live;
 static uint32_t randomState = 0x13572468;
 static uint8_t slotOfNode[NODES];
 
-/* Shown to whoever opens the window at address 0, where the flash is mirrored. */
+/* Shown when the window opens at address 0, where the flash is mirrored. */
 __attribute__((section(".notice"), used)) static const char notice[] = "DEMO FIRMWARE   "
                                                                        "The data that   "
                                                                        "moves lies at   "

@@ -17,9 +17,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::size_t kBytesPerLimit = 0x10000; // for each of these a transfer has its time
+constexpr std::size_t kBytesPerLimit = 0x10000; // a transfer's time limit is for this many bytes
 constexpr auto kFarewellLimit = 50ms;
-constexpr std::size_t kSliceBytes = 0x4000; // then a halted target runs for a moment
+constexpr std::size_t kSliceBytes = 0x4000; // after each slice a halted target runs for a moment
 constexpr std::size_t kSmallest = TransferTime::kSmallestRequest;
 
 std::string MemoryRequest(char kind, std::uint32_t address, std::size_t count)
@@ -73,7 +73,7 @@ public:
         return true;
     }
 
-    /// What goes into one stop, or into one request where each request is sent alone.
+    /// The bytes read in one stop, or by one request where each request is sent alone.
     [[nodiscard]] std::uint32_t PieceBytes() const
     {
         if (!m_backend.AsksInOneStop())
@@ -143,7 +143,7 @@ std::string GdbBackend::Greet()
     return {};
 }
 
-// Of what a stub tells about its core only this is of use; the link is tried at the same time.
+// Of a stub's description of its core only this is used; fetching it also tests the link.
 void GdbBackend::FindCoreId()
 {
     if (!BeginAccess())
@@ -187,7 +187,7 @@ bool GdbBackend::Connect(const TargetSetup &)
     return Alive();
 }
 
-// Looks at what has come since the last request: somebody else may have stopped the target.
+// Reads what has arrived since the last request: another debugger may have stopped the target.
 bool GdbBackend::NoteUnasked()
 {
     if (!m_session.TakeUnasked(m_time.End()))
@@ -207,7 +207,7 @@ bool GdbBackend::AsksInOneStop() const
     return m_stub.inOneStop && m_stub.state == GdbRunState::Running;
 }
 
-// From here on the target can be asked, until EndAccess.
+// Requests can be sent to the target from here until EndAccess.
 bool GdbBackend::BeginAccess()
 {
     m_sliceBytes = 0;
@@ -231,12 +231,12 @@ bool GdbBackend::HaltTarget()
     if (m_stub.interruptSignal < 0)
         m_stub.interruptSignal = stop->signal;
     if (stop->signal != m_stub.interruptSignal)
-        m_stub.state = GdbRunState::Halted; // a breakpoint was faster
+        m_stub.state = GdbRunState::Halted; // a breakpoint came before our interrupt
     return true;
 }
 
-// What was read is only known to be what was asked for after the fence, so the link may be lost
-// here.
+// Only after the fence is it certain that the replies belong to the requests; so the link may turn
+// out to be lost here.
 void GdbBackend::EndAccess()
 {
     if (m_lost || AsksInOneStop())
@@ -251,7 +251,7 @@ void GdbBackend::EndAccess()
     }
 }
 
-// A long transfer is no reason to keep the target from its work all the time.
+// Lets the target run between the slices of a long transfer.
 bool GdbBackend::LetItRunForAMoment()
 {
     if (m_sliceBytes < kSliceBytes || (m_stub.state != GdbRunState::HaltedByUs && !AsksInOneStop()))
@@ -262,7 +262,7 @@ bool GdbBackend::LetItRunForAMoment()
     return !m_lost && BeginAccess();
 }
 
-// Asks a target that stands still, or that answers while it runs.
+// Sends a request to a target that is halted, or that answers while it runs.
 bool GdbBackend::Ask(std::string_view request, std::string &reply)
 {
     const bool halted = m_stub.state == GdbRunState::Halted;
@@ -271,8 +271,8 @@ bool GdbBackend::Ask(std::string_view request, std::string &reply)
     return !halted || !reply.empty() || AskOnceMore(request, reply);
 }
 
-// A stop instead of the reply means that somebody else had let the target run: the first byte of
-// the request stopped it and was swallowed. If it was not, the reply comes before the answer to the
+// A stop instead of the reply means that another debugger had let the target run: the first byte of
+// the request stopped it and was lost. If it was not lost, the reply comes before the answer to the
 // fence; otherwise the request is sent again.
 bool GdbBackend::AskOnceMore(std::string_view request, std::string &reply)
 {
@@ -290,8 +290,8 @@ bool GdbBackend::AskOnceMore(std::string_view request, std::string &reply)
     return (m_session.Await(answerToFence, m_time.End()) && answerToFence.empty()) || Lose();
 }
 
-// Asks one request after the other and hands out each reply, until one is the last that is wanted.
-// In one stop all of them are asked, whatever the replies.
+// Sends one request after the other and passes each reply on, until the receiver wants no more. In
+// one stop all of them are sent, whatever the replies.
 template <typename IsLast>
 bool GdbBackend::AskAll(std::span<const std::string> requests, IsLast isLast)
 {
@@ -311,8 +311,8 @@ bool GdbBackend::AskAll(std::span<const std::string> requests, IsLast isLast)
     return !m_lost;
 }
 
-// A reply that is neither the bytes asked for nor an error is another one's: the link is out of
-// step.
+// A reply that is neither the bytes requested nor an error belongs to another request: the link is
+// out of step.
 PieceResult GdbBackend::TakeReadReply(const ReadRequest &request, std::string_view reply)
 {
     if (DecodeHex(reply, request.data)) {
@@ -326,7 +326,7 @@ PieceResult GdbBackend::TakeReadReply(const ReadRequest &request, std::string_vi
     return PieceResult::LinkLost;
 }
 
-// Reads until a result is the one given, and answers the last one.
+// Reads until a result equals the given one. Returns the last result.
 PieceResult GdbBackend::ReadAll(std::span<const ReadRequest> requests, PieceResult endsAt)
 {
     std::vector<std::string> texts;
@@ -401,7 +401,7 @@ int GdbBackend::Write(
     m_time.Begin();
     if (!BeginAccess())
         return kTransferFailed;
-    // An emulator confirms writes to nothing.
+    // An emulator confirms writes to addresses that do not exist.
     bool written = m_known.Contain(address, static_cast<std::uint32_t>(address + data.size() - 1));
     written = written || Reader(*this, width).Answers(address, data.size());
     written = written && WritePieces(address, data, width);
@@ -409,8 +409,9 @@ int GdbBackend::Write(
     return written && !m_lost ? static_cast<int>(data.size()) : kTransferFailed;
 }
 
-// A target that runs is left to itself. One that we have halted is told to run on, whatever its
-// stub still has to say to us: it takes the bytes in order, a stub that was frozen when it goes on.
+// A running target is left alone. One that we have halted is told to run on without waiting for the
+// replies still due: the stub takes the bytes in order, even one that is frozen now and goes on
+// later.
 void GdbBackend::Close() noexcept
 {
     if (!m_link.IsOpen())

@@ -23,7 +23,7 @@ public:
     explicit GdbBackend(TargetChoice choice);
 
     std::string Open(const CancelSignal &cancel) override;
-    /// As Open over a connection that is there already, which is then this object's.
+    /// As Open, over an existing connection, which this object then owns.
     std::string OpenOver(int descriptor, const CancelSignal &cancel);
     bool Connect(const TargetSetup &setup) override;
     bool Alive() const noexcept override;

@@ -9,7 +9,7 @@ namespace OpenProbe {
 namespace {
 
 constexpr std::uint32_t kMaxRequestBytes = 2048;  // an emulator refuses more than that
-constexpr std::uint32_t kDefaultPacketSize = 256; // small stubs tell none and overrun above that
+constexpr std::uint32_t kDefaultPacketSize = 256; // small stubs announce none, and overflow above
 constexpr std::uint32_t kWriteOverhead = 32;      // "M", address, length and their separators
 
 std::uint32_t PacketBytes(std::uint32_t packetSize, std::uint32_t overhead)
@@ -18,9 +18,9 @@ std::uint32_t PacketBytes(std::uint32_t packetSize, std::uint32_t overhead)
     return std::clamp(room / 2 & ~3U, 4U, kMaxRequestBytes);
 }
 
-/// Whether the target of the last handshake that came to an end ran when it was last seen and may
-/// be told to run on. Only ever used by the one back end that is open; never freed, like all that
-/// outlives the back end.
+/// Whether the target of the last completed handshake ran when it was last seen and may be told to
+/// run on. Only used by the one back end that is open; never freed, like all that outlives the back
+/// end.
 struct LastSeen {
     std::string where;
     bool ran = false;
@@ -32,8 +32,8 @@ LastSeen &LastTarget()
     return *last;
 }
 
-// Connecting stops an emulator that ran; it says so with a stop that nobody asked for, before its
-// first reply. One that says nothing of it cannot be told from one that was halted before.
+// Connecting stops an emulator that ran; it reports that with an unrequested stop before its first
+// reply. One that does not cannot be told from one that was halted before.
 bool NoteGreeting(RspSession &session, GdbStub &stub)
 {
     const auto stop = session.TakeStop();
@@ -57,7 +57,7 @@ bool LetMachineRunOn(RspSession &session, GdbStub &stub, bool looksLikeEmulator,
     bool answered = false;
     if (greeted && looksLikeEmulator) {
         answered = session.AskInOneStop({&request, 1}, {&reply, 1}, deadline);
-        stub.decided = session.Unsent().empty(); // "continue" is on its way, whatever comes back
+        stub.decided = session.Unsent().empty(); // "continue" has been sent, whatever the reply
     } else {
         answered = session.Ask(request, reply, deadline);
         stub.decided
@@ -132,7 +132,7 @@ bool FindRunState(RspSession &session, GdbStub &stub, Deadline deadline)
     if (stub.state != GdbRunState::Halted)
         return true;
     if (stop->signal == 0) {
-        stub.state = GdbRunState::AnswersInRun; // "by no signal" is how a debug server says: runs
+        stub.state = GdbRunState::AnswersInRun; // a debug server reports signal 0 for "running"
     } else if (stub.isDebugServer && stop->signal == kSigInt) {
         // A debug server that halts the core for each new client, and answers while it runs.
         if (!session.Tell("c", deadline))
@@ -165,19 +165,19 @@ bool CollectStops(RspSession &session, Deadline deadline)
 
 void RememberTarget(const TargetChoice &choice, const GdbStub &stub)
 {
-    // "c" means nothing good to a server in non-stop mode.
+    // A server in non-stop mode must not be sent "c".
     LastTarget() = {HostAndPort(choice), stub.state != GdbRunState::Halted && !stub.nonStop};
 }
 
 // Connecting alone stops an emulator, or a process behind its server. A stub that answers is asked
-// how its target stood, so that one which ran runs on; for a silent one, which will see the
-// connection only later, what is known from before has to do. A target that may have been halted
-// already is never set running.
+// for the state of its target, so that one which ran runs on. A silent one will notice the
+// connection only later; for it, the state known from before must do. A target that may have been
+// halted already is never set running.
 void FinishAbandonedHandshake(RspSession &session, const TargetChoice &choice, GdbStub &stub,
     Deadline deadline, bool cancelled)
 {
     std::string packet;
-    const bool spoke = session.Await(packet, deadline); // the answer on its way, or a stop
+    const bool spoke = session.Await(packet, deadline); // an answer still due, or a stop
     if (session.TakeStop() || (spoke && !stub.asked && ParseStop(packet)))
         stub.state = GdbRunState::HaltedByUs;
     else if (spoke && cancelled)

@@ -7,7 +7,7 @@
 
 namespace OpenProbe {
 
-/// How the target behind a stub stands, and when the stub can be asked.
+/// The state of the target behind a stub, and when the stub takes requests.
 enum class GdbRunState {
     Halted,       // not by us
     Running,      // has to be stopped for each transfer
@@ -18,9 +18,9 @@ enum class GdbRunState {
 /// What is known about a stub and its target.
 struct GdbStub {
     GdbRunState state = GdbRunState::Halted;
-    int interruptSignal = -1; // what it answers to our interrupt; -1: not seen yet
+    int interruptSignal = -1; // the signal that our interrupt causes; -1: not seen yet
     bool asked = false;       // whether "?" has been sent: a stop may be the answer to it
-    bool decided = false;     // whether it is known how the target stood
+    bool decided = false;     // whether the target's state before the connection is known
     bool ended = false;       // there is no target any more
     bool nonStop = false;
     bool inOneStop = false;     // takes an interrupt, requests and "continue" in one piece
@@ -34,11 +34,11 @@ struct GdbStub {
 /// one or its target has ended; the stub then holds what was found out until then.
 [[nodiscard]] bool ShakeHands(RspSession &session, GdbStub &stub, Deadline deadline);
 
-/// Takes the news of every thread that has stopped, which a server in non-stop mode wants to be rid
-/// of before any of them may be continued. False when the link is lost or the target has ended.
+/// Fetches the report of every stopped thread, which a server in non-stop mode demands before any
+/// of them may be continued. False when the link is lost or the target has ended.
 [[nodiscard]] bool CollectStops(RspSession &session, Deadline deadline);
 
-/// Keeps for FinishAbandonedHandshake how the target of the open connection stands.
+/// Stores the state of the open connection's target for FinishAbandonedHandshake.
 void RememberTarget(const TargetChoice &choice, const GdbStub &stub);
 
 /// After a handshake that was cut short: finds out whether the target is to be told to run on.

@@ -46,7 +46,7 @@ RspParser::Event RspParser::FeedInside(char byte)
 {
     if (byte == '#')
         m_state = State::FirstDigit;
-    else if (byte == '$') { // what came before was cut off; this one is whole
+    else if (byte == '$') { // the packet before was cut off; a new one begins
         m_notification = false;
         m_raw.clear();
     } else if (m_raw.size() >= kMaxPayload)

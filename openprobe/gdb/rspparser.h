@@ -6,8 +6,8 @@
 
 namespace OpenProbe {
 
-/// Takes the byte stream of a GDB remote protocol peer apart. Whatever comes, it needs no more
-/// memory than one packet of kMaxPayload bytes.
+/// Splits the byte stream of a GDB remote protocol peer into packets. Whatever the peer sends, this
+/// needs no more memory than one packet of kMaxPayload bytes.
 class RspParser {
 public:
     static constexpr std::size_t kMaxPayload = 0x8000; // raw, and again after expansion
@@ -19,7 +19,7 @@ public:
         Notification, // Payload() holds a notification, which is never acknowledged
         Ack,
         Nak,
-        BadChecksum, // a packet that has to be asked for again
+        BadChecksum, // a packet that must be requested again
         Broken       // this is no such protocol; stays so
     };
 

@@ -22,7 +22,7 @@ void RspSession::OweAck(char ack)
         m_owed += ack;
 }
 
-// An end is final, whatever the stub says after it.
+// The end of a target is final, whatever the stub sends after it.
 void RspSession::KeepStop(std::string_view payload)
 {
     const auto stop = ParseStop(payload);
@@ -30,7 +30,7 @@ void RspSession::KeepStop(std::string_view payload)
         m_stop = stop;
 }
 
-// Takes bytes that have arrived through the parser, up to the next packet that is no printed text.
+// Feeds arrived bytes to the parser, up to the next packet that is no printed text.
 RspSession::Got RspSession::NextPacket()
 {
     while (m_next < m_end) {
@@ -103,7 +103,7 @@ bool RspSession::Ask(
         case Got::Broken:
             return false;
         case Got::Packet:
-            // What was asked for never looks like a stop, except the answer to "?" and vStopped.
+            // No reply looks like a stop, except those to "?" and vStopped.
             if (ParseStop(m_parser.Payload()) && payload != "?" && payload != "vStopped") {
                 KeepStop(m_parser.Payload());
                 if (stopEndsWait)
@@ -125,7 +125,7 @@ bool RspSession::AskInOneStop(
     for (const std::string &request : requests)
         bytes += RspPacket(request) + RspPacket(kFence);
     bytes += kContinuePacket;
-    m_owed.clear(); // the interrupt has to come first, and the next "$" says as much
+    m_owed.clear(); // the interrupt must come first, and the next "$" acknowledges as well
     m_unsent = m_link.Send(bytes, Soon(deadline));
     m_inOneStop = true;
     bool inStep = m_unsent.empty();
@@ -188,7 +188,7 @@ bool RspSession::TakeUnasked(Deadline deadline)
             KeepStop(m_parser.Payload());
             continue;
         }
-        // A peer that prints without end gets its acknowledgements in between.
+        // A peer that prints endlessly gets its acknowledgements in between.
         if (m_owed.size() > kMaxOwed && !Flush(end))
             return false;
         m_next = 0;

@@ -15,10 +15,10 @@ namespace OpenProbe {
 /// Requests and replies with one stub over a connected link: acknowledgements, retransmission, and
 /// the packets that come unasked.
 ///
-/// Replies carry nothing that tells which request they answer; only their order does. So a packet
-/// that nobody has asked for (stops, notifications and printed text apart) is a reply too many, and
-/// the link counts as lost; and Fence, whose answer no other request has, ends every transfer: had
-/// a reply come twice, that one would be taken for the fence's answer.
+/// Replies do not tell which request they answer; only their order does. So an unrequested packet
+/// (stops, notifications and printed text apart) is a reply too many, and the link counts as lost.
+/// And every transfer ends with Fence, whose answer no other request has: a reply that came twice
+/// would arrive in its place and be noticed.
 ///
 /// An acknowledgement is sent with the next request or by Flush, never later than that: one that
 /// reached an emulator after "continue" would stop it again.
@@ -37,15 +37,15 @@ public:
         std::string_view payload, std::string &reply, Deadline deadline, bool stopEndsWait = false);
 
     /// Sends requests to a running target in one piece that stops it first and lets it run on last,
-    /// and waits for their replies. As the bytes arrive together, the target runs on whatever
-    /// becomes of this process. A fence behind each request keeps their replies apart. Only for a
+    /// and waits for their replies. As the bytes arrive together, the target runs on even if this
+    /// process ends. A fence behind each request keeps their replies apart. Only for a
     /// stub that keeps what arrives while it is at work, and that takes a new request for the
     /// acknowledgement of its last packet.
     /// @param replies  as many as there are requests
     [[nodiscard]] bool AskInOneStop(
         std::span<const std::string> requests, std::span<std::string> replies, Deadline deadline);
 
-    /// Makes sure that no reply has been taken for another's. False as for Ask.
+    /// Makes sure that no reply has been taken for another request's. False as for Ask.
     [[nodiscard]] bool Fence(Deadline deadline);
 
     /// Waits for any packet that is no printed text, without having asked. False as for Ask.
@@ -57,24 +57,25 @@ public:
     /// Sends bytes outside the protocol's packets, acknowledgements owed first.
     [[nodiscard]] bool SendRaw(std::string_view bytes, Deadline deadline);
 
-    /// Sends what is owed.
+    /// Sends the acknowledgements owed.
     [[nodiscard]] bool Flush(Deadline deadline) { return SendRaw({}, deadline); }
 
-    /// Takes what has come unasked, to the end of a packet that has begun; waits for nothing else.
-    /// Printed text and notifications are dropped, stops kept. False when there is a reply to
-    /// nothing, when it is not this protocol, or when the peer is still sending at the deadline.
+    /// Reads what has arrived without a request, to the end of a packet that has begun; waits for
+    /// nothing else. Drops printed text and notifications, keeps stops. False when there is a reply
+    /// without a request, when it is not this protocol, or when the peer is still sending at the
+    /// deadline.
     [[nodiscard]] bool TakeUnasked(Deadline deadline);
 
-    /// The last stop that came unasked, once.
+    /// Takes the last unrequested stop.
     [[nodiscard]] std::optional<RspStop> TakeStop();
 
-    /// The end of what AskInOneStop could not send: a target that is let go of still needs it.
+    /// The rest that AskInOneStop could not send; a target must still get it at the end.
     [[nodiscard]] std::string_view Unsent() const { return m_unsent; }
 
     void LeaveAckMode() { m_acks = false; }
 
-    /// After the handshake, which a busy peer may take its time for: kProgressLimit holds from now
-    /// on.
+    /// The handshake is over, for which a busy peer may need longer: kProgressLimit applies from
+    /// now on.
     void BeginTransfers() { m_progressLimit = kProgressLimit; }
 
     /// A request that every stub answers by an empty packet, which is no reply to any other one.

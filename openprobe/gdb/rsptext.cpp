@@ -5,7 +5,7 @@
 namespace OpenProbe {
 namespace {
 
-// Takes the text up to the separator off the front.
+// Removes the text up to the separator from the front and returns it.
 std::string_view TakeUntil(std::string_view &text, char separator)
 {
     const std::size_t end = text.find(separator);

@@ -19,14 +19,14 @@ inline constexpr std::string_view kContinuePacket = "$c#63";
 /// The payload between "$" and "#" with its checksum. The payload holds none of "$#}*".
 [[nodiscard]] std::string RspPacket(std::string_view payload);
 
-/// What a stub says about itself when asked what it supports.
+/// A stub's answer to the question what it supports.
 struct RspFeatures {
-    std::uint32_t packetSize = 0; // 0: not told
+    std::uint32_t packetSize = 0; // 0: not announced
     bool noAckMode = false;
     bool nonStop = false;
     bool knowsMemoryMap = false; // has the request, whether or not it has a map
     bool describesTarget = false;
-    bool looksLikeEmulator = false; // offers what the one emulator offers that we know
+    bool looksLikeEmulator = false; // offers the same features as QEMU
 };
 [[nodiscard]] RspFeatures ParseFeatures(std::string_view reply);
 
@@ -34,7 +34,7 @@ struct RspFeatures {
 struct RspStop {
     bool ended = false;
     int signal = 0;
-    std::string thread; // as the stub spells it; empty: not told
+    std::string thread; // as the stub spells it; empty: not given
 };
 [[nodiscard]] std::optional<RspStop> ParseStop(std::string_view payload);
 

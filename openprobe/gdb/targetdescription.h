@@ -6,9 +6,9 @@
 
 namespace OpenProbe {
 
-/// What a stub tells about its target's core.
+/// A stub's description of its target's core.
 struct TargetDescription {
-    /// Whether it is a Cortex-M core. False also where the stub does not tell.
+    /// Whether it is a Cortex-M core. False also when the stub does not say.
     bool isArmM = false;
 };
 
@@ -19,7 +19,7 @@ inline constexpr std::size_t kMaxDescriptionBytes = 0x10000;
 using DocumentReader = std::function<std::string(const std::string &name)>;
 
 /// Reads the description that begins with "target.xml", and what it includes, up to a fixed number
-/// of documents. Whatever a stub answers, nothing is assumed that does not stand there.
+/// of documents. Nothing is assumed beyond what they say.
 [[nodiscard]] TargetDescription ReadTargetDescription(const DocumentReader &reader);
 
 } // namespace OpenProbe

@@ -6,7 +6,7 @@
 #include <map>
 
 /// The simulated microcontroller behind a debug access port, with the few debug registers of a
-/// Cortex-M core that a debug server needs. Its program stands still while the core is halted.
+/// Cortex-M core that a debug server needs. Its program stops while the core is halted.
 class BoardBus : public Bus {
 public:
     using Clock = std::uint64_t (*)(); // milliseconds

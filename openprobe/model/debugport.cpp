@@ -46,7 +46,7 @@ std::uint32_t DebugPort::ReadPort(unsigned reg) const
         return m_select;
     if (reg != 4)
         return 0;
-    // Each power domain says that it is on, one bit above its request, as soon as it is asked.
+    // Each power domain acknowledges its request at once, one bit above it.
     return m_control | (m_control & (kDebugPowerRequest | kSystemPowerRequest)) << 1;
 }
 

@@ -32,7 +32,7 @@ std::uint64_t NowMs()
 /// The board with its pins; one character of the adapter's protocol at a time.
 class Board {
 public:
-    /// Appends what the character is answered with. False: the client says good-bye.
+    /// Appends the reply to the character. False: the client ends the connection.
     bool Take(char c, std::string &answer)
     {
         if (c >= '0' && c <= '7') { // the levels of clock, mode and data in
@@ -43,7 +43,7 @@ public:
         } else if (c == 't' || c == 'u') {
             m_tap.Reset();
         }
-        return c != 'Q'; // the rest blinks lamps or resets the system, which there is none of
+        return c != 'Q'; // the others blink lamps or reset the system; the model has neither
     }
 
 private:

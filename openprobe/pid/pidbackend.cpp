@@ -55,7 +55,7 @@ std::vector<int> ProcessesCalled(const std::string &name)
     return found;
 }
 
-// The table of mappings is sorted, so its first line tells.
+// The table of mappings is sorted, so its first line decides.
 bool HasLowMemory(const std::string &folder)
 {
     const std::string line = FirstLine(folder + "/maps");
@@ -123,7 +123,7 @@ std::size_t PidBackend::Prefix(std::uint32_t address, std::span<std::uint8_t> da
         const ssize_t got = pread(
             m_memory, data.data() + done, data.size() - done, static_cast<off_t>(address + done));
         if (got == 0)
-            m_lost = true; // so it answers when the process is gone
+            m_lost = true; // this is the error when the process is gone
         if (got > 0)
             done += static_cast<std::size_t>(got);
         else if (got == 0 || errno != EINTR)
@@ -147,7 +147,7 @@ int PidBackend::Read(std::uint32_t address, std::span<std::uint8_t> data, std::u
 
 int PidBackend::Write(std::uint32_t address, std::span<const std::uint8_t> data, std::uint32_t)
 {
-    // All or nothing: a range that ends in a hole is left as it is.
+    // All or nothing: a range that ends in a hole is not written at all.
     std::vector<std::uint8_t> before(data.size());
     if (Prefix(address, before) != data.size())
         return kTransferFailed;

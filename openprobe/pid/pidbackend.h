@@ -7,7 +7,7 @@
 namespace OpenProbe {
 
 /// The memory of a running process of this machine, as far as it lies below 4 GiB. The process
-/// never stops for it. Access widths mean nothing here; writes reach read-only pages too.
+/// is never stopped. Access widths have no effect; writes change read-only pages too.
 class PidBackend : public Backend {
 public:
     /// @param process  a process number, or the name that the system shows for the process

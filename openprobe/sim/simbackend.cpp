@@ -65,7 +65,7 @@ void SimBackend::RunTarget()
     m_target->RunUntil(m_targetMs);
 }
 
-// Takes the time that the transfer is to take. False when the probe went away meanwhile.
+// Waits for as long as the transfer is to take. False when the probe was unplugged meanwhile.
 bool SimBackend::Prepare(std::size_t bytes)
 {
     std::uint64_t delayMs = m_target->Faults().delayMs;

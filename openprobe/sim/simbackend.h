@@ -8,7 +8,7 @@
 
 namespace OpenProbe {
 
-/// The back end without any target: an in-process microcontroller behind a made-up probe.
+/// The back end that needs no target: a simulated microcontroller in this process.
 class SimBackend : public Backend {
 public:
     using Clock = std::uint64_t (*)(); // milliseconds, from any start, never back

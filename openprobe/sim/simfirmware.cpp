@@ -87,8 +87,8 @@ void SimFirmware::PutText(std::uint32_t offset, std::string_view text, std::uint
         m_ram[offset + i] = static_cast<std::uint8_t>(i < text.size() ? text[i] : ' ');
 }
 
-// How many periods end between the last run and now. Counters add that, so a written one goes on
-// from what was written.
+// How many periods end between the last run and now. Counters add this number, so that one changed
+// by the user goes on from the value written.
 std::uint64_t SimFirmware::Periods(std::uint64_t nowMs, std::uint64_t periodMs) const
 {
     return nowMs / periodMs - m_lastMs / periodMs;

@@ -5,7 +5,7 @@
 
 namespace OpenProbe {
 
-/// A stretch of addresses that answer alike.
+/// A range of addresses backed by the same kind of memory.
 struct SimSegment {
     static constexpr int kPeripheral = -1;
 
@@ -27,7 +27,7 @@ struct SimPiece {
 /// The memory map: which addresses exist, and with which accesses they can be reached.
 class SimMap {
 public:
-    /// Adds a segment unless one of its addresses is taken: the first come stays.
+    /// Adds a segment unless one of its addresses is taken already.
     void Add(const SimSegment &segment);
 
     /// The longest piece from that address on that is either one hole or one segment's.

@@ -19,7 +19,7 @@ constexpr std::uint32_t kRom = 0xFFFF0000;
 constexpr std::uint32_t kRomBytes = 0x10000;
 constexpr std::uint32_t kSystemControlSpace = 0xE000E000;
 
-// A generic device says no sizes; it gets the map of the first one of the list.
+// A generic device has no sizes; it gets the map of the first device of the list.
 DeviceEntry WithSizes(DeviceEntry device)
 {
     const DeviceEntry &usual = *DeviceAt(0);
@@ -166,7 +166,7 @@ int SimTarget::Read(std::uint32_t address, std::span<std::uint8_t> data, std::ui
 {
     const std::uint64_t end = address + std::uint64_t{data.size()};
     const std::uint64_t prefix = m_map.Prefix(address, data.size(), width);
-    // Looked at before anything is read: a refused read must have no side effect.
+    // Checked before anything is read: a refused read must have no side effect.
     if (m_map.AnyReadable(address + prefix, end, width))
         return -1;
     for (std::uint64_t done = 0; done < prefix;) {

@@ -12,7 +12,7 @@
 
 namespace OpenProbe {
 
-/// The simulated microcontroller: memory map, contents, running program. Knows no clock of its own.
+/// The simulated microcontroller: memory map, contents, running program. The caller gives the time.
 ///
 /// RAM and flash lie where the device says, RAM with a few unreadable holes (+0x800 to +0x85F,
 /// +0x900 to +0x902, +0x913) and a write-protected stretch. The start of RAM is mirrored at 0 where

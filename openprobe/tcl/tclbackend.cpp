@@ -11,7 +11,7 @@
 namespace OpenProbe {
 namespace {
 
-constexpr std::size_t kBytesPerLimit = 0x4000;   // a slow adapter needs its time
+constexpr std::size_t kBytesPerLimit = 0x4000;   // a slow adapter needs long
 constexpr std::uint32_t kMaxRequestBytes = 4096; // one answer stays far below the progress limit
 constexpr std::size_t kMaxReply = 0x10000;       // eleven characters for each word, and room
 
@@ -21,8 +21,8 @@ struct Items {
     [[nodiscard]] std::uint32_t Bytes() const { return width * count; }
 };
 
-// What the next command takes: items of the wanted width, "any" being words, and narrower ones at
-// an unaligned start and a short rest.
+// The items of the next command: of the wanted width (words when any will do), narrower ones at an
+// unaligned start and for a short rest.
 Items NextItems(std::uint32_t address, std::size_t remaining, std::uint32_t wanted)
 {
     const auto most
@@ -118,7 +118,8 @@ void TclBackend::FindCoreId()
 }
 
 // False when the link is lost or the command failed; the reply then holds the words of the failure.
-// Whatever does not belong to this request ends the link: what follows could belong to anything.
+// A reply that does not belong to this request ends the link: the following ones could be wrong
+// too.
 bool TclBackend::Ask(std::string_view command, std::string &reply)
 {
     std::array<char, 1> early{};
@@ -154,8 +155,8 @@ bool TclBackend::Receive(std::string &reply)
     return false;
 }
 
-// A core that has lost power fails every read like a hole; OpenOCD's view of it tells the two
-// apart. It has none yet just after its start, so a core of a known kind is asked itself then.
+// A core without power fails every read, as a hole does; the state that OpenOCD reports tells the
+// two apart. Just after its start it reports none yet; then a core of a known kind is read instead.
 bool TclBackend::TargetAnswers()
 {
     static constexpr std::array<std::string_view, 4> kAnswering
@@ -234,7 +235,8 @@ int TclBackend::Write(
     return WritePieces(address, data, width) ? static_cast<int>(data.size()) : kTransferFailed;
 }
 
-// OpenOCD's configuration owns the adapter's speed, as it knows the board; it is only told here.
+// The adapter's speed is set by OpenOCD's configuration, which fits the board; here it is only
+// read.
 std::uint32_t TclBackend::SetSpeed(std::uint32_t)
 {
     m_time.Begin();

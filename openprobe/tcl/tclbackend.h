@@ -11,14 +11,14 @@
 
 namespace OpenProbe {
 
-/// A real core behind OpenOCD, asked through its Tcl server: never halted for it, with accesses of
-/// exactly the wanted width, and errors that are told.
+/// A real core behind OpenOCD, reached through its Tcl server: it is never halted, accesses have
+/// exactly the wanted width, and errors are reported.
 class TclBackend : public Backend {
 public:
     explicit TclBackend(TargetChoice choice);
 
     std::string Open(const CancelSignal &cancel) override;
-    /// As Open over a connection that is there already, which is then this object's.
+    /// As Open, over an existing connection, which this object then owns.
     std::string OpenOver(int descriptor, const CancelSignal &cancel);
     bool Connect(const TargetSetup &) override { return Alive(); }
     bool Alive() const noexcept override { return !m_lost && !m_link.HungUp(); }

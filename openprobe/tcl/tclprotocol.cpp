@@ -18,7 +18,7 @@ std::string Head(const char *command, std::uint32_t address, std::uint32_t width
         + ' ';
 }
 
-// Takes the next word off the text; empty at its end.
+// Removes the next word from the text and returns it; empty at its end.
 std::string_view TakeWord(std::string_view &text)
 {
     constexpr std::string_view kBlanks = " \t\r\n";
@@ -36,7 +36,7 @@ std::optional<std::uint32_t> HexWord(std::string_view word)
 
 } // namespace
 
-// In a procedure without a name, so that nothing stays behind in the server.
+// In a procedure without a name, so that nothing remains defined in the server.
 std::string TclRequest(std::uint32_t number, std::string_view command)
 {
     return "apply {{} {return \"" + std::to_string(number) + " [catch {" + std::string(command)

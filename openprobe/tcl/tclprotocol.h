@@ -15,13 +15,13 @@ inline constexpr char kTclEnd = '\x1a';
 /// reply, so that an answer to another request is never taken for this one's. Complete.
 [[nodiscard]] std::string TclRequest(std::uint32_t number, std::string_view command);
 
-/// What a command has answered.
+/// The reply to a command.
 struct TclReply {
     bool failed = false;
     std::string_view text; // a result, or the words of the failure
 };
 
-/// Takes a reply without its end mark apart. Nothing when it is not the answer to that number.
+/// Parses a reply without its end mark. Nothing when it is not the answer to that number.
 [[nodiscard]] std::optional<TclReply> ParseTclReply(std::string_view reply, std::uint32_t number);
 
 /// "read_memory 0x20000000 32 4". @param width  1, 2 or 4 bytes
@@ -32,8 +32,8 @@ struct TclReply {
 [[nodiscard]] std::string TclWriteCommand(
     std::uint32_t address, std::uint32_t width, std::span<const std::uint8_t> data, bool bigEndian);
 
-/// Fills data from a reply of exactly data.size() / width numbers that fit the width. False, and
-/// nothing sure about data, for anything else: an error text, too few, too many.
+/// Fills data from a reply of exactly data.size() / width numbers that fit the width. False for
+/// anything else (an error text, too few, too many); data is undefined then.
 [[nodiscard]] bool ParseTclNumbers(
     std::string_view reply, std::uint32_t width, std::span<std::uint8_t> data, bool bigEndian);
 

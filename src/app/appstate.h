@@ -25,7 +25,7 @@ inline constexpr unsigned kMaxReports = 16;
 /// A message for the user that no box has shown yet.
 struct Report {
     bool isError;                    ///< else a warning
-    ConnectionGeneration generation; ///< worth showing in this one only; 0 in any
+    ConnectionGeneration generation; ///< the one in which it is worth showing; 0: in any
     std::array<char, kReportTextSize> text;
 };
 
@@ -39,8 +39,8 @@ struct WindowState {
 
 /// The application's process-wide record, zero at start.
 ///
-/// It has no destructor that runs: a worker that wakes up from a long probe call while the process
-/// ends must still find it. Locks: stateMutex guards `window`; windowMutex guards `mainWindow` for
+/// Its destructor never runs: a worker that wakes up from a long probe call while the process ends
+/// still uses it. Locks: stateMutex guards `window`; windowMutex guards `mainWindow` for
 /// the time of an emission; `connection` guards itself. None is taken while another is held.
 struct AppState {
     SYS_MUTEX_HANDLE stateMutex;

@@ -113,7 +113,7 @@ void ConnectionState::BeginClosing()
 {
     const std::lock_guard lock(m_mutex);
     m_probeOpen = false;
-    // What was never shown as connected is not shown so while it is closed.
+    // A connection that was never shown as connected must not be shown so while it is closed.
     if (m_phase == Phase::Connected)
         m_phase = Phase::Closing;
 }

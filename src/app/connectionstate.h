@@ -19,7 +19,7 @@ using ConnectionGeneration = std::uint32_t;
 
 /// How a connect ended.
 enum class ConnectOutcome {
-    OutOfDate,  ///< disconnected or reconfigured meanwhile: nothing of it is to be shown
+    OutOfDate,  ///< disconnected or reconfigured meanwhile: its result must not be shown
     NotOpen,    ///< the probe could not be opened
     NoTarget,   ///< the probe is open, the target does not answer
     Connected,  ///< and a memory window is wanted from now on
@@ -28,15 +28,15 @@ enum class ConnectOutcome {
 
 /// What a connection check found out.
 struct CheckOutcome {
-    bool changed;        ///< the connection was thought to be otherwise
+    bool changed;        ///< the result differs from the last known state
     bool lostWhileShown; ///< the target is gone while a memory window was wanted
 };
 
 /// The one connection: its phase, its generation and what follows from both.
 ///
-/// What other code asks for (is it connected, is a memory window wanted, may the target be
-/// accessed) is derived here and kept nowhere else. Any thread; every call is short. Nothing runs
-/// at its end: a worker may still ask while the process ends.
+/// What other code needs to know (is it connected, is a memory window wanted, may the target be
+/// accessed) is derived here and kept nowhere else. Any thread; every call is short. It has no
+/// destructor: a worker may still call it while the process ends.
 class ConnectionState {
 public:
     /// Begins a new generation without a connection, for a new main window.
@@ -44,7 +44,7 @@ public:
 
     /// The user wants to be connected. Holds until the next Supersede().
     void Want();
-    /// Raises the generation: the settings have changed, or nobody wants the connection any more.
+    /// Raises the generation: the settings have changed, or the connection is no longer wanted.
     void Supersede();
     [[nodiscard]] ConnectionGeneration Generation() const;
     /// Whether a connect is wanted in the present generation.
@@ -69,7 +69,7 @@ public:
     [[nodiscard]] std::optional<ConnectionGeneration> BeginOpening();
     /// The library's Open has returned.
     void NoteOpened(bool open);
-    /// The connect ends. What is open of an outdated one is for the caller to close.
+    /// The connect ends. If it is out of date, the caller closes what it has opened.
     [[nodiscard]] ConnectOutcome EndOpening(
         ConnectionGeneration generation, bool isTargetConnected);
     /// The library's Close is called, or has returned.

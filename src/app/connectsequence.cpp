@@ -17,8 +17,8 @@ namespace {
 
 using ComposedText = std::array<char, 1024>;
 
-/// Selects the probe that the record names. The progress line goes into text and is deliberately
-/// never shown: a line that flashes by for a moment says nothing to anybody.
+/// Selects the probe that the record names. Writes a progress line into text, which is deliberately
+/// never shown: it would flash by too quickly to be read.
 void SelectProbe(
     const ConnectionRecord &record, ConnectionGeneration generation, ComposedText &text)
 {
@@ -75,7 +75,7 @@ bool OpenProbe(ConnectionGeneration generation, ComposedText &text)
     return false;
 }
 
-/// Says how the connect ended to whom it concerns.
+/// Reports how the connect ended: to the user and to the main window.
 void Announce(ConnectOutcome outcome, ConnectionGeneration generation)
 {
     if (outcome == ConnectOutcome::NoTarget)
@@ -117,7 +117,7 @@ void WORKER_RunConnectSequence()
 
 void WORKER_RunStatusUpdate()
 {
-    // What is out of date is about to be closed: it is not shown any more.
+    // A connection that is out of date is about to be closed: its status is no longer shown.
     if (!APP_State().connection.IsUpToDate() || !PROBE_IsConnected()) {
         APP_UpdateGui();
         return;

@@ -16,7 +16,7 @@
 
 namespace {
 
-/// What the system says of a file; most of its reasons begin with the path.
+/// A file and the system's reason for refusing it; most reasons begin with the path already.
 QString ReasonLine(const ProbeAttempt &attempt)
 {
     const bool namesItself = attempt.reason.starts_with(attempt.path);
@@ -24,7 +24,7 @@ QString ReasonLine(const ProbeAttempt &attempt)
         namesItself ? attempt.reason : attempt.path + ": " + attempt.reason);
 }
 
-/// What is wrong with a library that is there says more than where there is none.
+/// Lists libraries that exist but cannot be loaded first: they tell more than the empty places.
 QString BoxText(const ProbeAttempts &attempts)
 {
     QStringList broken;
@@ -36,7 +36,7 @@ QString BoxText(const ProbeAttempts &attempts)
         else
             missing.append(QDir::cleanPath(file.absoluteFilePath()));
     }
-    broken.removeDuplicates(); // the program's folder is found in two ways
+    broken.removeDuplicates(); // the program's folder is searched twice
     missing.removeDuplicates();
     QString text = QStringLiteral("Could not open Ranvo shared library.");
     if (!broken.isEmpty())
@@ -47,7 +47,7 @@ QString BoxText(const ProbeAttempts &attempts)
     return text;
 }
 
-/// Whether a box would be seen by anybody.
+/// Whether a box would be visible.
 bool HasDisplay()
 {
     const QString platform = QGuiApplication::platformName();

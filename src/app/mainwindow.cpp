@@ -57,7 +57,7 @@ void ResetSharedState(MainWindow *window)
     state.mainWindow = window;
 }
 
-/// Lets a window be drawn before a dialog blocks it: some displays show it half drawn else.
+/// Lets a window be drawn before a dialog blocks it: otherwise some displays show it half drawn.
 void AwaitFirstPaint(const QWidget &window)
 {
     constexpr int kPatienceMs = 200;
@@ -95,7 +95,7 @@ MainWindow::MainWindow()
     WORKER_SetUpStaticJobs(this);
     show();
     AwaitFirstPaint(*this);
-    if (isVisible()) // nobody has ended the process meanwhile
+    if (isVisible()) // it is not when the process was told to end meanwhile
         _OnActionGeneral();
 }
 
@@ -148,8 +148,9 @@ void MainWindow::_OnHoverAction()
 
 bool MainWindow::event(QEvent *event)
 {
-    // The tips of all menus and tool bars stand in the first field, and stay there: the status bar
-    // has no place for passing messages, and the empty tip of what is left takes nothing away.
+    // The tips of all menus and tool bars are shown in the first field and stay there: the status
+    // bar has no room for temporary messages. Qt sends an empty tip when the pointer leaves an
+    // entry; that one is ignored.
     if (event->type() == QEvent::StatusTip) {
         const QString tip = static_cast<QStatusTipEvent *>(event)->tip();
         if (!tip.isEmpty())
@@ -256,7 +257,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
              ++round)
             SYS_Sleep(1);
         STAGE_Clear();
-        hide(); // gone for the user, however long the library takes to let go of the probe
+        hide(); // at once, however long the library takes to close the probe
         PROBE_CloseAtEnd();
         SETTINGS_Release();
     }

@@ -25,8 +25,8 @@ public:
     MainWindow();
     ~MainWindow() override;
 
-    /// Does at the end what the target and the settings are owed, without touching the display:
-    /// that is gone. The window cannot be used afterwards.
+    /// Ends the work on target and settings without touching the display, which is gone: writes
+    /// what was typed, saves the settings, closes the probe. The window cannot be used afterwards.
     void EndWithoutDisplay();
 
     /// Closes the memory window, if there is one, after it has written what was typed last.

@@ -51,8 +51,8 @@ void MainWindow::RunConfiguration()
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setModal(true);
     if (STAGE_Run(dialog) == QDialog::Accepted) {
-        // Accepting the dialog always leaves the program connecting. What has changed is being
-        // connected already, and may even have failed by now: once is enough.
+        // Accepting the dialog always leads to a connect. Changed settings have started one
+        // already, which may even have failed by now: do not start a second.
         if (!SETTINGS_Apply(&record))
             WORKER_PostConnect();
         APP_SetStatusField("Configuration applied", kStatusMessage);
@@ -63,7 +63,7 @@ void MainWindow::RunConfiguration()
 
 void MainWindow::ShowReports()
 {
-    // A report that arrives while a box is open waits for its turn: no box under another one.
+    // A report that arrives while a box is open is shown after it: never two boxes at once.
     if (m_showingReports)
         return;
     const QPointer<MainWindow> alive(this);
@@ -89,11 +89,11 @@ bool MainWindow::ShowReport(const Report &report)
     const QPointer<QMessageBox> box(
         new QMessageBox(report.isError ? QMessageBox::Critical : QMessageBox::Warning,
             QString::fromUtf8(title.data()), QString(), QMessageBox::Ok, STAGE_Top()));
-    box->setTextFormat(Qt::PlainText); // the library's texts are not to be taken for markup
+    box->setTextFormat(Qt::PlainText); // the library's texts must not be read as markup
     box->setText(QString::fromUtf8(report.text.data()));
     STAGE_Place(box);
     STAGE_Run(box);
-    const bool wasAnswered = box != nullptr; // else the dialog beneath took it along
+    const bool wasAnswered = box != nullptr; // null: closed together with the dialog beneath
     delete box;
     return wasAnswered;
 }

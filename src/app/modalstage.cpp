@@ -17,7 +17,7 @@ MainWindow *Window()
     return APP_State().mainWindow;
 }
 
-/// Over the main window even when something else is on top: there the user looks for it.
+/// Over the main window even when something else is on top: that is where the user looks.
 const QWidget *PlaceOwner(const QWidget *top)
 {
     return Window() != nullptr && Window()->isVisible() ? Window() : top;
@@ -67,6 +67,6 @@ void STAGE_Clear()
         else
             modal->close();
         if (QApplication::activeModalWidget() == modal)
-            return; // it insists
+            return; // it refuses to close
     }
 }

@@ -9,8 +9,8 @@ class QWidget;
 /// when there is neither.
 [[nodiscard]] QWidget *STAGE_Top();
 
-/// Gives a dialog that is not shown yet its layer and place: above what is on top, whatever that
-/// stays above of, and over the main window, on its screen.
+/// Places a dialog that is not shown yet: above the topmost modal window, even one that stays on
+/// top of all others, and over the main window, on its screen.
 void STAGE_Place(QDialog *dialog);
 
 /// Runs a dialog until it is closed, by whomever. Open menus and lists are closed first: they would

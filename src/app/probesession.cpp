@@ -17,7 +17,7 @@
 
 namespace {
 
-/// How long the end of the process waits for the library to let go of the probe.
+/// How long the ending process waits for the library to close the probe.
 constexpr std::uint32_t kCloseLimitMs = 2000;
 
 /// Publishes that a thread of PROBE_CloseAtEnd() has come back from the library.
@@ -32,7 +32,7 @@ constexpr int kFailed = -1;
 constexpr auto kReadable = static_cast<std::uint8_t>(ByteStatus::Valid);
 constexpr auto kUnreadable = static_cast<std::uint8_t>(ByteStatus::ReadFailed);
 
-/// The library counts in 32 bits; what is asked beyond that is left unread.
+/// The library counts in 32 bits; a longer request is cut.
 std::uint32_t CountForLibrary(std::uint64_t length)
 {
     return static_cast<std::uint32_t>(
@@ -49,7 +49,7 @@ int ReadMemory(std::uint64_t address, std::uint64_t length, std::uint8_t accessW
         if (result == kFailed)
             WORKER_PostConnectionCheck();
     }
-    // More than was asked for is nonsense; it must not reach past the buffers.
+    // A library that claims more than was asked for must not lead past the buffers.
     const auto readBytes
         = std::min<std::uint64_t>(static_cast<std::uint64_t>(std::max(result, 0)), length);
     std::memset(status, kReadable, readBytes);
@@ -81,7 +81,7 @@ const char *PROBE_OpenSession()
 void PROBE_CloseSession()
 {
     Connection().BeginClosing();
-    // What was never loaded has nothing open, and closing it would only load it.
+    // A library that was never loaded has nothing open, and the call would load it.
     if (PROBE_IsLibraryLoaded())
         RANVOARM_Close();
     Connection().EndClosing();

@@ -12,10 +12,10 @@ void PROBE_CloseSession();
 signed char PROBE_IsConnected();
 
 /// Closes the probe at the end of the process, on a thread of its own and for two seconds at most:
-/// a library that never comes back must not keep the process. GUI thread.
+/// a library call that never returns must not keep the process alive. GUI thread.
 void PROBE_CloseAtEnd();
-/// Whether such a thread is still inside the library. Who opens the probe anew in the same process
-/// waits for it first, or it would close the new one.
+/// Whether such a thread is still inside the library. Wait for it before opening the probe again in
+/// the same process: otherwise it closes the new connection.
 [[nodiscard]] bool PROBE_IsClosingAtEnd();
 
 /// The two memory-access callbacks for the memory window: read and write, no zones, no messages.

@@ -57,8 +57,8 @@ void CloseWithoutDisplay()
         window->EndWithoutDisplay();
 }
 
-/// Runs behind CloseWithoutDisplay(), also when that ended early: the display's own library ends
-/// the process again at the next use.
+/// Runs after CloseWithoutDisplay(), also when that did not finish: the display's own library ends
+/// the process again when it is used.
 void LeaveWithoutDestructors()
 {
     if (APP_State().mainWindow != nullptr)
@@ -71,13 +71,14 @@ ProcessEnd::ProcessEnd()
 {
     connect(qApp, &QGuiApplication::commitDataRequest, this, &ProcessEnd::OnSessionEnds,
         Qt::DirectConnection);
-    // What is made before these two is still there when they run: the settings are needed then.
+    // Objects made before these two calls still exist when the functions run. They need the
+    // settings.
     (void)QSettings().allKeys();
     std::atexit(LeaveWithoutDestructors);
     std::atexit(CloseWithoutDisplay); // runs first
     g_signalEvent = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (g_signalEvent < 0)
-        return; // signals end the process as they always did
+        return; // signals then end the process at once, as without this class
     m_notifier = new QSocketNotifier(g_signalEvent, QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, &ProcessEnd::OnSignal);
     for (const int number : kEndSignals) {
@@ -108,6 +109,6 @@ void ProcessEnd::LeaveIfBusy(int status)
 {
     if (APP_State().workerExited.load(std::memory_order_acquire) != 0 && !PROBE_IsClosingAtEnd())
         return;
-    QGuiApplication::sync(); // what was told to the display must reach it
+    QGuiApplication::sync(); // the last requests must reach the display
     std::_Exit(status);
 }

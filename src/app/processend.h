@@ -5,7 +5,7 @@
 class QSessionManager;
 class QSocketNotifier;
 
-/// Sees to it that the process ends in order, whoever ends it.
+/// Makes the process end in order, whatever ends it.
 ///
 /// SIGTERM, SIGINT, SIGHUP, the end of the desktop session and a lost display close the main window
 /// as its user does: what was typed is written, settings are saved, the probe is closed. A second
@@ -19,8 +19,8 @@ public:
     ProcessEnd();
     ~ProcessEnd() override;
 
-    /// Ends the process when a thread of ours is still inside the probe library, without running
-    /// anybody's destructors beside it. Else returns: the process may end in the usual way.
+    /// When a thread of ours is still inside the probe library: ends the process without running
+    /// any destructors beside that thread. Otherwise returns: the process may end in the usual way.
     static void LeaveIfBusy(int status);
 
 private slots:

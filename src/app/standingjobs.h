@@ -9,10 +9,10 @@
 /// Which of the jobs that are posted again and again are queued or running: connect, disconnect,
 /// status update and connection check.
 ///
-/// Each of them does whatever is needed when it runs, so a second one behind it would do nothing
-/// new: each is queued at most once. A connect or disconnect that is asked for while one of the
-/// same generation runs is that one. A status update or a check may have looked already, so one
-/// that is asked for meanwhile follows when the running one is done. Any thread.
+/// Each of them does whatever is needed at the time it runs, so a second one behind it would do
+/// nothing new: each is queued at most once. A connect or disconnect requested while one of the
+/// same generation runs is not queued at all. A status update or a check requested meanwhile is
+/// queued after the running one, which may have read the old state. Any thread.
 class StandingJobs {
 public:
     /// Asks for a job. @return whether the caller has to post it

@@ -26,7 +26,7 @@ bool HasWindow()
     return state.mainWindow != nullptr;
 }
 
-/// Each text gets a box of its own: two reports in a row must not become the second one twice.
+/// Each text gets a box of its own: two reports in a row must not show the second text twice.
 void Show(const char *text, bool isError, ConnectionGeneration generation)
 {
     if (!HasWindow())

@@ -20,7 +20,7 @@ struct StaticJobs {
 
 StaticJobs g_jobs = {};
 
-/// A worker that is stuck behind a full ring cannot end; the window must not wait for it.
+/// A worker with a full ring may be stuck; the closing window waits no longer than this to post.
 constexpr std::uint32_t kExitPostLimitMs = 10;
 
 /// Never destroyed: a worker may come back while the process ends.
@@ -54,7 +54,7 @@ void EndJob(JobKind kind)
 
 void Disconnect()
 {
-    // A connect that ran before, with the settings of now, has left nothing to disconnect.
+    // A connect that has run already with the present settings leaves nothing to disconnect.
     if (Connection().IsUpToDate() || !PROBE_IsConnected())
         return;
     PROBE_CloseSession();

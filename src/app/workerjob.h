@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/// What a job asks of the worker. A kind outside this list runs its completion handler only.
+/// What the worker does for a job. Any other kind runs its completion handler only.
 enum class JobKind : std::uint32_t {
     Connect = 0,
     Disconnect = 1,

@@ -32,10 +32,10 @@ struct RingState {
     SYS_MUTEX_HANDLE ringMutex;
     SYS_EVENT_HANDLE wakeEvent;
     bool workerExists;
-    /// Publishes nothing but itself: the user knows that there is no worker.
+    /// Publishes nothing but itself: the user has been told that there is no worker.
     std::atomic<bool> refusalReported;
-    /// Set while a poster sits on ringMutex because the ring is full: the worker must not wait for
-    /// it.
+    /// Set while a poster holds ringMutex because the ring is full: the worker must not wait for
+    /// that mutex.
     std::atomic<bool> posterWaiting;
     PostGate gate;
 };
@@ -102,7 +102,7 @@ void RunOwnPosts()
     posts.clear();
 }
 
-/// Drops the queued jobs. A slot that is free may be getting a job this moment: it is left alone.
+/// Drops the queued jobs. Leaves free slots alone: a poster may be filling one at this moment.
 void EmptySlots(RingState &ring)
 {
     for (RingSlot &slot : ring.slots) {
@@ -118,7 +118,7 @@ void EmptySlots(RingState &ring)
 void EndWorker(RingState &ring, Job *exitJob)
 {
     const auto reportDone = exitJob->onCompleted;
-    ring.gate.Close([&ring] { EmptySlots(ring); }); // who waits for a slot gets one and leaves
+    ring.gate.Close([&ring] { EmptySlots(ring); }); // posters that wait get a slot and leave
     EmptySlots(ring);
     SYS_CloseEvent(ring.wakeEvent);
     ring.wakeEvent = SYS_EVENT_ERROR;
@@ -155,7 +155,7 @@ void *WorkerLoop(void *)
     }
 }
 
-/// Says once in a row of failures that there is no worker, not again at every post.
+/// Reports once in a series of failures that there is no worker, not at every post.
 void ReportRefusal(RingState &ring)
 {
     if (!ring.refusalReported.exchange(true, std::memory_order_relaxed))
@@ -163,7 +163,7 @@ void ReportRefusal(RingState &ring)
                       "The system grants no further mutex, event or thread.");
 }
 
-/// @return whether there is a worker. What the system refuses now it may grant later.
+/// @return whether there is a worker. After a failure the next post tries again.
 bool EnsureWorker(RingState &ring)
 {
     const std::lock_guard lock(ring.startMutex);
@@ -201,7 +201,7 @@ int PostFromOutside(RingState &ring, Job *job, std::uint32_t timeoutMs)
 {
     if (!EnsureWorker(ring)) {
         ReportRefusal(ring);
-        WORKER_DiscardJob(job); // a ring that nobody empties would hold up the thirty-third post
+        WORKER_DiscardJob(job); // without a worker the ring would fill, and post 33 would hang
         return SYS_WAIT_ERROR;
     }
     const int waited = SYS_WaitForMutex(ring.ringMutex, timeoutMs);

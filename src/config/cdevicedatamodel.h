@@ -40,7 +40,7 @@ public:
     [[nodiscard]] int SelectedRow() const { return m_selectedRow; }
     void SetSelectedRow(int row);
 
-    /// What the user filters this column by, as typed; empty when nothing was.
+    /// The filter of this column as the user typed it; empty when there is none.
     [[nodiscard]] const QString &FilterText(int column) const;
     /// The patterns that the column's filter editor offers, made at the first call.
     [[nodiscard]] const QStringList &FilterPatterns(int column);

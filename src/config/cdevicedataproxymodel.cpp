@@ -40,7 +40,7 @@ void CDeviceDataProxyModel::OnSourceDataChanged(
 {
     if (topLeft.row() == kFilterRow)
         UpdateFilter();
-    // The source announces one row at a time, so both corners are shown or none is.
+    // The source announces one row at a time, so either both corners are listed or neither is.
     const QModelIndex ownTopLeft = mapFromSource(topLeft);
     const QModelIndex ownBottomRight = mapFromSource(bottomRight);
     if (ownTopLeft.isValid() && ownBottomRight.isValid())

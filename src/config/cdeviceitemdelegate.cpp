@@ -52,7 +52,7 @@ QWidget *CDeviceItemDelegate::createEditor(
     editor->setAccessibleName(QStringLiteral("Filter for %1").arg(title));
     field->setText(index.data(Qt::DisplayRole).toString());
     field->selectAll();
-    // Connected last: filling the editor is not typing.
+    // Connected last: filling the editor must not count as typing.
     if (auto *box = qobject_cast<QComboBox *>(editor)) {
         connect(
             box, &QComboBox::currentIndexChanged, this, &CDeviceItemDelegate::OnFilterTextChanged);
@@ -70,7 +70,7 @@ QWidget *CDeviceItemDelegate::MakeValueBox(QWidget *parent, const QStringList &v
 {
     auto *box = new QComboBox(parent);
     box->setObjectName(QStringLiteral("pComboBoxFilter"));
-    // Thousands of texts: nothing may measure each of them.
+    // There may be thousands of texts: Qt must not measure each of them.
     box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     box->setMinimumContentsLength(1);
     if (auto *list = qobject_cast<QListView *>(box->view()))
@@ -138,7 +138,7 @@ void CDeviceItemDelegate::OnEditorClosed(QWidget *editor)
     if (editor != m_editor)
         return;
     if (m_typingTimer.isActive())
-        UpdateFilter(); // what was typed last counts, however soon the editor went
+        UpdateFilter(); // the last keys count even if the editor closes before the timer fires
     m_editor = nullptr;
 }
 
@@ -157,7 +157,7 @@ bool CDeviceItemDelegate::eventFilter(QObject *object, QEvent *event)
 bool CDeviceItemDelegate::HandleKey(QWidget *editor, int key)
 {
     switch (key) {
-    case Qt::Key_Escape: // the filter as it was; a further one is the dialog's
+    case Qt::Key_Escape: // restores the filter; a second Escape reaches the dialog
         LineEditOf(editor)->setText(m_formerText);
         UpdateFilter();
         emit closeEditor(editor, NoHint);
@@ -165,7 +165,7 @@ bool CDeviceItemDelegate::HandleKey(QWidget *editor, int key)
     case Qt::Key_Backtab:
         if (m_column > 0)
             return false;
-        // Qt would go round to the last device and so select it.
+        // Qt would wrap around to the last device and so select it.
         emit commitData(editor);
         emit closeEditor(editor, NoHint);
         return true;

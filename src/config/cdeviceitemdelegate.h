@@ -32,7 +32,7 @@ public:
         const QModelIndex &index) const override;
 
 signals:
-    /// The user is done with the filters and goes on to the devices.
+    /// The user has left the filters for the devices.
     void LeftDownwards();
 
 public slots:

@@ -28,7 +28,7 @@ namespace {
 constexpr int kInitialWidthPx = 854;
 constexpr int kInitialHeightPx = 387;
 constexpr QChar kFilterSeparator(u'\t');
-/// More cores than any chip has: a damaged record must not fill the core box without end.
+/// More cores than any chip has. A damaged record must not fill the core box endlessly.
 constexpr std::uint32_t kMaxListedCores = 256;
 
 /// The window that hosts this dialog inside the probe maker's server program; here there is none.
@@ -147,7 +147,7 @@ void CDeviceSelectionDialog::SetUpTable()
     m_table->setItemDelegateForRow(kFilterRow, delegate);
     m_table->setModel(m_proxy);
 
-    // One height for the header and all rows, in which the filter's editors find room.
+    // One height for the header and all rows, high enough for the editors of the filter row.
     const int rowHeightPx = std::max(
         m_comboBoxEndian->sizeHint().height(), QFontMetrics(m_table->font()).height() + 6);
     m_devices->SetTableFont(m_table->font(), rowHeightPx);
@@ -247,7 +247,7 @@ void CDeviceSelectionDialog::TakeCell(const QModelIndex &cell)
     m_table->setCurrentIndex(cell);
     const int row = m_proxy->mapToSource(cell).row();
     if (row == m_devices->SelectedRow())
-        return; // what was chosen for this device stands
+        return; // the same device: its byte order stays as the user chose it
     m_devices->SetSelectedRow(row);
     ShowSelectedDevice();
 }
@@ -313,5 +313,5 @@ void CDeviceSelectionDialog::showEvent(QShowEvent *event)
     if (m_devices->SelectedRow() > 0)
         OnLabelSelectedDeviceClicked();
     else
-        m_table->EditFilter(kDeviceColumn); // nothing to begin with: look for a device
+        m_table->EditFilter(kDeviceColumn); // no device is selected: begin by searching for one
 }

@@ -118,7 +118,7 @@ bool ConfigDialog::eventFilter(QObject *object, QEvent *event)
     return QDialog::eventFilter(object, event);
 }
 
-/// The way of every slot: nothing typed gets lost, one field changes, all controls follow.
+/// The steps of every slot: take typed texts over, change one field, refresh all controls.
 template <typename Change> void ConfigDialog::ChangeState(Change change)
 {
     TakeTypedTexts();
@@ -317,7 +317,7 @@ void ConfigDialog::RefreshInterface()
     m_controls.labelKHz->setEnabled(isFixedSpeed);
     const auto speedButtons
         = {m_controls.rBtnAutoSel, m_controls.rBtnAdaptiveClock, m_controls.rBtnFrequency};
-    // It is for JTAG alone. With another interface it would be gone at the next start.
+    // For JTAG alone: loading the settings drops it for any other interface.
     m_controls.rBtnAdaptiveClock->setEnabled(
         UsesScanChain(m_state) || m_state.speedMode == kAdaptiveSpeed);
     CheckRadioButton(speedButtons, speedButtons.begin()[m_state.speedMode]);

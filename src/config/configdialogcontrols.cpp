@@ -23,7 +23,7 @@ QGroupBox *MakeGroup(const char *title, const char *objectName, QWidget *parent)
 {
     auto *group = new QGroupBox(QString::fromLatin1(title), parent);
     group->setObjectName(QString::fromLatin1(objectName));
-    // Or a group inside another one would be announced by that one's title.
+    // Otherwise screen readers announce a group inside another one by the outer one's title.
     group->setAccessibleName(QString::fromLatin1(title).remove(QLatin1Char('&')));
     return group;
 }
@@ -158,7 +158,7 @@ QWidget *ConfigDialogControls::MakeInterfaceGroup(ConfigDialog *dialog)
     grid->addWidget(MakeMiscGroup(dialog), 1, 1);
     QWidget *scanChain = MakeScanChainGroup(dialog);
     grid->addWidget(scanChain, 2, 0, 1, 2);
-    // The width must not follow the scan chain's coming and going.
+    // The width must not change when the scan chain is shown or hidden.
     grid->addItem(
         new QSpacerItem(scanChain->sizeHint().width(), 0, QSizePolicy::Minimum, QSizePolicy::Fixed),
         3, 0, 1, 2);

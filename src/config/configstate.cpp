@@ -125,7 +125,7 @@ void StoreConfigState(const ConfigState &state, ConnectionRecord *record)
     record->DRPre = kPositions[state.drPrefixIndex];
     record->ConnectMode = kConnections[state.connectionIndex].connectMode;
     StoreSpeed(state, record);
-    // Deliberate: InitRegs stays. That box only tells the option string what to say.
+    // Deliberate: InitRegs stays. That box only changes the option string.
 }
 
 std::uint32_t FrequencyOfListRow(int listRow)
@@ -169,7 +169,7 @@ void SetName(std::array<char, 128> *name, std::string_view text)
     std::string kept;
     std::copy_if(text.begin(), text.end(), std::back_inserter(kept), IsNameByte);
     kept.resize(FittingBytes(kept, name->size() - 1));
-    name->fill('\0'); // records are compared byte for byte, so nothing may stay behind the name
+    name->fill('\0'); // records are compared byte for byte: no old bytes may follow the name
     std::copy(kept.begin(), kept.end(), name->begin());
 }
 
@@ -178,7 +178,7 @@ std::size_t FittingBytes(std::string_view text, std::size_t maxBytes)
     if (text.size() <= maxBytes)
         return text.size();
     std::size_t length = maxBytes;
-    // Back over the continuation bytes of the character that stands across the bound.
+    // Step back over the continuation bytes of a character that crosses the limit.
     while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80U)
         --length;
     return length;

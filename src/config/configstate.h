@@ -34,7 +34,7 @@ inline constexpr std::size_t kShownHostBytes = 63;
 /// Deliberate: one for the whole program, so a custom speed stays in the list until it ends.
 [[nodiscard]] std::array<char, 32> &CustomSpeedText();
 
-/// Derives the state from a record; what no table knows falls back to the default row. A fixed
+/// Derives the state from a record; values missing from the tables become the default row. A fixed
 /// speed that is not recognised becomes the custom row.
 [[nodiscard]] ConfigState LoadConfigState(const ConnectionRecord &record);
 
@@ -46,8 +46,8 @@ void StoreConfigState(const ConfigState &state, ConnectionRecord *record);
 /// Table row to list row; -1 for a custom row that is not listed.
 [[nodiscard]] int ListRowOfFrequency(std::uint32_t frequencyIndex);
 
-/// Chooses a target interface. Adaptive clocking, which JTAG alone has, gives way to the automatic
-/// speed.
+/// Chooses a target interface. Adaptive clocking, which only JTAG has, is replaced by the automatic
+/// speed for any other.
 void ChooseInterface(ConfigState *state, std::uint32_t interfaceIndex);
 
 /// Chooses a position in the scan chain and presets the instruction-register bits for it.
@@ -56,9 +56,9 @@ void ChoosePosition(ConfigState *state, std::uint32_t position);
 /// True when the chosen interface runs through a scan chain.
 [[nodiscard]] bool UsesScanChain(const ConfigState &state);
 
-/// Replaces a name of the state, in UTF-8. What does not fit is cut at a character's end; control
-/// characters and double quotes are left out: no name holds them, and the settings file, where
-/// names stand on one line between quotes, could not.
+/// Replaces a name of the state, in UTF-8. A longer one is cut at a character's end. Control
+/// characters and double quotes are left out: the settings file keeps names on one line between
+/// quotes and cannot hold them.
 void SetName(std::array<char, 128> *name, std::string_view text);
 
 /// The number of bytes of a text that fit into maxBytes without cutting a UTF-8 character.

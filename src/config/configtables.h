@@ -32,7 +32,7 @@ inline constexpr std::array kEndians
 
 struct InterfaceRow {
     std::int32_t targetInterface;
-    const char *name; ///< shown, and the word of the option
+    const char *name; ///< shown in the list, and used as the option's word
 };
 /// Deliberate gap: the library's interface 2 is not offered.
 inline constexpr std::array kInterfaces = {InterfaceRow{0, "JTAG"}, InterfaceRow{1, "SWD"},

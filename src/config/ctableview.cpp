@@ -46,7 +46,7 @@ protected:
             const int leftPx = m_view->columnViewportPosition(column);
             QStyleOptionViewItem option;
             option.initFrom(m_view);
-            option.state = QStyle::State_Enabled; // the focus is not the strip's
+            option.state = QStyle::State_Enabled; // the strip never has the focus
             option.displayAlignment = Qt::AlignLeft | Qt::AlignVCenter;
             option.rect = QRect(leftPx, 0, m_view->columnWidth(column) - 1, height() - 1);
             const QModelIndex cell = model->index(kFilterRow, column);
@@ -63,7 +63,7 @@ protected:
     }
 
 private:
-    /// The colour of the table's own grid lines, which only its style knows.
+    /// The colour of the table's own grid lines, which its style decides.
     [[nodiscard]] QColor GridColor() const
     {
         QStyleOptionViewItem option;
@@ -172,8 +172,8 @@ void CTableView::PressFilter(int xPx)
     EditFilter(column);
     if (column < 0 || xPx < columnViewportPosition(column) + columnWidth(column) - kFilterArrowPx)
         return;
-    // Handed on to the box once the table is done with it: only a press of its own arrow makes the
-    // box keep its list when the button is let go.
+    // The press is passed on to the box after the table has handled it: the box keeps its list open
+    // at the release of the button only if its own arrow was pressed.
     auto *const box = qobject_cast<QComboBox *>(indexWidget(model()->index(kFilterRow, column)));
     if (box != nullptr)
         QMetaObject::invokeMethod(

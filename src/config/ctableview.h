@@ -2,10 +2,10 @@
 
 #include <QTableView>
 
-/// The device table: reports where the mouse was pressed, and keeps the filter row in reach.
+/// The device table: reports where the mouse was pressed, and keeps the filter row reachable.
 ///
 /// While the table is scrolled down, a strip over its first line shows the filter row; a press on
-/// it leads back to the real one.
+/// it scrolls back to the real one.
 class CTableView : public QTableView {
     Q_OBJECT
 

@@ -31,7 +31,7 @@ struct SharedText {
     QString folded;
 };
 
-/// Makes each text of a kind once: thousands of devices have few cores and sizes between them.
+/// Makes each text once: thousands of devices share few core names and sizes.
 template <typename MakeText> class TextPool {
 public:
     explicit TextPool(MakeText makeText)

@@ -36,8 +36,8 @@ struct DeviceRow {
 /// A memory size as the table shows it, in KB, or in MB from 1000 KB on.
 [[nodiscard]] QString SizeText(std::int64_t sizeBytes);
 
-/// Copies what the table needs out of the library's records. Null names read as empty texts, names
-/// longer than kMaxDeviceNameBytes are cut at a character's end.
+/// Copies the fields that the table needs from the library's records. Null names become empty,
+/// names longer than kMaxDeviceNameBytes are cut at a character's end.
 [[nodiscard]] std::vector<DeviceRow> MakeDeviceRows(const RanvoDeviceInfo *records, int count);
 
 /// Compares two devices by one column. Texts compare naturally, numbers and sizes by value.

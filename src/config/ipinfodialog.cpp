@@ -10,7 +10,7 @@
 namespace {
 
 struct InfoLine {
-    const char *caption; // null: the line goes on with the caption above
+    const char *caption; // null: the line belongs to the caption above
     const char *text;
 };
 
@@ -24,7 +24,7 @@ constexpr std::array kLines = {
     InfoLine{"IP address:", "Select by numerical IP address."},
     InfoLine{nullptr, "Example: 192.168.2.3"},
 };
-/// Deliberate: made but never shown. It belongs to probes behind a tunnel, which are not offered.
+/// Deliberate: created but never shown. It is for probes behind a tunnel, which are not offered.
 constexpr const char *kTunnelText = "Please specify the serial number of the emulator you wish to "
                                     "connect via TCP/IP tunnel.";
 

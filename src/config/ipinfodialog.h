@@ -2,5 +2,5 @@
 
 class QWidget;
 
-/// Tells what may be entered as the address of a probe, in a modal box of its own.
+/// Shows, in a modal box, what may be entered as the address of a probe.
 void ShowIpInformation(QWidget *parent);

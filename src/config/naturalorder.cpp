@@ -9,7 +9,7 @@ bool IsDigit(QChar c)
     return c >= QLatin1Char('0') && c <= QLatin1Char('9');
 }
 
-/// Device names are nearly all ASCII: their letters need no look into the tables of all scripts.
+/// Device names are nearly all ASCII: their letters are folded without the Unicode tables.
 char16_t Folded(QChar c)
 {
     const char16_t code = c.unicode();

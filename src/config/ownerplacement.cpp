@@ -18,7 +18,7 @@ QPoint PlaceInArea(const QRect &owner, const QSize &dialog, const QRect &area)
 
 namespace {
 
-/// What is free on the screen that shows most of a window; Qt's own answer may be a moment old.
+/// The free area of the screen that shows most of a window; Qt's own answer may be out of date.
 QRect AreaOf(const QWidget *window)
 {
     const QScreen *best = window->screen();
@@ -48,7 +48,7 @@ void PlaceOver(QWidget *dialog, const QWidget *owner)
 {
     if (owner == nullptr)
         return;
-    // What the window manager puts round the owner it will put round the dialog.
+    // The dialog will get a frame of the same size as its owner's.
     const QSize frame = owner->frameSize() - owner->size();
     const bool isFrameless = dialog->windowFlags().testFlag(Qt::FramelessWindowHint);
     const QSize size = dialog->testAttribute(Qt::WA_Resized) ? dialog->size() : dialog->sizeHint();

@@ -11,8 +11,8 @@ class QWidget;
 /// @param area  what of the owner's screen is free for windows; its origin may be negative
 [[nodiscard]] QPoint PlaceInArea(const QRect &owner, const QSize &dialog, const QRect &area);
 
-/// Ties a dialog without a parent, which is not shown yet, to the window that it shall stay above;
-/// the window manager would not know otherwise. Null: nothing.
+/// Tells the window manager which window a dialog without a parent has to stay above. To be called
+/// before the dialog is shown. Null: does nothing.
 void TieToOwner(QWidget *dialog, const QWidget *owner);
 
 /// Places a dialog that is not shown yet over another window, wholly on that one's screen. Null:

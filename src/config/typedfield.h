@@ -4,10 +4,10 @@
 
 class QLineEdit;
 
-/// A line edit that shows a value, and knows whether the user has typed over it since.
+/// A line edit that shows a value, and can tell whether the user has typed over it since.
 ///
 /// Leaving a field reports what was typed, but a mnemonic triggers another control without leaving
-/// the field. So whoever is about to show a new value first asks for what was typed.
+/// the field. So take over the typed text before showing a new value.
 class TypedField {
 public:
     /// @param edit  not owned; outlives this

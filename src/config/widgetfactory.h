@@ -5,8 +5,8 @@
 #include <QPushButton>
 #include <QRadioButton>
 
-/// Gives a control without a visible label one that screen readers find: a combo box is called
-/// there by its labels and its current text, whatever its accessible name is.
+/// Gives a control without a visible label one that screen readers find: they announce a combo box
+/// by its labels and its current text, whatever its accessible name is.
 inline void LabelForScreenReaders(QWidget *control, const char *text)
 {
     auto *label = new QLabel(QString::fromLatin1(text), control->parentWidget());

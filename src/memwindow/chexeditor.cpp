@@ -236,7 +236,7 @@ bool CHexEditor::ViewEvent(QEvent *event)
             return false;
         OnContextMenuRequested(m_surface.Viewport()->mapTo(this, m_cursor.MenuCell()));
         return true;
-    case QEvent::ShortcutOverride: // the text widget must not claim Ctrl+C and its like
+    case QEvent::ShortcutOverride: // the text widget must not take Ctrl+C and similar keys
         event->ignore();
         return true;
     case QEvent::KeyPress:

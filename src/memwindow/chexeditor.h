@@ -38,7 +38,7 @@ public:
     void SetFeatureFlags(std::uint32_t flags) { m_commands.SetFeatures(flags); }
     /// Starts the periodic refresh; below 1 ms it stops.
     void SetRefreshInterval(int intervalMs) { m_refresh.SetInterval(intervalMs); }
-    /// Byte order of 2- and 4-byte items; little-endian until a host says otherwise.
+    /// Byte order of 2- and 4-byte items; little-endian until a host sets another.
     void SetBigEndian(bool bigEndian) { m_page.SetBigEndian(bigEndian); }
     /// Paints every row again; reads nothing.
     void InvalidateView() { m_page.RepaintAll(); }
@@ -162,7 +162,7 @@ private:
     bool ViewportEvent(QEvent *event);
     bool ViewEvent(QEvent *event);
 
-    // In the order in which they are built; an owner knows those above it only.
+    // In the order in which they are built; an owner uses only those above it.
     TargetAccess m_target;
     MemActions m_actions;
     MemoryPage m_page;

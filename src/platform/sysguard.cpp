@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr char kVerifyTitle[] = " Debug Error"; // the leading blank belongs to it
+constexpr char kVerifyTitle[] = " Debug Error"; // deliberate: with the leading blank
 
 } // namespace
 

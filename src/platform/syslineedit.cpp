@@ -19,7 +19,7 @@ void *OpenBesideProgram()
     directory[static_cast<std::size_t>(SYS_FileName(directory.data()) - directory.data())] = '\0';
     std::array<char, SYS_MAX_PATH> path;
     const char *const end = UTIL_Format(path, "%sThirdParty/%s", directory.data(), kFileName);
-    // A path that was cut names some other file.
+    // A path that was cut would name another file.
     const bool isWhole = directory[0] != '\0' && end < path.data() + path.size() - 1;
     return isWhole ? dlopen(path.data(), RTLD_LAZY) : nullptr;
 }

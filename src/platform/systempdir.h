@@ -5,8 +5,8 @@
 
 // Paths are NUL-terminated bytes in the caller's buffer of `size` characters. Any thread.
 
-/// A directory for temporary files, proved writable: the system's, else one of the user's own.
-/// Empty when there is neither.
+/// A directory for temporary files that has been tested to be writable: the system's, otherwise the
+/// user's own. Empty when neither is.
 void SYS_TempDir(char *buffer, std::uint32_t size);
 
 /// Reads from the system's random source, once.

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Since an unknown moment of the past; never 0.
+/// Microseconds since an arbitrary moment in the past; never 0.
 std::uint64_t MonotonicUs()
 {
     std::timespec now{};

@@ -6,7 +6,7 @@
 
 template <typename Signature> class ProbeFunction;
 
-/// One function of the probe library: found at its first call, called through its address then.
+/// One function of the probe library: looked up at its first call, then called by its address.
 /// Any thread; constant-initialised, so that it is usable before and after main.
 template <typename Result, typename... Args> class ProbeFunction<Result(Args...)> {
 public:

@@ -27,7 +27,7 @@ constinit LastWords lastWords = nullptr; // set before the first call, by the ma
 void *OpenFirst(const std::vector<std::string> &files, ProbeAttempts &attempts)
 {
     for (const std::string &path : files) {
-        // A name without a slash would be searched in the system's own places.
+        // A name without a slash would be searched for in the system's own directories.
         if (path.find('/') == std::string::npos) {
             attempts.push_back({path, "not a path"});
             continue;
@@ -40,7 +40,7 @@ void *OpenFirst(const std::vector<std::string> &files, ProbeAttempts &attempts)
     return nullptr;
 }
 
-/// Two threads may have loaded the library at the same time: the first one to say so wins.
+/// Two threads may have loaded the library at the same time: the first one to publish it wins.
 int KeepHandle(void *handle)
 {
     void *none = nullptr;

@@ -10,7 +10,7 @@ inline constexpr int PROBE_LOAD_OK = 0;
 inline constexpr int PROBE_LOAD_ERROR = 1;
 inline constexpr int PROBE_TRY_ERROR = -1;
 
-/// A file that was tried, and why it is not loaded: the system's own words.
+/// A file that was tried, and the system's reason why it could not be loaded.
 struct ProbeAttempt {
     std::string path;
     std::string reason;
@@ -23,8 +23,8 @@ using ProbeAttempts = std::vector<ProbeAttempt>;
 /// @return PROBE_LOAD_OK or PROBE_LOAD_ERROR
 int PROBE_LoadLibrary(bool exitOnFailure, ProbeAttempts *attempts = nullptr);
 
-/// What the program does before the process ends for want of a library, on the thread that wanted
-/// it. Null, as at the start: nothing. Set once, before the first call of the library.
+/// Sets the function that runs before the process ends because there is no library, on the thread
+/// that needed it. Null, as at the start: none. Set once, before the first call of the library.
 void PROBE_SetLastWords(void (*tell)(const ProbeAttempts &attempts));
 
 /// Loads the library without ever ending the process.

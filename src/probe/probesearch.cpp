@@ -10,8 +10,8 @@ namespace {
 /// In every place the first name is preferred.
 constexpr std::array kFileNames = {"libranvoarm_x86.so", "libranvoarm.so"};
 
-/// Adds both file names in a directory. A path that is too long for its buffer is left out: cut,
-/// it would name some other file.
+/// Adds both file names in a directory. Leaves out a path that is too long for its buffer: when
+/// cut, it would name another file.
 void AddFiles(std::vector<std::string> &files, const char *directory, const std::string &suffix)
 {
     for (const char *const name : kFileNames) {

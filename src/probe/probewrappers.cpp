@@ -4,8 +4,8 @@
 // The program calls the probe library's functions as if it were linked: here they are defined, one
 // line for each. The compiler holds each line against the declaration in ranvoapi.h.
 //
-// They are hidden symbols, so that a library that calls its own functions by name never comes back
-// here.
+// They are hidden symbols, so that a library that calls its own functions by name does not reach
+// these.
 
 // NOLINTBEGIN(bugprone-macro-parentheses): types and parameter lists do not take parentheses
 #define PROBE_WRAPPER(result, name, parameters, arguments)                                         \

@@ -46,7 +46,7 @@ bool IsRoot(SYS_REG_KEY key)
     return key >= SYS_REG_CLASSES_ROOT && key <= SYS_REG_LAST_ROOT;
 }
 
-/// The link in the list that leads to an open key, or null for what is none.
+/// The link in the list that leads to an open key, or null when the handle is none.
 OpenKey **FindOpenKey(Registry &registry, SYS_REG_KEY key)
 {
     for (OpenKey **link = &registry.openKeys; *link; link = &(*link)->next) {
@@ -92,7 +92,8 @@ bool JoinPath(std::string &path, std::string_view further)
     return path.size() < kPathSize;
 }
 
-/// The key's element; what is missing of it is created when `created` is given, which then tells.
+/// The key's element. When `created` is given, missing elements are created and it tells whether
+/// any were.
 pugi::xml_node FindElement(pugi::xml_node element, std::string_view path, bool *created)
 {
     while (element && !path.empty()) {
@@ -198,7 +199,7 @@ int SYS_RegSetValue(
         || !Locate(registry, key, root, path))
         return SYS_REG_ERROR;
     SysRegFile &file = registry.files[root];
-    bool created = false; // somebody else may have removed the key meanwhile
+    bool created = false; // another thread may have removed the key meanwhile
     const pugi::xml_node element = FindElement(file.Load(), path, &created);
     const int result = element
         ? SYS_WriteRegValue(element, value, type, {static_cast<const std::uint8_t *>(data), size})

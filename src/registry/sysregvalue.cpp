@@ -69,7 +69,7 @@ int HexDigit(char c)
     return found == std::string_view::npos ? -1 : static_cast<int>(found);
 }
 
-/// Appends the bytes of pairs of digits. @return whether that is all there was
+/// Appends the bytes of pairs of digits. @return whether the text held nothing else
 bool AppendHexPairs(std::string_view digits, std::vector<std::uint8_t> &bytes)
 {
     if (digits.size() % 2 != 0)
@@ -232,7 +232,7 @@ int SYS_WriteRegValue(
     for (; static_cast<std::size_t>(index) < texts.size(); ++index)
         SetText(
             key, TextElement(name, index).data(), texts[static_cast<std::size_t>(index)].c_str());
-    // What is left of a longer list would be read as part of this one.
+    // The rest of a longer list would be read as part of this one.
     while (key.remove_child(TextElement(name, index).data()))
         ++index;
     return SYS_REG_OK;

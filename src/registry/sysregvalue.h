@@ -8,8 +8,8 @@
 // Values of one key's element: the element of the value's name, the element of its type, and for a
 // list of texts one element for each text behind the first.
 
-/// Whether a value may have this name: a legal element name that is not taken for the type or a
-/// further text of another value.
+/// Whether a value may have this name: a legal element name that cannot be mistaken for a type or
+/// for a further text of another value.
 [[nodiscard]] bool SYS_IsRegValueName(const char *name);
 
 /// @return the type code, or 0 when there is no such value or its type is unknown

@@ -42,7 +42,7 @@ char32_t TakeCharacter(std::string_view &text)
         c = (c << 6) | (byte & 0x3FU);
     }
     text.remove_prefix(further);
-    // Longer than needed would be a second spelling of the same name.
+    // An encoding longer than needed would be a second spelling of the same name.
     constexpr std::array<char32_t, 4> kSmallest = {0, 0x80, 0x800, 0x10000};
     return c >= kSmallest[further] ? c : 0;
 }

@@ -1,2 +1,2 @@
-// Empty on purpose: the pictures are object files that CMake hands on to whatever links this
-// library, and a library needs one source of its own.
+// Empty on purpose: CMake links the pictures as object files into every user of this library, but a
+// library needs a source file of its own.

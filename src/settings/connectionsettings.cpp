@@ -50,8 +50,7 @@ constexpr std::array kRecordKeys = {
 };
 #undef RECORD_KEY
 
-/// The global record. A worker may still look at it while the process ends: nothing here is ever
-/// destroyed.
+/// The global record. It is never destroyed: a worker may still read it while the process ends.
 struct GlobalRecord {
     std::mutex mutex; // guards the record, for the time of a copy
     ConnectionRecord record;
@@ -129,10 +128,10 @@ void TakeFirstDevice(ConnectionRecord &record)
     RanvoDeviceInfo info{};
     info.sizeOfStruct = RANVO_DEVICE_INFO_SIZE;
     if (RANVOARM_DEVICE_GetInfo(0, &info) == 0)
-        UTIL_CopyText(record.Device, info.name); // a library may give no name
+        UTIL_CopyText(record.Device, info.name); // does nothing when the library gives no name
 }
 
-/// Blanks around a host name can only be a slip.
+/// Removes the blanks around a host name, which can only be a mistake.
 void TrimHostName(ConnectionRecord &record)
 {
     const std::string_view stored(record.HostName.data());

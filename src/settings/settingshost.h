@@ -2,7 +2,7 @@
 
 /// What the settings need from the program above them. Null entries do nothing.
 struct SettingsHost {
-    /// Shows an error to the user; returns without waiting for him.
+    /// Shows an error to the user; returns without waiting for an answer.
     void (*ShowError)(const char *text);
     /// Restarts the connection with the new settings.
     void (*Reconnect)();

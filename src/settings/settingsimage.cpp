@@ -31,8 +31,8 @@ bool IsHeaderOf(std::string_view line, std::string_view section)
         && WithoutLeading(line, kBlanks).empty();
 }
 
-/// Whether the line gives this key a value. Blanks between name and "=" must be all there is: a
-/// line like "Speed limit = 5" belongs to somebody else and must not be taken for "Speed".
+/// Whether the line gives this key a value. Only blanks may stand between name and "=": a line like
+/// "Speed limit = 5" belongs to another key than "Speed".
 bool IsKeyLine(std::string_view line, std::string_view key, SettingsKeyForm form)
 {
     line = WithoutLeading(line, kBlanks);

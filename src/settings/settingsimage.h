@@ -13,7 +13,7 @@ enum class SettingsKeyForm { Plain, Array };
 ///
 /// Everything that is not the one key in question stays as it is, byte for byte: unknown sections,
 /// comments, NUL bytes, lines without an end. Lines end with CR LF, and with a bare CR or LF too
-/// when somebody else wrote them. The first matching section and key count.
+/// when another program wrote them. The first matching section and key count.
 class SettingsImage {
 public:
     static constexpr std::size_t kCapacity = 30'000;

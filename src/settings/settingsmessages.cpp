@@ -37,7 +37,7 @@ const char *SaveFormat(Result result)
     switch (result) {
     case Result::Ok:
         return "";
-    case Result::SharingViolation: // "open" here too: so it has always been shown
+    case Result::SharingViolation: // deliberate: "open" here too; users know this text
         return "Could not open file [%s]\nSharing violation!";
     case Result::AccessDenied:
         return "Could not save file [%s]\nAccess is denied!";

@@ -34,7 +34,7 @@ void Load(SettingsStore &store)
 {
     if (store.path[0] == '\0')
         SETTINGS_ComposeDefaultPath(store.path);
-    // Before the reading: what is written meanwhile will be noticed.
+    // Taken before reading, so that a change made meanwhile is noticed later.
     store.stamp = SYS_StampOfFile(store.path.data());
     store.loadResult = ReadImage(store.path.data(), store.image);
     if (store.loadResult != SysFileResult::Ok)
@@ -42,8 +42,8 @@ void Load(SettingsStore &store)
     store.state = kSettingsLoaded;
 }
 
-/// Whether the image stands for the file. If there is a file that could not be read (no rights,
-/// larger than the image), writing the image would throw away what it holds.
+/// Whether the image holds the file's contents. When a file exists but could not be read (no
+/// rights, larger than the image), writing the image would destroy them.
 bool KnowsFile(const SettingsStore &store)
 {
     return store.loadResult == SysFileResult::Ok || store.loadResult == SysFileResult::FileNotFound
@@ -66,10 +66,10 @@ void SETTINGS_ReportQuietly(const char *text)
 
 void SETTINGS_ComposeDefaultPath(std::array<char, SETTINGS_MAX_PATH> &path)
 {
-    std::array<char, SETTINGS_MAX_PATH + 1> composed{}; // the separator comes whatever the length
+    std::array<char, SETTINGS_MAX_PATH + 1> composed{}; // the separator is appended at any length
     std::array<char, SYS_MAX_PATH> name;
     path[0] = '\0';
-    // The file lies beside that directory, which need not be there.
+    // The file lies beside that directory, which need not exist.
     [[maybe_unused]] const int created = SYS_UserConfigDir(composed.data(), SYS_MAX_PATH);
     if (composed[0] == '\0')
         return;
@@ -116,7 +116,7 @@ bool SettingsOperation::PrepareChange()
 {
     SettingsStore &store = SETTINGS_TheStore();
     if (!m_ready && !std::exchange(store.unavailable, true))
-        Fail(SysFileResult::InvalidFile); // once, not for each key
+        Fail(SysFileResult::InvalidFile); // reported once, not for each key
     if (!m_ready || store.refused) {
         m_result = SETTINGS_ERROR;
         return false;

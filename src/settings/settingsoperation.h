@@ -18,7 +18,7 @@ struct SettingsStore {
     SysFileStamp stamp; // of the file that the image was read from or saved to
     SYS_MUTEX_HANDLE mutex;
     int depth;               // operations under way, one inside the other
-    bool unavailable;        // no mutex could be made, and the user knows
+    bool unavailable;        // no mutex could be made, and the user has been told
     bool prepared;           // the outermost operation may change the image; `before` is set
     bool changed;            // the image waits for the outermost operation's end to be saved
     bool refused;            // one of its changes could not be made: none of them counts
@@ -27,7 +27,7 @@ struct SettingsStore {
     SettingsQuietReport quietReport; // null: nowhere
 };
 
-// What SettingsStore::state says.
+// The values of SettingsStore::state.
 inline constexpr int kSettingsNotLoaded = 0;
 inline constexpr int kSettingsLoaded = 1;
 inline constexpr int kSettingsReloadNeeded = 100;
@@ -41,10 +41,10 @@ void SETTINGS_ReportQuietly(const char *text);
 /// settings are found under. Empty when there is no user directory or the path is too long.
 void SETTINGS_ComposeDefaultPath(std::array<char, SETTINGS_MAX_PATH> &path);
 
-/// One operation: holds the mutex, loads at its start what must be loaded, saves at its end what
-/// has changed, and shows a problem after the mutex is free again. Operations may be nested; the
-/// outermost one saves and shows. All changes are made or none is: one that is refused takes the
-/// others with it. A save that fails is no refusal: its changes stay in the image.
+/// One operation: holds the mutex, loads the file first if it must be loaded, saves it at the end
+/// if it has changed, and shows a problem after the mutex is free again. Operations may be nested;
+/// the outermost one saves and shows. Either all changes are made or none: when one is refused, the
+/// others are undone. A failed save is no refusal: its changes stay in the image.
 class SettingsOperation {
 public:
     SettingsOperation();
@@ -54,8 +54,8 @@ public:
 
     [[nodiscard]] bool IsReady() const { return m_ready; }
     [[nodiscard]] SettingsImage &Image() const;
-    /// To be called before a change. Takes over first what another program has made of the file.
-    /// @return whether the image may be changed; else the user will be told
+    /// To be called before a change. First takes over what another program has changed in the file.
+    /// @return whether the image may be changed; if not, the user will be told
     [[nodiscard]] bool PrepareChange();
     void SetChanged();
     /// The change cannot be made.

@@ -113,7 +113,7 @@ int SETTINGS_WriteHexBytes(
     for (const std::uint8_t value : values) {
         if (line.Room() < kByteAndEndChars)
             break;
-        line.Add("%02X", value); // a width pads with blanks: existing files hold small bytes so
+        line.Add("%02X", value); // deliberate: padded with blanks, as in existing files
     }
     line.Add("\"\r\n");
     return WriteLine(section, key, SettingsKeyForm::Plain, line);

@@ -15,8 +15,8 @@ inline constexpr std::uint32_t SETTINGS_MAX_PATH = 512;
 
 // Writing. SETTINGS_ERROR: the key could not be saved and the user has been told. A change that
 // does not fit into the image, or a line longer than 2000 characters, is refused and leaves
-// everything as it was; one that could not be saved stays in the image and goes out with the next,
-// unless another program changes the file before: what stands in the file counts then.
+// everything as it was; one that could not be saved stays in the image and is saved with the next,
+// unless another program changes the file before: then the file's contents count.
 
 int SETTINGS_WriteDecimal(const char *section, const char *key, std::int32_t value);
 int SETTINGS_WriteHex(const char *section, const char *key, std::uint32_t value);
@@ -61,7 +61,7 @@ void SETTINGS_SetPath(const char *path);
 void SETTINGS_CloseStore();
 
 /// Gathers all changes of a block into one save: the file holds all of them or none, and a problem
-/// is told once. A change that is refused takes the others with it, in memory too.
+/// is reported once. When a change is refused, the others are undone, in memory too.
 class [[nodiscard]] SettingsBatch {
 public:
     SettingsBatch();
@@ -73,7 +73,7 @@ private:
     std::unique_ptr<class SettingsOperation> m_operation;
 };
 
-/// Where the messages about loading and about damaged values go: nowhere by default, for a missing
-/// file or key is nothing that the user must know. Null brings the default back.
+/// Sets the receiver of messages about loading and damaged values. By default there is none: a
+/// missing file or key does not concern the user. Null restores the default.
 using SettingsQuietReport = void (*)(const char *text);
 void SETTINGS_SetQuietReport(SettingsQuietReport report);

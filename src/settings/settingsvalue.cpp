@@ -18,7 +18,7 @@ void ParseArray(SettingsValue &value, std::int64_t min, std::int64_t max, std::s
         return;
     }
     const char *const start = value.cursor;
-    for (const bool store : {false, true}) { // nothing is handed out before everything was read
+    for (const bool store : {false, true}) { // stores only after all elements have been read once
         value.cursor = start;
         for (std::uint32_t i = 0; i < value.count && !UTIL_HasFailed(value.error); ++i) {
             std::int64_t element = 0;
@@ -36,8 +36,8 @@ void ParseArray(SettingsValue &value, std::int64_t min, std::int64_t max, std::s
     count = value.count;
 }
 
-/// The value of a digit of a hex byte string, where a blank stands for 0: small bytes are written
-/// blank-padded, existing files hold them so. Or -1.
+/// The value of a digit of a hex byte string, or -1. A blank stands for 0: existing files hold
+/// small bytes padded with blanks.
 int HexDigitValue(char digit)
 {
     constexpr char kDigits[] = "0123456789ABCDEF";

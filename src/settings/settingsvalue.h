@@ -9,7 +9,7 @@
 #include <string_view>
 
 /// A key's value while it is read: the cursor stands behind "=" and blanks, and the text ends with
-/// the line. Problems are told in the error.
+/// the line. Problems are reported in the error.
 struct SettingsValue {
     std::array<char, 128> error{};
     std::array<char, SettingsImage::kCapacity + 1> text;
@@ -25,8 +25,8 @@ struct SettingsValue {
 /// follow. Anything else is an error, and there must have been none before.
 bool SETTINGS_ExpectEnd(SettingsValue &value);
 
-// Readers of the kinds that the token parser does not know. They fill their outputs only when the
-// whole value could be read, and report a value with more elements than the output holds.
+// Readers of the kinds of values that the token parser does not read. They fill their outputs only
+// when the whole value could be read, and report a value with more elements than the output holds.
 
 void SETTINGS_ParseBytes(SettingsValue &value, std::span<std::uint8_t> bytes, std::uint32_t &count);
 /// Words are written as signed numbers; both readings are understood.

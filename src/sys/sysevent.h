@@ -14,7 +14,7 @@ using SYS_EVENT_HANDLE = SysEvent *;
 
 inline constexpr unsigned SYS_MAX_EVENTS = 64;
 
-/// What a failed create answers. Deliberate: not null, as a failed SYS_CreateMutex does.
+/// The result of a failed create. Deliberate: not null, unlike that of SYS_CreateMutex.
 inline const SYS_EVENT_HANDLE SYS_EVENT_ERROR = reinterpret_cast<SYS_EVENT_HANDLE>(-1);
 
 /// @param name          ignored

@@ -146,7 +146,7 @@ bool WriteAll(int file, std::string_view content)
 
 Result ReadOnce(const char *path, std::span<char> buffer, std::size_t &length)
 {
-    // Without O_NONBLOCK a pipe under the file's name would hold the program up.
+    // Without O_NONBLOCK, opening a pipe of that name would block the program.
     const File file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!file.IsOpen())
         return ResultOfOpenError(errno, path);
@@ -169,8 +169,8 @@ bool TakeOver(int file, const struct stat *old)
             && fchmod(file, old->st_mode & kModeBits) == 0);
 }
 
-/// Whether a directory does not take a new file of ours at all. One that has no room for it now
-/// does not count: an old file is not put at stake then.
+/// Whether a directory takes no new file at all. Lack of room does not count: the old file must not
+/// be risked then.
 bool IsRefusal(int error)
 {
     switch (error) {
@@ -190,7 +190,7 @@ SysFileStamp StampOf(const struct stat &info)
     return {info.st_dev, info.st_ino, info.st_size, info.st_mtim.tv_sec, info.st_mtim.tv_nsec};
 }
 
-/// The stamp of a file that we have just written, before anybody else can have changed it.
+/// The stamp of a file just written, taken before another process can have changed it.
 void TakeStamp(int file, SysFileStamp &stamp)
 {
     struct stat info { };
@@ -227,16 +227,16 @@ Result ReplaceAtomically(const char *target, const struct stat *old, std::string
     const LongPath directory = DirectoryOf(target);
     const File parent(open(directory.data(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (parent.IsOpen())
-        fsync(parent.Get()); // the file is whole by now, whatever this says
+        fsync(parent.Get()); // the file is complete by now, whatever the result
     return Result::Ok;
 }
 
-/// Makes sure of the room for a file's new content before its first old byte is gone.
+/// Reserves the room for a file's new content before the first old byte is overwritten.
 bool ReserveRoom(int file, off_t oldLength, off_t newLength)
 {
     if (newLength <= oldLength || posix_fallocate(file, 0, newLength) == 0)
         return true;
-    // What could be had of the room is given back; if even that fails, the old bytes still stand.
+    // The room that was reserved is given back. Even if that fails, the old bytes are still there.
     [[maybe_unused]] const int trimmed = ftruncate(file, oldLength);
     return false;
 }
@@ -277,7 +277,7 @@ Result WriteOnce(const char *path, std::string_view content, SysFileStamp &stamp
             return ResultOfOpenError(errno, path);
     } else {
         struct stat link { };
-        if (lstat(path, &link) == 0) // a link to a file that is still to be made
+        if (lstat(path, &link) == 0) // a link to a file that does not exist yet
             return WriteInPlace(path, content, stamp);
         UTIL_CopyText(target, path);
     }

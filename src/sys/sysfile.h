@@ -16,11 +16,11 @@ enum class SysFileResult {
     InvalidDrive,
     FileNotFound,
     PathNotFound,
-    InvalidFile,    ///< anything else that cannot be opened, what is no regular file among it
+    InvalidFile,    ///< anything else that cannot be opened, or is no regular file
     TransferFailed, ///< short read, short write, or larger than the buffer
 };
 
-/// By what a file is known again: which one it is, how long, and when its content last changed.
+/// Identifies a file's contents: which file it is, how long, and when it was changed last.
 struct SysFileStamp {
     std::uint64_t device = 0;
     std::uint64_t inode = 0; ///< 0: there is no such file
@@ -34,7 +34,7 @@ struct SysFileStamp {
 /// The stamp of the file behind a path, links followed.
 [[nodiscard]] SysFileStamp SYS_StampOfFile(const char *path);
 
-/// Reads a whole file. One that another process keeps to itself is tried six times, 10 ms apart.
+/// Reads a whole file. One that another process holds is tried six times, 10 ms apart.
 /// @param length  receives the number of bytes, 0 after a failure
 [[nodiscard]] SysFileResult SYS_ReadFile(
     const char *path, std::span<char> buffer, std::size_t &length);

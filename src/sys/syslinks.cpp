@@ -63,8 +63,8 @@ void SYS_ResolveModulePath(const char *name, SysReadLink readLink, char *buffer,
     path[0] = '\0';
     UTIL_CopyText(path, name);
     SYS_Trace(SYS_TRACE_CALLS, "Initial module path: %s\n", path.data());
-    // A bare name says nothing about the current folder: a link that happens to have it there must
-    // not decide from where libraries are loaded.
+    // A bare name is not looked up in the current folder: a link of that name there must not decide
+    // from where libraries are loaded.
     const bool follow = std::strchr(path.data(), '/') || FollowGlobalLink(path, readLink);
     for (int links = 0; links < kMaxLinks; ++links) {
         SYS_Trace(SYS_TRACE_CALLS, "Resolving potential symlink: %s\n", path.data());

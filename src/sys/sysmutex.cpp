@@ -52,7 +52,7 @@ int LockUntil(SysMutex &entry, std::uint32_t timeoutMs)
     int result = SYS_WAIT_OK;
     std::timespec deadline{};
     if (!SYS_ComputeDeadline(timeoutMs, deadline)) {
-        // Deliberate: the lock is attempted all the same, and an error is answered even when it
+        // Deliberate: the lock is attempted all the same, and an error is returned even when it
         // succeeds.
         SYS_Trace(
             SYS_TRACE_ERRORS, "SYS_WaitForMutex(): Unspecified error while calculating timeout\n");

@@ -15,7 +15,7 @@ using SYS_MUTEX_HANDLE = SysMutex *;
 inline constexpr unsigned SYS_MAX_MUTEXES = 64;
 
 inline constexpr int SYS_RELEASE_OK = 0;
-/// Deliberate: a failed release answers 1, a failed wait -1. Callers compare with both.
+/// Deliberate: a failed release returns 1, a failed wait -1. Callers compare with both.
 inline constexpr int SYS_RELEASE_ERROR = 1;
 
 /// @param name  kept for debugging, cut to 31 characters; may be null

@@ -34,7 +34,7 @@ bool EnsureDirectory(const char *path)
     return stat(path, &info) == 0 && S_ISDIR(info.st_mode);
 }
 
-/// A path below the home directory. @return whether it is whole; else the buffer is empty
+/// A path below the home directory. @return whether it fits; if not, the buffer is empty
 bool FormatHomePath(char *buffer, std::uint32_t size, const char *name)
 {
     if (!buffer || size == 0)
@@ -47,8 +47,8 @@ bool FormatHomePath(char *buffer, std::uint32_t size, const char *name)
     return true;
 }
 
-/// Whether a path that the loader's name of the program has led to is the program's own. The loader
-/// knows the program only by what it was called by, which whoever starts it is free to make up.
+/// Whether the path found from the loader's name of the program is the program's own file. The
+/// loader has only the name given at the start, which the caller can choose freely.
 bool IsThisProgram(const char *path)
 {
     if (!std::strchr(path, '/')) {

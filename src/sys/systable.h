@@ -15,7 +15,7 @@ template <typename Entry, std::size_t N> Entry *SYS_FindFreeEntry(std::array<Ent
     return nullptr;
 }
 
-/// Whether a handle names an entry that is in use. Safe for any value a caller may come with.
+/// Whether a handle names an entry that is in use. Safe for any value.
 template <typename Entry, std::size_t N>
 bool SYS_IsEntryInUse(std::array<Entry, N> &table, Entry *handle)
 {

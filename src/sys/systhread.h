@@ -6,7 +6,7 @@
 using SYS_THREAD_ID = std::uint64_t;
 using SysThreadStart = void *(*)(void *argument);
 
-/// Starts a detached thread. It cannot be joined: threads tell each other by events when they end.
+/// Starts a detached thread. It cannot be joined; threads signal their end by events.
 /// @param idOut  receives the new thread's id; may be null
 /// @return the new thread's id, or 0 when the system refuses
 SYS_THREAD_ID SYS_CreateThread(SysThreadStart start, void *argument, std::uint64_t *idOut);

@@ -13,7 +13,7 @@ namespace {
 
 void WriteNothing(const char * /*text*/) { }
 
-/// Publishes a function that is there from the start: no ordering needed.
+/// Publishes a function pointer alone: no ordering needed.
 constinit std::atomic<SysTraceSink> sinkInUse{&WriteNothing};
 
 int ReadDebugLevel()

@@ -2,7 +2,7 @@
 
 // Trace messages of the platform layer. The environment variable SYS_DEBUG_LEVEL selects them:
 // 1 errors, 2 also entry and exit of every mutex operation. Nothing is written anywhere by default;
-// the messages are there for whoever hooks a sink in.
+// the messages go to the sink that a program sets.
 
 inline constexpr int SYS_TRACE_ERRORS = 1;
 inline constexpr int SYS_TRACE_CALLS = 2;

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-// What waiting for a mutex or an event answers.
+// The results of waiting for a mutex or an event.
 
 inline constexpr int SYS_WAIT_OK = 0;
 /// Deliberate: callers compare with this very number.

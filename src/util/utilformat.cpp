@@ -30,7 +30,7 @@ struct Output {
     return out;
 }
 
-/// What stands between "%" and the conversion letter.
+/// The specification between "%" and the conversion letter.
 struct Specification {
     std::uint32_t width = 0;
     std::uint32_t precision = 0;

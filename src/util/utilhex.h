@@ -15,8 +15,8 @@ inline constexpr std::array<char, 512> kUtilHexPairs = [] {
     return pairs;
 }();
 
-/// Writes two upper-case digits, no terminator. Same text as "%.2X", at the cost of a table lookup:
-/// whoever writes rows of bytes uses it.
+/// Writes two upper-case digits, no terminator. Same text as "%.2X", but as fast as a table lookup,
+/// for writing rows of bytes.
 /// @return the place behind the digits
 inline char *UTIL_PutHexByte(char *destination, std::uint8_t byte)
 {

@@ -290,7 +290,7 @@ void UTIL_ReadReal(UtilParseError error, const char *&cursor, double &value)
     for (; IsDigit(*cursor); ++cursor)
         value = value * 10 + (*cursor - '0');
     if (*cursor == '.') {
-        // A double has no use for more digits, and very many would leave its range.
+        // A double cannot hold more digits, and very many would exceed its range.
         constexpr double kFinest = 1e18;
         double digits = 0.0;
         double scale = 1.0;

@@ -68,7 +68,7 @@ void AddressBox::SetItems(const QStringList &items)
 
 bool AddressBox::IsListOpen() const
 {
-    // The list is made when it is first opened; asking for it would make it.
+    // The list is created when it is first opened; calling view() would create it.
     const auto views = findChildren<QAbstractItemView *>();
     return std::any_of(views.begin(), views.end(),
         [](const QAbstractItemView *view) { return view->isVisible(); });

@@ -6,7 +6,7 @@
 
 /// The tool bar's box for typed addresses, with a list of those typed before.
 ///
-/// It only keeps the texts; who listens to it jumps.
+/// It only keeps the texts; its signals' receiver makes the jump.
 class AddressBox : public QuietComboBox {
 public:
     explicit AddressBox(QWidget *parent);
@@ -40,6 +40,6 @@ protected:
 
 private:
     bool m_isRefilling = false;
-    bool m_returnIsHandled = false; // the line edit has had the key that comes next
+    bool m_returnIsHandled = false; // the line edit has handled the key that arrives next
     bool m_hasChanged = false;      // the current item, since the last choice from the list
 };

@@ -10,8 +10,7 @@ namespace {
 
 constexpr std::uint64_t kMaxItemBytes = 8;
 
-/// Whether there is something to put on the clipboard: bytes that could not be read are no reason
-/// against it.
+/// Whether there is something to put on the clipboard, even if some bytes could not be read.
 bool HasContents(const TransferResult &result)
 {
     return result.end == TransferEnd::Done || result.end == TransferEnd::Partly
@@ -32,7 +31,7 @@ MemRange ClipboardCommands::Selection() const
     return {selection.Lower(), selection.Length()};
 }
 
-/// Puts what was read on the clipboard and reports the form. Without a clipboard nothing is said.
+/// Puts the result on the clipboard and reports its form. Does nothing without a clipboard.
 TransferResult ClipboardCommands::Finish(
     const TransferResult &result, std::unique_ptr<QMimeData> contents, const char *form) const
 {
@@ -96,7 +95,7 @@ TransferResult ClipboardCommands::CopyInitializer()
     const ViewGeometry &geometry = m_owners.page.Geometry();
     const auto itemBytes = static_cast<std::uint64_t>(geometry.BytesPerItem());
     if (itemBytes < 1 || itemBytes > kMaxItemBytes) {
-        // The missing "be" stands as it always did; scripts look for the text.
+        // Deliberate: the missing "be" stays; scripts search for this text.
         const QString text = QStringLiteral("Copy action could not performed: invalid item size");
         m_owners.target.Messages().Add(text, kMessageError);
         return {TransferEnd::Refused, text, {}};

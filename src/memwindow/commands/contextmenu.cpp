@@ -13,8 +13,8 @@
 
 namespace {
 
-// A click on the extension button first closes an open menu, then arrives here. So soon after the
-// close it is that click, not a new one.
+// A click on the extension button first closes an open menu, then arrives here. Within this time
+// after the close it is taken for that click, not for a new one.
 constexpr qint64 kReopenGuardMs = 200;
 
 } // namespace

@@ -26,5 +26,5 @@ public:
 private:
     const MemOwners &m_owners;
     ZoneChosen m_zoneChosen;
-    QElapsedTimer m_sinceClosed; // the clock on the wall may jump back
+    QElapsedTimer m_sinceClosed; // monotonic: the time of day may be set back
 };

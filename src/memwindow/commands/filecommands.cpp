@@ -12,7 +12,7 @@ FileCommands::FileCommands(const MemOwners &owners, RangeTransfer &transfer)
 {
 }
 
-/// What fill and save work on: the selection, or else what is on show.
+/// The range that fill and save work on: the selection, otherwise the visible page.
 MemRange FileCommands::RangeOfCommand() const
 {
     const Selection &selection = m_owners.cursor.Selected();
@@ -28,7 +28,7 @@ FileCommands::Answer FileCommands::Ask(
     const QPointer<CMemDialog> dialog = new CMemDialog(&m_owners.window);
     dialog->SetMode(mode);
     dialog->SetStartAddress(range.start);
-    if (range.length != 0) // else the file's length will tell
+    if (range.length != 0) // 0 when loading: the dialog takes the file's length
         dialog->SetSize(range.length);
     if (!fileName.isEmpty())
         dialog->SetFileName(fileName);

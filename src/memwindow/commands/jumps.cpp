@@ -91,7 +91,7 @@ QString Jumps::AskForAddress() const
     const std::uint64_t cursor = m_owners.cursor.Cursor().address;
     if (cursor < kAddressSpaceEnd)
         dialog->setTextValue(QLatin1String(FormatItemValue(cursor, 8, true)));
-    // Deliberate: the text counts, not the button that closed the dialog. Cancel goes there too.
+    // Deliberate: the text is used whichever button closed the dialog. Cancel goes there too.
     if (RunDialog(dialog) == DialogEnd::Gone)
         return {};
     QString text = dialog->textValue();
@@ -110,7 +110,7 @@ void Jumps::Ask()
         input = texts.first();
     } else {
         input = AskForAddress();
-        if (input.isEmpty()) // then there may be no window any more
+        if (input.isEmpty()) // the window may be gone in this case
             return;
         lastInputText = input;
     }
@@ -135,7 +135,7 @@ void Jumps::FollowPointer()
     if (std::any_of(status.begin(), status.end(),
             [](ByteStatus byte) { return byte != ByteStatus::Valid; }))
         return;
-    std::uint64_t address = 0; // little-endian whatever the target is: the host's own order
+    std::uint64_t address = 0; // deliberate: little-endian, whatever the target's byte order
     for (std::size_t i = 0; i < kPointerBytes; ++i)
         address |= std::uint64_t{bytes[i]} << (8 * i);
     GoTo(address, true, true);

@@ -7,7 +7,7 @@
 
 #include <cstdint>
 
-/// Every way to another address: the address box, the "Go To" dialog, the way back, a pointer.
+/// Every kind of jump: by the address box, the "Go To" dialog, "Go Back" or a pointer.
 /// Keeps the addresses to go back to. GUI thread only.
 class Jumps {
 public:
@@ -17,12 +17,11 @@ public:
     /// @param pushHistory  remember where the page stands now
     void GoTo(std::uint64_t address, bool placeCursor, bool pushHistory);
     void GoBack();
-    /// Enables what there is to copy and to go back to.
+    /// Enables "Copy", and "Go Back" when there is an address to go back to.
     void UpdateActions() const;
 
-    /// Whether the address box reports a choice of the user's. While its list is replaced or
-    /// browsed its current item is none; nor when the box, losing the focus, finds its text in the
-    /// list.
+    /// Whether the address box reports a choice made by the user. It reports others too: while its
+    /// list is replaced or browsed, and when it loses the focus and finds its text in the list.
     [[nodiscard]] bool IsAddressEntered() const;
     void TakeAddressBox();
     /// Jumps to the address that the action carries, or asks for one.

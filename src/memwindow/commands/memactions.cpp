@@ -24,8 +24,8 @@ struct ActionRow {
     const char *icon;
 };
 
-// In the order of MemAction. The item sizes' shortcuts count positions: the third is Ctrl+3, on
-// purpose, although it shows four bytes.
+// In the order of MemAction. Deliberate: the shortcuts of the item sizes are numbered by position,
+// so the third is Ctrl+3 although it shows four bytes.
 constexpr std::array<ActionRow, kMemActionCount> kActions = {{
     {"pActionMemoryView1ByteItems", "Display &1 Byte Items", "Display 1 Byte Items",
         "Display 1 Byte Items", "Ctrl+1", Check::On, "view-1"},
@@ -126,7 +126,7 @@ MemActions::MemActions(QWidget *window)
 {
     for (std::size_t i = 0; i < kMemActionCount; ++i)
         m_actions[i] = MakeAction(kActions[i], window);
-    // The copy shortcut is the one that also works while the focus is on a widget of the host.
+    // Copy is the only shortcut that also works while a widget of the host has the focus.
     (*this)[MemAction::Copy]->setShortcutContext(Qt::WindowShortcut);
     Group(*this, kItemSizes, window);
     Group(*this, kAccessWidths, window);

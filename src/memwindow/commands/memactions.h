@@ -58,7 +58,7 @@ public:
     void ShowAccessWidths(bool visible);
 
     /// Fills an empty context menu.
-    /// @param addZoneMenu  called for what stands behind the access widths
+    /// @param addZoneMenu  adds the zone submenu; called after the access widths have been added
     void FillContextMenu(QMenu &menu, const std::function<void(QMenu *)> &addZoneMenu) const;
 
     /// Adds the buttons that stand between the address box and the refresh controls.

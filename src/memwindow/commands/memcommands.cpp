@@ -23,8 +23,8 @@
 
 namespace {
 
-/// The names by which the status bar speaks of the commands, in the order of MemCommand. Those
-/// without one have nothing to say.
+/// The names that the status bar puts in front of a command's message, in the order of MemCommand.
+/// Commands without a name report nothing.
 constexpr std::array kNames
     = {"", "", "Copy", "Copy", "Copy", "Copy", "Paste", "Fill", "Save", "Load", "", "", "", ""};
 
@@ -53,7 +53,7 @@ void MemCommands::Run(MemCommand command)
 
 void MemCommands::RunWith(const QString &name, const std::function<TransferResult()> &command)
 {
-    if (m_transfer.IsRunning()) // its dialog keeps the user off; a host may call all the same
+    if (m_transfer.IsRunning()) // its dialog blocks the user, but a host may call this all the same
         return;
     if (m_owners.edit.Settle() == Settled::WindowGone) // what was typed goes first
         return;
@@ -213,8 +213,8 @@ void MemCommands::TakeDrop(QDropEvent *event)
         Run(MemCommand::EnterAddress);
         return;
     }
-    // The dialog opens when the drag is over: the program it came from waits for the answer. A
-    // drop writes nothing by itself.
+    // Opens the dialog when the drag is over: until then the source program waits for the answer.
+    // A drop never writes by itself.
     const QString fileName = DROP_File(*event->mimeData());
     QTimer::singleShot(0, this, [this, fileName] {
         RunWith(QStringLiteral("Load"), [this, fileName] { return m_files.Load(fileName); });

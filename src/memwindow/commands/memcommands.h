@@ -37,9 +37,9 @@ enum class MemCommand : std::uint8_t {
 
 /// The commands of one memory window.
 ///
-/// Each is the same three steps: what was typed is settled, one owner is called, and what did not
-/// work is said: to the host by its messages, to who listens by Failed. The messages come last,
-/// since the host may delete the window in one. GUI thread only.
+/// Each takes the same three steps: settle what was typed, call one owner, report what failed, to
+/// the host by its messages and to other listeners by Failed. The messages come last, since the
+/// host may delete the window while it shows one. GUI thread only.
 class MemCommands : public QObject {
     Q_OBJECT
 
@@ -74,7 +74,7 @@ public:
     void SaveSettings() const;
 
 signals:
-    /// What the user asked for and did not get, as a text for the status bar.
+    /// A command failed or was done in part; the text is for the status bar.
     void Failed(const QString &text);
     /// Items have another size.
     void ItemFormatChanged();

@@ -10,7 +10,7 @@ class RefreshChoice;
 class TargetAccess;
 class ViewSurface;
 
-/// The owners of one memory window, as its commands know them. All outlive the commands.
+/// The owners of one memory window, for use by its commands. All outlive the commands.
 struct MemOwners {
     QWidget &window; ///< parent of menus' actions and of dialogs
     TargetAccess &target;

@@ -80,7 +80,7 @@ void RefreshChoice::TakeBoxRow()
 {
     if (m_isDeriving)
         return;
-    // Deliberate: a change that nobody sees leaves the timer alone.
+    // Deliberate: a change of a box that is not visible leaves the timer alone.
     if (!m_box->isVisible() || m_box->currentIndex() < 0) {
         Derive();
         emit NotTaken();

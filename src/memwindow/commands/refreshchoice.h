@@ -32,11 +32,10 @@ public:
     /// Makes the choice with this text current, the last one ("off") when there is none; an empty
     /// text does nothing.
     void SelectText(const QString &text);
-    /// Shows or hides the controls; hidden they stand for no refresh.
+    /// Shows or hides the controls. Hiding them stops the refresh.
     void Show(bool visible);
-    /// Asks the user with a dialog. @return the chosen text; empty when there is none, or the
-    /// window
-    ///         has gone meanwhile
+    /// Asks the user with a dialog.
+    /// @return the chosen text; empty when there is none, or the window has gone meanwhile
     [[nodiscard]] static QString Ask(
         QWidget *window, const QAction &action, const QComboBox &choices);
 
@@ -56,5 +55,5 @@ private:
     QAction *m_labelAction; // the label and the box in the tool bar
     QAction *m_boxAction;
     int m_intervalMs = 0;
-    bool m_isDeriving = false; // the box follows the value
+    bool m_isDeriving = false; // the box is being set from the value
 };

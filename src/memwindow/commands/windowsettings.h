@@ -5,7 +5,8 @@
 
 #include <cstdint>
 
-/// What one memory window remembers between runs. The initial values are those of a first start.
+/// The settings that a memory window keeps between runs. The initial values are those of a first
+/// start.
 struct WindowSettings {
     std::uint64_t baseAddress = 0; ///< the address that the last jump asked for
     std::uint8_t bytesPerItem = 1; ///< 1, 2 or 4

@@ -9,6 +9,6 @@ struct MemOwners;
 /// @return the submenu, or null
 QMenu *ZONE_AddMenu(const MemOwners &owners, QMenu *menu);
 
-/// Directs all reads and writes to a zone and reads the page from there. Nothing counts as changed:
-/// it is other memory. "Default" and "" are the target's default memory.
+/// Directs all reads and writes to a zone and reads the page from there. No byte is marked as
+/// changed, since this is other memory. "Default" and "" are the target's default memory.
 void ZONE_Set(const MemOwners &owners, const QString &name);

@@ -21,7 +21,7 @@ CEditOverlay::CEditOverlay(QWidget *parent)
     setStyleSheet(QStringLiteral("QLineEdit {border: 1px solid dark gray; border-radius: 0px;}"));
     setMaxLength(maxLength() & 0xFF);
     setAccessibleName(QStringLiteral("Memory item"));
-    // A right click is for the memory window: its menu has more to offer than the line edit's.
+    // A right click opens the memory window's menu instead of the line edit's own.
     setContextMenuPolicy(Qt::NoContextMenu);
     connect(this, &QLineEdit::editingFinished, this, &CEditOverlay::OnEditingFinished);
     connect(this, &QLineEdit::cursorPositionChanged, this, &CEditOverlay::OnCursorPosChanged);
@@ -87,7 +87,7 @@ void CEditOverlay::HideOverlay()
     if (!isVisible())
         return;
     Reset();
-    // Handed over first: hiding a widget that has the focus passes it to the next one in line.
+    // The focus is handed over first: hiding the widget would pass it to the next one in tab order.
     if (window()->focusWidget() == this && parentWidget() != nullptr)
         parentWidget()->setFocus();
     hide();
@@ -118,8 +118,8 @@ bool CEditOverlay::eventFilter(QObject *watched, QEvent *event)
             if (static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape)
                 event->accept();
         } else if (event->type() == QEvent::FocusOut) {
-            // A menu takes the focus for a while only. The line edit itself says nothing when a
-            // digit is still missing, so that its own signal does not serve here.
+            // A menu takes the focus for a while only. The line edit's own signal is not sent while
+            // a digit is missing, so it cannot be used here.
             if (static_cast<QFocusEvent *>(event)->reason() != Qt::PopupFocusReason)
                 OnEditingFinished();
         }
@@ -143,10 +143,10 @@ bool CEditOverlay::OnKey(int key, const QString &text)
     case Qt::Key_Down:
     case Qt::Key_PageUp:
     case Qt::Key_PageDown:
-        // The line edit has no use for these, so the view gets them after the end of the edit.
+        // The line edit ignores these keys, so they reach the view after the end of the edit.
         OnEditingFinished();
         return false;
-    case Qt::Key_Shift: // begins a selection in the view, which must not hear of it here
+    case Qt::Key_Shift: // would begin a selection in the view
         return true;
     case Qt::Key_Backspace:
         EraseDigit(cursorPosition() - 1, cursorPosition() - 1);

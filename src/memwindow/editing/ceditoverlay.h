@@ -28,7 +28,7 @@ public:
     /// Sets the text, and the caret in front of this digit of it.
     void SetEditText(const QString &text, int caret);
 
-    /// Digits, a bit each (bit 0 the leftmost), that stand for bytes nobody has read. They are
+    /// Digits, one bit each (bit 0 is the leftmost), of bytes that have not been read. They are
     /// shown as placeholders until they are typed over.
     void SetUnknownDigits(std::uint32_t digits);
     [[nodiscard]] std::uint32_t UnknownDigits() const { return m_unknownDigits; }

@@ -27,8 +27,8 @@ EditSession::EditSession(
 {
     m_timer.setInterval(kWriteAfterMs);
     m_timer.setSingleShot(true);
-    // A scroll or a resize drops the digits of an open box; what jumps ends the edit itself before
-    // it does.
+    // A scroll or a resize drops the digits of an open box; a jump ends the edit itself first, and
+    // keeps them.
     connect(&page, &MemoryPage::Moved, this, [this] { End(EditEnd::Drop); });
     connect(&page, &MemoryPage::Resized, this, [this] { End(EditEnd::Drop); });
     connect(&page, &MemoryPage::FontChanged, this, &EditSession::PlaceBox);
@@ -93,7 +93,7 @@ void EditSession::OpenBox(std::uint64_t item, const ItemEdit &edit)
     m_box->Open(static_cast<int>(static_cast<std::uint32_t>(item)));
 }
 
-/// Its digits lie on the row's digits.
+/// Places the box so that its digits lie on the row's digits.
 void EditSession::PlaceBox()
 {
     if (m_page.IsEmpty())
@@ -153,7 +153,8 @@ void EditSession::TakeEdited()
         GoOnTyping(rest, text);
 }
 
-/// A whole item is written as one; of an item that is known in part only the bytes typed over.
+/// A fully known item is written as a whole; of one that was read in part only the bytes typed over
+/// are written.
 void EditSession::AddItem(const KnownItem &before, std::uint64_t value, std::uint32_t typedDigits)
 {
     const ItemBytes bytes(value, before.length, before.bigEndian);
@@ -175,7 +176,7 @@ void EditSession::GoOnTyping(const QString &rest, const QString &text)
     const int lastPosition = 2 * m_page.Geometry().BytesPerItem() - 1;
     const CursorMove move = m_cursor.Keys().Right(CursorInItem(m_item, lastPosition));
     if (move.cursor.address == m_cursor.Cursor().address) {
-        // The last item of the address space: what is typed behind it goes nowhere.
+        // The last item of the address space: further digits are ignored.
         OpenBox(m_item, {text, lastPosition + 1, 0});
         return;
     }
@@ -190,8 +191,8 @@ EditCursor EditSession::CursorInItem(std::uint64_t item, int position) const
     return {std::min(item + static_cast<unsigned>(byte), kLastAddress), position % 2, false};
 }
 
-/// One call for each contiguous range. A range whose write fails is given up after its message; the
-/// next read shows what the target holds.
+/// Makes one call for each contiguous range. A range whose write fails is dropped after its
+/// message; the next read shows what the target holds.
 void EditSession::WriteOut()
 {
     m_timer.stop();

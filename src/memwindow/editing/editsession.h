@@ -21,7 +21,7 @@ enum class EditEnd {
     Drop, ///< as Escape does
 };
 
-/// Whether there is still a window when what was typed has been settled.
+/// Whether the window still exists after what was typed has been settled.
 enum class [[nodiscard]] Settled{
     Here,
     WindowGone, ///< the host has deleted the window in a message: nothing of it may be touched
@@ -29,10 +29,9 @@ enum class [[nodiscard]] Settled{
 
 /// What is typed, from the key to the target.
 ///
-/// One End keeps or drops an open edit box. What was kept is written half a second after the last
-/// key, or by Settle before anything else reads, writes, or changes how the target is accessed; so
-/// nothing overtakes it. Bytes that nobody typed are not written with an invented value. GUI thread
-/// only.
+/// End keeps or drops an open edit box. What was kept is written half a second after the last key,
+/// or by Settle before any other read, write or change of the access; so nothing overtakes it.
+/// Bytes that were neither read nor typed are never written. GUI thread only.
 class EditSession : public QObject {
     Q_OBJECT
 
@@ -41,19 +40,19 @@ public:
         const TargetAccess &target, MemoryPage &page, CursorControl &cursor, ViewSurface &surface);
     ~EditSession() override;
 
-    /// A key typed into the view: a character or Backspace is taken, another one ignored.
+    /// Takes a key typed into the view: a character or Backspace; ignores any other.
     void Type(QKeyEvent *event);
     void End(EditEnd end);
     [[nodiscard]] bool IsOpen() const;
-    /// The first step of every command: what was typed is written and shown as the target holds it
-    /// now, and the host has heard of what failed.
+    /// The first step of every command: writes what was typed, reads the page back, and reports
+    /// failures to the host.
     Settled Settle();
     /// Writes what is pending, without reading it back, for a window that ends.
     void WriteOut();
 
     /// The edit box has ended its edit.
     void TakeEdited();
-    /// Half a second without a key.
+    /// Half a second has passed without a key.
     void WriteDue();
     [[nodiscard]] CEditOverlay &Box() const { return *m_box; }
     [[nodiscard]] QTimer &WriteTimer() { return m_timer; }

@@ -19,8 +19,8 @@ struct KnownItem {
     int length = 0; ///< bytes of the item: 1, 2 or 4
     bool bigEndian = false;
 
-    /// Whether the view shows a value: the first byte decides. Otherwise the item counts as
-    /// unknown.
+    /// Whether the view shows a value, which depends on the first byte alone. Otherwise the item
+    /// counts as unknown.
     [[nodiscard]] bool HasValue() const { return status[0] == ByteStatus::Valid; }
     [[nodiscard]] bool IsWhole() const;
     /// The value as a number, unknown bytes as 0.

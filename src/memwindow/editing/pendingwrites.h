@@ -13,7 +13,7 @@ struct WriteRun {
     std::vector<std::uint8_t> data;
 };
 
-/// What the user typed and the target has not been told yet.
+/// What the user has typed and has not been written to the target yet.
 ///
 /// Owned by one window, used on the GUI thread only. Every change is kept as a record of its own;
 /// TakeRuns() turns the records into as few writes as cover them. Where records overlap, the one

@@ -62,8 +62,8 @@ void FallbackRead::Step(
     const int result = target.ReadOnce(
         m_address + piece.offset, data.subspan(piece.offset, piece.length), pieceStatus);
     const bool failed = result < 0;
-    // Deliberate: a failure is only a mark at its bytes. A message for every bad word would bury
-    // the user.
+    // Deliberate: a failure only marks its bytes. A message for every bad word would flood the
+    // user.
     if (!failed)
         m_bytesRead += result;
     switch (m_stage) {

@@ -9,12 +9,11 @@
 
 class TargetAccess;
 
-/// One read of a range, call by call, so that who makes the calls can stop between any two.
+/// One read of a range, call by call, so that the caller can stop between any two calls.
 ///
 /// First the whole range. Where that fails, row by row; a row that fails in words of 4 bytes; a
 /// word that fails in halves, down to single bytes: one unreadable word does not blank the page.
-/// Each byte ends up Valid or ReadFailed, or as the host left it; until its turn has come again it
-/// is NotLoaded.
+/// Each byte ends up Valid or ReadFailed, or as the host left it. Until it is read it is NotLoaded.
 class FallbackRead {
 public:
     /// What the fallback does with the bytes behind the last whole row of the range.

@@ -6,9 +6,9 @@ class QString;
 
 /// The messages of one memory window on their way to its host.
 ///
-/// A host may run events in a message, or delete the window. So a message is kept until its command
-/// has ended and is shown then, when nothing that follows needs the window. What nobody shows comes
-/// out of the event loop. Copies share one queue. GUI thread only.
+/// A host may run events while it shows a message, or delete the window. So a message is kept until
+/// its command has ended, when nothing that follows needs the window. Messages that no command
+/// shows are shown from the event loop. Copies share one queue. GUI thread only.
 class HostMessages {
 public:
     using ShowFunction = void (*)(const QString &text, int severity);
@@ -20,8 +20,8 @@ public:
     void Add(const QString &text, int severity) const;
     /// As Add, unless the same message waits already.
     void AddOnce(const QString &text, int severity) const;
-    /// Shows the messages that wait, in order. The window may be gone when this returns. Called
-    /// while a message is up it does nothing: that message's Show goes on with the others.
+    /// Shows the messages that wait, in order. The window may be gone when this returns. Does
+    /// nothing while a message is being shown: that call of Show goes on with the others.
     void Show() const;
 
 private:

@@ -4,7 +4,7 @@
 
 class QString;
 
-/// How a message of the memory window is meant.
+/// The severity of a message of the memory window.
 inline constexpr int kMessageInformation = 0;
 inline constexpr int kMessageError = 1;
 

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/// What is known of one byte of target memory, as stored in status arrays.
+/// The status of one byte of target memory, as stored in status arrays.
 enum class ByteStatus : std::uint8_t {
     Valid = 0,      ///< read from the target
     ReadFailed = 1, ///< the target refused it

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Data of a byte that is not valid never reaches the screen or a comparison.
+/// Clears the data of bytes that are not valid, so that it is neither shown nor compared.
 void Sanitise(std::span<std::uint8_t> data, std::span<ByteStatus> status)
 {
     for (std::size_t i = 0; i < data.size(); ++i) {

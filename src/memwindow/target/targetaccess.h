@@ -9,10 +9,10 @@
 #include <span>
 #include <string_view>
 
-/// A window's way to the target: its reads, its writes and its messages.
+/// A window's access to the target: its reads, its writes and its messages.
 ///
-/// The only caller of the host's callbacks. A copy is a way to the same target with the width and
-/// zone of that moment. GUI thread only; a call lasts as long as the host's.
+/// The only caller of the host's callbacks. A copy accesses the same target with the width and zone
+/// that were set when it was made. GUI thread only; a call lasts as long as the host's.
 class TargetAccess {
 public:
     static constexpr std::size_t kZoneNameSize = 128; ///< terminator included
@@ -36,8 +36,8 @@ public:
     ///         a message
     int Read(std::uint64_t address, std::span<std::uint8_t> data, std::span<ByteStatus> status,
         std::uint32_t bytesPerRow) const;
-    /// One call of the host, within the address space. What a failed call calls valid is not
-    /// believed; data of bytes that are not valid becomes 0.
+    /// Makes one call of the host, within the address space. After a failed call no byte counts as
+    /// valid, whatever the host claims; data of bytes that are not valid becomes 0.
     /// @return < 0 on failure or without a read callback, else at most the bytes asked for
     [[nodiscard]] int ReadOnce(
         std::uint64_t address, std::span<std::uint8_t> data, std::span<ByteStatus> status) const;

@@ -13,8 +13,8 @@ namespace {
 constexpr std::array kUpperHex
     = {'0', '1', '2', '3', '4', '5', '6', '7', '8', '9', 'A', 'B', 'C', 'D', 'E', 'F'};
 
-/// Appends one item, most significant byte first. A call of a formatter for each of some million
-/// items would keep the user waiting.
+/// Appends one item, most significant byte first. Written by hand: there may be millions of items,
+/// for which the formatter is too slow.
 void AppendItem(QByteArray &text, std::span<const std::uint8_t> item)
 {
     text.append("0x");

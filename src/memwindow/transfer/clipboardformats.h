@@ -14,7 +14,7 @@
 
 class QMimeData;
 
-/// MIME types that target memory travels under.
+/// The MIME types of target memory.
 inline constexpr const char *kMimeText = "text/plain";
 inline constexpr const char *kMimeBinary = "application/octet-stream";
 

@@ -128,7 +128,7 @@ void CMemDialog::ConnectFields()
     connect(m_buttonBox, &QDialogButtonBox::accepted, this, &CMemDialog::OnButtonLoadSaveClicked);
     connect(m_buttonBox, &QDialogButtonBox::rejected, this, &CMemDialog::OnButtonCancelClicked);
     connect(m_fileButton, &QPushButton::clicked, this, &CMemDialog::OnButtonSelectFileClicked);
-    // textEdited: what the program itself sets must not start another round of corrections.
+    // textEdited: texts that the program itself sets must not start another round of corrections.
     connect(
         m_genericBox, &QLineEdit::textEdited, this, &CMemDialog::OnEditboxGenericValTextChanged);
     connect(m_startBox, &QLineEdit::textEdited, this, &CMemDialog::OnEditboxStartAddrTextChanged);

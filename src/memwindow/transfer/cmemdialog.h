@@ -17,9 +17,9 @@ enum class MemDialogMode : int { Load = 0, Save = 1, Fill = 2 };
 /// The dialog that asks for a file or a value, and for a range of target memory.
 ///
 /// The three numbers are hexadecimal; a text that is no such number counts as 0. Typing into one of
-/// them brings the others in line. OK is offered only for a range that is not empty and ends within
-/// the 32-bit space, with a file that can be read or written or a value that is one; otherwise the
-/// dialog says what is missing. A file that exists is replaced only when the user has said so.
+/// them adjusts the others. OK is enabled only for a range that is not empty and ends within the
+/// 32-bit space, with a file that can be read or written or a valid value; otherwise the dialog
+/// says what is missing. An existing file is replaced only after the user has agreed.
 class CMemDialog : public QDialog {
     Q_OBJECT
 
@@ -62,7 +62,7 @@ private:
 
     MemDialogMode m_mode = MemDialogMode::Load;
     QString m_genericValue;
-    QString m_chosenFile; // the chooser has asked already whether it may be replaced
+    QString m_chosenFile; // the file chooser has already asked whether to replace it
     QLabel *m_genericLabel;
     QLineEdit *m_genericBox;
     QPushButton *m_fileButton;

@@ -94,7 +94,8 @@ bool MemFileWriter::Open(const QString &path)
     if (m_beside->open(QIODevice::WriteOnly))
         return true;
     m_beside.reset();
-    // A folder that merely has no room now would cost the old contents as well.
+    // In a folder that takes new files the cause is lack of room: writing in place would destroy
+    // the old contents as well.
     const QFileInfo folder(QFileInfo(info.canonicalFilePath()).path());
     if (!info.exists() || !info.isWritable() || folder.isWritable())
         return false;
@@ -113,7 +114,7 @@ bool MemFileWriter::Commit()
 {
     if (m_spool)
         return CopyInPlace();
-    // commit() does not look whether its own flush of the last bytes failed.
+    // commit() does not check whether its own flush of the last bytes failed.
     return m_beside->flush() && m_beside->commit();
 }
 

@@ -13,7 +13,7 @@
 /// Files of raw target memory: the bytes in address order, nothing before or after them.
 ///
 /// Only regular files (or links to them) are read and written. A folder, a device or a pipe is
-/// refused, so that a wrong name neither blocks the window nor ends up on a disk's first sectors.
+/// refused, so that a wrong name neither blocks the window nor overwrites a disk's first sectors.
 
 /// A typed file name as a path: "~" at its start is the user's home directory.
 [[nodiscard]] QString MEMFILE_Path(const QString &typed);
@@ -21,8 +21,8 @@
 /// The length of a file in bytes, or nothing when it is no regular file.
 [[nodiscard]] std::optional<std::uint64_t> MEMFILE_Size(const QString &path);
 
-/// Why a file cannot be read or written, as a sentence for the user; empty when nothing is known to
-/// be in the way. The disk may still be full, or somebody faster.
+/// Why a file cannot be read or written, as a sentence for the user; empty when no reason is known.
+/// Opening may fail all the same: the disk may be full, or the file may have changed since.
 [[nodiscard]] QString MEMFILE_WhyNotRead(const QString &path);
 [[nodiscard]] QString MEMFILE_WhyNotWritten(const QString &path);
 

@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// How much of a long range goes into one call of the host: all of a range up to 512 KiB; of a
-/// longer one as much as takes about 100 ms, judged by the calls so far.
+/// How many bytes of a range go into one call of the host: all of a range up to 512 KiB; of a
+/// longer one as many as take about 100 ms, estimated from the calls so far.
 class PieceSize {
 public:
     static constexpr std::uint64_t kOneCallBytes = 512ULL * 1024;

@@ -42,10 +42,10 @@ MemRange WithinSpace(MemRange range)
 struct ReadOutcome {
     TransferEnd end = TransferEnd::Done;
     std::uint64_t validBytes = 0;
-    bool isRefused = false; ///< by who takes the bytes
+    bool isRefused = false; ///< the receiver of the bytes has failed
 };
 
-/// Reads a range piece by piece. Nothing of the window is used: it may go at any step.
+/// Reads a range piece by piece. Uses nothing of the window, which may be deleted at any step.
 ReadOutcome ReadPieces(TransferRun &run, const TargetAccess &target, MemRange range,
     std::uint32_t bytesPerRow, const TakeBytes &take)
 {
@@ -84,7 +84,7 @@ ReadOutcome ReadPieces(TransferRun &run, const TargetAccess &target, MemRange ra
     return outcome;
 }
 
-/// Writes a range piece by piece, up to the first one that fails. Nothing of the window is used.
+/// Writes a range piece by piece, up to the first one that fails. Uses nothing of the window.
 TransferResult WritePieces(
     TransferRun &run, const TargetAccess &target, MemRange range, const GiveBytes &give)
 {
@@ -133,7 +133,7 @@ TransferResult WritePieces(
     return result;
 }
 
-/// Says what of a read the user did not get.
+/// The result of a read, with the text that tells the user which bytes are missing.
 TransferResult ResultOf(const TargetAccess &target, const ReadOutcome &outcome, MemRange range)
 {
     TransferResult result{outcome.end, {}, {}};
@@ -163,7 +163,7 @@ TransferResult TooLarge(std::uint64_t limitBytes)
 
 } // namespace
 
-/// While it lives one transfer is under way and the window's own reads rest.
+/// Marks a transfer as running for its lifetime; the window's own reads rest meanwhile.
 class RangeTransfer::Running {
 public:
     Running(RangeTransfer &transfer, const QString &title, std::uint64_t totalBytes)

@@ -24,7 +24,7 @@ enum class TransferEnd {
 
 struct [[nodiscard]] TransferResult {
     TransferEnd end = TransferEnd::Done;
-    /// What the user did not get, for the status bar; empty when there is nothing to say.
+    /// What failed or is missing, for the status bar; empty when all went well.
     QString reason;
     /// The range that was written, or was tried to be, as far as the address space goes.
     MemRange written;
@@ -32,8 +32,8 @@ struct [[nodiscard]] TransferResult {
     [[nodiscard]] bool IsWindowGone() const { return end == TransferEnd::WindowGone; }
 };
 
-/// Bytes that one copy puts on the clipboard at most: as they are, and as text, which takes several
-/// times the room.
+/// The most bytes that one copy puts on the clipboard: as binary data, and as text, which takes
+/// several times the room.
 inline constexpr std::uint64_t kMaxBinaryCopyBytes = 256ULL * 1024 * 1024;
 inline constexpr std::uint64_t kMaxTextCopyBytes = 16ULL * 1024 * 1024;
 
@@ -50,8 +50,8 @@ public:
 
     [[nodiscard]] bool IsRunning() const { return m_isRunning; }
 
-    /// Writes the range's bytes into a file; bytes that cannot be read are 0 there. Without one
-    /// byte that can be read, or when it is cancelled, the file stays as it was.
+    /// Writes the range's bytes into a file; bytes that cannot be read are 0 there. When no byte
+    /// can be read, or the user cancels, the file stays as it was.
     TransferResult Save(MemRange range, const QString &path);
     /// Writes the first bytes of a file, at most maxBytes, into target memory.
     TransferResult Load(const QString &path, std::uint64_t start, std::uint64_t maxBytes);

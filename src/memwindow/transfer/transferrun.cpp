@@ -52,7 +52,7 @@ TransferRun::Step TransferRun::Breathe(std::uint64_t doneBytes)
         return Step::GoOn;
     if (m_sinceStart.hasExpired(kOpenAfterMs))
         ShowProgress(doneBytes);
-    // Before the dialog is up nothing keeps a key or a click from starting the next command.
+    // Before the dialog is shown, keys and clicks must wait: they could start another command.
     QCoreApplication::processEvents(
         m_dialog ? QEventLoop::AllEvents : QEventLoop::ExcludeUserInputEvents);
     m_sinceEvents.start();

@@ -12,18 +12,18 @@
 class QProgressDialog;
 class QWidget;
 
-/// What keeps the program alive while a command works on a range: events between its calls, and
-/// after half a second a dialog that shows how far it has come and offers to cancel it.
+/// Keeps the program responsive while a command works on a range: runs events between its calls,
+/// and shows a progress dialog with Cancel after half a second.
 ///
-/// While events run the window may be closed. So the run holds nothing of the window but a pointer
-/// that tells when it has gone. GUI thread only.
+/// While events run the window may be closed. So the run holds nothing of the window but a guarded
+/// pointer. GUI thread only.
 class TransferRun {
 public:
-    /// What a step found.
+    /// How the work goes on after a step.
     enum class [[nodiscard]] Step{GoOn, Cancelled, WindowGone};
 
     /// @param title       of the dialog, e.g. "Save"
-    /// @param totalBytes  where the bar ends
+    /// @param totalBytes  the number of bytes at which the bar is full
     TransferRun(QWidget *window, const QString &title, std::uint64_t totalBytes);
     ~TransferRun();
     Q_DISABLE_COPY_MOVE(TransferRun)

@@ -2,7 +2,7 @@
 
 #include <QtGlobal>
 
-/// Shows the wait cursor while it lives: for target and file access that may take its time.
+/// Shows the wait cursor for its lifetime, for target and file access that may take long.
 class WaitCursor {
 public:
     WaitCursor();
