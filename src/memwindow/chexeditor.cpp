@@ -21,10 +21,6 @@
 
 #include <array>
 
-namespace {
-
-} // namespace
-
 CHexEditor::CHexEditor(QWidget *parent)
     : QMainWindow(parent)
     , m_actions(this)
@@ -227,6 +223,9 @@ bool CHexEditor::ViewEvent(QEvent *event)
         return false;
     case QEvent::Show:
         OnShow();
+        return false;
+    case QEvent::FocusIn:
+        m_cursor.TakeFocus();
         return false;
     case QEvent::FocusOut:
         m_cursor.LoseFocus();
