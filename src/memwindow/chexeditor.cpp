@@ -33,6 +33,7 @@ CHexEditor::CHexEditor(QWidget *parent)
     , m_refresh(m_actions, m_page, m_toolBar)
     , m_commands(
           {*this, m_target, m_page, m_surface, m_cursor, m_edit, m_actions, m_toolBar, m_refresh})
+    , m_accessible(m_page, m_cursor, m_surface)
 {
     setObjectName(QStringLiteral("HexEditor"));
     m_surface.SetMarks(m_cursor, m_edit.Pending());
@@ -226,6 +227,7 @@ bool CHexEditor::ViewEvent(QEvent *event)
         return false;
     case QEvent::FocusIn:
         m_cursor.TakeFocus();
+        m_accessible.TakeFocus();
         return false;
     case QEvent::FocusOut:
         m_cursor.LoseFocus();
