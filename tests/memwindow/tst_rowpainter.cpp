@@ -218,9 +218,9 @@ private slots:
     void aChangeColourThatIsHardToSeeIsUnderlined()
     {
         for (const QRgb colour : kAgeColours)
-            QVERIFY(!NeedsUnderline(colour, kLight.base));
-        QVERIFY(!NeedsUnderline(0xFFFF0000, kDark.base));
-        QVERIFY(NeedsUnderline(0xFFAA0000, kDark.base));
+            QVERIFY(!IsHardToSee(colour, kLight.base));
+        QVERIFY(!IsHardToSee(0xFFFF0000, kDark.base));
+        QVERIFY(IsHardToSee(0xFFAA0000, kDark.base));
         const Setting setting = MakeSetting("DejaVu Sans Mono", 13);
         RowPainter rows;
         rows.SetFont(setting.font, setting.width, setting.height);

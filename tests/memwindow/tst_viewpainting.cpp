@@ -165,6 +165,7 @@ int main(int argc, char **argv)
 {
     if (qEnvironmentVariableIsSet("QT_SCALE_FACTOR")) {
         QApplication application(argc, argv);
+        QApplication::setCursorFlashTime(0); // the address box's would blink between two pictures
         ViewPaintingTest test;
         return QTest::qExec(&test, argc, argv);
     }

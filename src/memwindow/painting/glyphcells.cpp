@@ -276,7 +276,6 @@ std::int32_t GlyphCells::CellBesideOverhang(std::span<const char> text,
     const int parts = origin.columnsX + int(column) * m_layout.ColumnParts();
     Neighbours cells{.fractionX = FractionAt(parts)};
     std::uint8_t overhangs = 0;
-    bool anyAge = false;
     const auto take = [&](std::size_t place, std::size_t from, std::uint8_t ifOverhang) {
         const int offset = (int(place) - 1) * m_layout.ColumnParts();
         const std::uint8_t overhang = OverhangOf(text[from], FractionAt(parts + offset));
@@ -285,7 +284,6 @@ std::int32_t GlyphCells::CellBesideOverhang(std::span<const char> text,
         cells.text[place] = text[from];
         cells.styles[place] = styles[from];
         overhangs |= overhang;
-        anyAge = anyAge || AgeOf(styles[from]) != 0;
         if (HasLines(styles[from]))
             cells.fractionY = FractionAt(origin.topY);
     };
@@ -294,10 +292,7 @@ std::int32_t GlyphCells::CellBesideOverhang(std::span<const char> text,
         take(0, column - 1, kOverhangRight);
     if (column + 1 < text.size())
         take(2, column + 1, kOverhangLeft);
-    // A background of its own is painted over ink at the edge of a run, but not inside the run;
-    // three cells do not tell the one from the other.
-    const RowColours &colours = m_painter.Colours();
-    if ((overhangs & kOverhangTooWide) != 0 || (anyAge && colours.runBackground != colours.base))
+    if ((overhangs & kOverhangTooWide) != 0)
         return kNoCell;
     const auto found = m_placesBeside.find(cells.Key());
     if (found != m_placesBeside.end())

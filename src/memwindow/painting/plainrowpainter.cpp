@@ -45,7 +45,7 @@ QString TextWithoutRuns(const ComposedLine &line)
 
 } // namespace
 
-bool NeedsUnderline(QRgb text, QRgb background)
+bool IsHardToSee(QRgb text, QRgb background)
 {
     constexpr double kReadableContrast = 3.0;
     const auto [darker, lighter] = std::minmax({Luminance(text), Luminance(background)});
@@ -65,7 +65,7 @@ void PlainRowPainter::SetColours(const RowColours &colours)
 {
     m_colours = colours;
     for (std::size_t age = 0; age < kAgeColours.size(); ++age)
-        m_underlined[age] = NeedsUnderline(kAgeColours[age], colours.base);
+        m_isHardToSee[age] = IsHardToSee(kAgeColours[age], colours.base);
 }
 
 void PlainRowPainter::Draw(QPainter &painter, int topPx, int widthPx, const RowPicture &picture)
@@ -75,19 +75,33 @@ void PlainRowPainter::Draw(QPainter &painter, int topPx, int widthPx, const RowP
         painter.save();
         painter.setClipRect(0, topPx, widthPx, FilledHeight(), Qt::IntersectClip);
     }
-    painter.fillRect(0, topPx, widthPx, FilledHeight(), QColor(m_colours.base));
-    for (const CellRange &range : picture.selection.Ranges()) {
-        painter.fillRect(ColumnX(range.first), topPx, range.count * m_widthPx, FilledHeight(),
-            QColor(m_colours.selection));
-    }
+    FillBackgrounds(painter, topPx, widthPx, picture);
     DrawLine(painter, topPx + m_ascentPx, picture.line);
     for (const ColourRun &run : picture.line.Runs())
-        DrawRun(painter, topPx, run, picture.line);
+        DrawRun(painter, topPx + m_ascentPx, run, picture.line);
     DrawUnderlines(painter, topPx, picture.line);
     DrawCursorCell(painter, topPx, picture.cursorHexColumn, picture);
     DrawCursorCell(painter, topPx, picture.cursorTextColumn, picture);
     if (clips)
         painter.restore();
+}
+
+/// Before any ink, since a character's may reach into its neighbour's cell.
+void PlainRowPainter::FillBackgrounds(
+    QPainter &painter, int topPx, int widthPx, const RowPicture &picture) const
+{
+    painter.fillRect(0, topPx, widthPx, FilledHeight(), QColor(m_colours.base));
+    const auto fill = [&](int column, int count, QRgb colour) {
+        painter.fillRect(ColumnX(column), topPx, count * m_widthPx, FilledHeight(), QColor(colour));
+    };
+    for (const CellRange &range : picture.selection.Ranges())
+        fill(range.first, range.count, m_colours.selection);
+    for (const ColourRun &run : picture.line.Runs()) {
+        if (Underlines(run.age))
+            fill(run.start, run.length, kAgeColours[run.age - 1U]);
+        else if (m_colours.runBackground != m_colours.base)
+            fill(run.start, run.length, m_colours.runBackground);
+    }
 }
 
 /// The line as one string. Only where a substitute font's character would push the rest off the
@@ -111,15 +125,12 @@ void PlainRowPainter::DrawLine(QPainter &painter, int baselinePx, const Composed
 }
 
 void PlainRowPainter::DrawRun(
-    QPainter &painter, int topPx, const ColourRun &run, const ComposedLine &line) const
+    QPainter &painter, int baselinePx, const ColourRun &run, const ComposedLine &line) const
 {
-    const QRect box(ColumnX(run.start), topPx, run.length * m_widthPx, FilledHeight());
-    if (m_colours.runBackground != m_colours.base)
-        painter.fillRect(box, QColor(m_colours.runBackground));
     if (!IsInLine(run, line))
         return;
-    painter.setPen(QColor(kAgeColours[run.age - 1U]));
-    painter.drawText(QPointF(box.left(), topPx + m_ascentPx), TextOf(line, run.start, run.length));
+    painter.setPen(QColor(Underlines(run.age) ? m_colours.text : kAgeColours[run.age - 1U]));
+    painter.drawText(QPointF(ColumnX(run.start), baselinePx), TextOf(line, run.start, run.length));
 }
 
 /// Over all ink, since a character's may reach into its neighbour's cell.
