@@ -48,6 +48,7 @@ AccessibleGrid::AccessibleGrid(MemoryPage &page, CursorControl &cursor, ViewSurf
     m_pause.setInterval(kPauseMs);
     connect(&m_soon, &QTimer::timeout, this, &AccessibleGrid::Tell);
     connect(&m_pause, &QTimer::timeout, this, &AccessibleGrid::Tell);
+    connect(&cursor, &CursorControl::Moved, this, &AccessibleGrid::FollowCursor);
     // A program that runs already has made the toolkit give the widget an interface of its own
     // kind.
     if (QAccessible::isActive()) {
@@ -70,8 +71,6 @@ QAccessibleInterface *AccessibleGrid::CreateInterface()
     connect(
         &m_page, &MemoryPage::RowsChanged, this, &AccessibleGrid::TellSoon, Qt::UniqueConnection);
     connect(&m_page, &MemoryPage::Moved, this, &AccessibleGrid::TellSoon, Qt::UniqueConnection);
-    connect(
-        &m_cursor, &CursorControl::Moved, this, &AccessibleGrid::TellSoon, Qt::UniqueConnection);
     return m_interface;
 }
 
@@ -93,11 +92,16 @@ void AccessibleGrid::PlaceCursor(const GridCell &cell, int offset)
 
 void AccessibleGrid::TakeFocus()
 {
-    if (!QAccessible::isActive())
-        return;
-    QAccessible::queryAccessibleInterface(m_surface.Widget()); // from here on, if not before
     // The toolkit says that the table has the focus, after this; the cell has to be told anew.
     m_told.cell.reset();
+    FollowCursor();
+}
+
+void AccessibleGrid::FollowCursor()
+{
+    if (!QAccessible::isActive())
+        return;
+    QAccessible::queryAccessibleInterface(m_surface.Widget()); // made now, if not before
     TellSoon();
 }
 
