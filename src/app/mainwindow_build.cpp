@@ -51,6 +51,9 @@ void MainWindow::BuildMenus()
         else if (entry.slot == &MainWindow::_OnActionDisconnect)
             m_actionDisconnect = action;
     }
+    // The toolkit's own button for the menus that do not fit.
+    if (auto *more = menuBar()->findChild<QWidget *>(QStringLiteral("qt_menubar_ext_button")))
+        more->setAccessibleName(tr("More menus"));
 }
 
 void MainWindow::BuildStatusBar()

@@ -167,6 +167,11 @@ void CDeviceSelectionDialog::SetUpTable()
         delegate, &CDeviceItemDelegate::LeftDownwards, this, &CDeviceSelectionDialog::EnterDevices);
     auto *find = new QShortcut(QKeySequence::Find, this);
     connect(find, &QShortcut::activated, m_table, [this] { m_table->EditFilter(kDeviceColumn); });
+    auto *sort = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_S), this);
+    connect(sort, &QShortcut::activated, m_table, &CTableView::SortByCurrentColumn);
+    m_table->horizontalHeader()->setToolTip(
+        QStringLiteral("Click a title, or press %1 in its column, to sort by it")
+            .arg(sort->key().toString(QKeySequence::NativeText)));
 }
 
 void CDeviceSelectionDialog::SetDevices(const RanvoDeviceInfo *records, int count)

@@ -120,7 +120,7 @@ QWidget *ConfigDialogControls::MakeTcpIpRow(ConfigDialog *dialog, QWidget *paren
 QWidget *ConfigDialogControls::MakeDeviceGroup(ConfigDialog *dialog)
 {
     QGroupBox *group = MakeGroup("Target device", "pGBoxDevice", dialog);
-    QLineEdit *edit = MakeLineEdit("pLineEditDevice", "Target device", group);
+    QLineEdit *edit = MakeLineEdit("pLineEditDevice", "Device", group);
     edit->setReadOnly(true);
     device.SetEdit(edit);
     QPushButton *select
@@ -147,8 +147,8 @@ QWidget *ConfigDialogControls::MakeDeviceGroup(ConfigDialog *dialog)
 QWidget *ConfigDialogControls::MakeInterfaceGroup(ConfigDialog *dialog)
 {
     gBoxTargetInterface = MakeGroup("Target interface", "pGBoxTargetInterface", dialog);
-    comboBoxTIF = MakeComboBox("pComboBoxTIF", "Target interface", gBoxTargetInterface);
-    LabelForScreenReaders(comboBoxTIF, "Target interface");
+    comboBoxTIF = MakeComboBox("pComboBoxTIF", "Interface", gBoxTargetInterface);
+    LabelForScreenReaders(comboBoxTIF, "Interface");
     for (const InterfaceRow &row : kInterfaces)
         comboBoxTIF->addItem(QString::fromLatin1(row.name));
     QObject::connect(comboBoxTIF, &QComboBox::activated, dialog, &ConfigDialog::_OnComboBoxTIF);
@@ -252,7 +252,7 @@ QWidget *ConfigDialogControls::MakeCommandLineGroup(ConfigDialog *dialog)
     gBoxCommandLine = MakeGroup("Command line option", "pGBoxCommandLine", dialog);
     textCommandLine = new QPlainTextEdit(QStringLiteral("command line"), gBoxCommandLine);
     textCommandLine->setObjectName(QStringLiteral("pTextCommandLine"));
-    textCommandLine->setAccessibleName(QStringLiteral("Command line option"));
+    textCommandLine->setAccessibleName(QStringLiteral("Options"));
     textCommandLine->setReadOnly(true);
     textCommandLine->setTabChangesFocus(true);
     textCommandLine->setMaximumHeight(host.Edit()->sizeHint().height() * 3 / 2);

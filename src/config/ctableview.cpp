@@ -166,6 +166,17 @@ void CTableView::EditFilter(int column)
         edit(cell);
 }
 
+void CTableView::SortByCurrentColumn()
+{
+    const int column = currentIndex().column();
+    if (column < 0)
+        return;
+    const QHeaderView *header = horizontalHeader();
+    const bool isAscending = header->sortIndicatorSection() == column
+        && header->sortIndicatorOrder() == Qt::AscendingOrder;
+    sortByColumn(column, isAscending ? Qt::DescendingOrder : Qt::AscendingOrder);
+}
+
 void CTableView::PressFilter(int xPx)
 {
     const int column = columnAt(xPx);

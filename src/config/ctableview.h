@@ -15,6 +15,9 @@ public:
     /// Sets the height of the header and of every row.
     void SetRowHeight(int heightPx);
 
+    /// Sorts by the column that has the keyboard; once more turns the order around.
+    void SortByCurrentColumn();
+
     /// Scrolls to the filter row and opens its editor in a column.
     void EditFilter(int column);
     /// The same for a press of the mouse: on the cell's arrow the list of patterns opens, too.

@@ -21,10 +21,6 @@
 
 #include <array>
 
-namespace {
-
-} // namespace
-
 CHexEditor::CHexEditor(QWidget *parent)
     : QMainWindow(parent)
     , m_actions(this)
@@ -37,6 +33,7 @@ CHexEditor::CHexEditor(QWidget *parent)
     , m_refresh(m_actions, m_page, m_toolBar)
     , m_commands(
           {*this, m_target, m_page, m_surface, m_cursor, m_edit, m_actions, m_toolBar, m_refresh})
+    , m_accessible(m_page, m_cursor, m_surface)
 {
     setObjectName(QStringLiteral("HexEditor"));
     m_surface.SetMarks(m_cursor, m_edit.Pending());
@@ -227,6 +224,10 @@ bool CHexEditor::ViewEvent(QEvent *event)
         return false;
     case QEvent::Show:
         OnShow();
+        return false;
+    case QEvent::FocusIn:
+        m_cursor.TakeFocus();
+        m_accessible.TakeFocus();
         return false;
     case QEvent::FocusOut:
         m_cursor.LoseFocus();

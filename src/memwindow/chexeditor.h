@@ -1,5 +1,6 @@
 #pragma once
 
+#include "accessiblegrid.h"
 #include "addressscrollbar.h"
 #include "cursorcontrol.h"
 #include "editsession.h"
@@ -173,4 +174,5 @@ private:
     MemToolBar &m_toolBar;
     RefreshChoice m_refresh;
     MemCommands m_commands;
+    AccessibleGrid m_accessible;
 };

@@ -3,7 +3,6 @@
 #include "devicefixture.h"
 #include "recordfixture.h"
 
-#include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -350,27 +349,6 @@ private slots:
                 "pPBtnSelTarget", "pComboBoxEndian", "pComboBoxTIF", "pRBtnFrequency",
                 "pComboBoxFrequency", "pGBoxJTAGTargets", "pComboBoxDRPre", "pLineEditIRPre",
                 "pPBtnOK", "pPBtnCancel"}));
-    }
-
-    void screenReadersAnnounceEachControlByItsOwnName()
-    {
-        Open(kShowMiscSettings | kShowCommandLine | kHandleScanChain);
-        for (const auto &[name, spoken] :
-            {std::pair("pGBoxSpeed", "Speed"), std::pair("pGBoxMisc", "Misc. settings"),
-                std::pair("pGBoxJTAGTargets", "Scan chain with multiple devices")})
-            QCOMPARE(QAccessible::queryAccessibleInterface(Child<QGroupBox>(name))
-                         ->text(QAccessible::Name),
-                spoken);
-        for (const auto &[name, spoken] : {std::pair("pComboBoxEndian", "Byte order"),
-                 std::pair("pComboBoxTIF", "Target interface"),
-                 std::pair("pComboBoxFrequency", "Interface speed in kHz"),
-                 std::pair("pComboBoxDRPre", "Position")}) {
-            QStringList labels;
-            for (const auto &[other, relation] :
-                QAccessible::queryAccessibleInterface(Box(name))->relations(QAccessible::Label))
-                labels.append(other->text(QAccessible::Name));
-            QVERIFY2(labels.contains(QLatin1String(spoken)), qPrintable(labels.join(u'|')));
-        }
     }
 
 private:

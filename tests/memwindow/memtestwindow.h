@@ -126,14 +126,22 @@ struct MemTestWindow {
         Mouse(QEvent::MouseButtonRelease, ByteCentre(to));
     }
 
-    /// The text that a row is painted with.
+    /// The texts that the rows are painted with, changed bytes and the cursor in their places.
+    QStringList Rows() const
+    {
+        QStringList rows;
+        for (const PaintRecorder::Text &text : PaintRecorder::Record(*view->viewport())) {
+            const int row = int(text.baseline.y()) / heightPx;
+            const int column = (int(text.baseline.x()) - 2) / widthPx;
+            rows.resize(std::max(int(rows.size()), row + 1));
+            rows[row] = rows[row].leftJustified(column + int(text.text.size()));
+            rows[row].replace(column, text.text.size(), text.text);
+        }
+        return rows;
+    }
     QString Row(int row) const
     {
-        for (const PaintRecorder::Text &text : PaintRecorder::Record(*view->viewport())) {
-            if (int(text.baseline.y()) / heightPx == row && text.text.size() > 10)
-                return text.text.trimmed();
-        }
-        return QStringLiteral("<no such row>");
+        return Rows().value(row, QStringLiteral("<no such row>")).trimmed();
     }
     /// The digits of the item at an address.
     QString Item(std::uint64_t address)

@@ -102,6 +102,7 @@ struct BothPainters {
             picture.selection.Add(60, 8);
             picture.cursorHexColumn = row % 2 == 0 ? Pick(generator, 10, 57) : -1;
             picture.cursorTextColumn = row % 2 == 0 ? Pick(generator, 60, 75) : -1;
+            picture.isCursorHollow = row % 4 == 0;
             rows.Begin(copier, widthPx);
             rows.Draw(copier, row, picture);
             plain.Draw(drawer, row * plain.LineHeight(), widthPx, picture);
@@ -217,9 +218,9 @@ private slots:
     void aChangeColourThatIsHardToSeeIsUnderlined()
     {
         for (const QRgb colour : kAgeColours)
-            QVERIFY(!NeedsUnderline(colour, kLight.base));
-        QVERIFY(!NeedsUnderline(0xFFFF0000, kDark.base));
-        QVERIFY(NeedsUnderline(0xFFAA0000, kDark.base));
+            QVERIFY(!IsHardToSee(colour, kLight.base));
+        QVERIFY(!IsHardToSee(0xFFFF0000, kDark.base));
+        QVERIFY(IsHardToSee(0xFFAA0000, kDark.base));
         const Setting setting = MakeSetting("DejaVu Sans Mono", 13);
         RowPainter rows;
         rows.SetFont(setting.font, setting.width, setting.height);
@@ -234,12 +235,12 @@ private slots:
             line.runCount = 1;
             rows.Begin(painter, image.width());
             rows.Draw(painter, 0, {.line = line, .selection = {}});
-            int coloured = 0;
+            int marked = 0;
             for (int x = 0; x < image.width(); ++x) {
                 for (int y = 0; y < image.height(); ++y)
-                    coloured += image.pixel(x, y) == kAgeColours[2];
+                    marked += image.pixel(x, y) == colours.text;
             }
-            QCOMPARE(coloured, colours == kDark ? 2 * setting.width : 0);
+            QCOMPARE(marked, colours == kDark ? 2 * setting.width : 0);
         }
     }
 

@@ -1,8 +1,10 @@
 #include "contextmenu.h"
 
 #include "memactions.h"
+#include "memtoolbar.h"
 #include "zonemenu.h"
 
+#include <QAbstractButton>
 #include <QCursor>
 #include <QMenu>
 #include <QPointer>
@@ -43,6 +45,10 @@ void ContextMenu::Open(QPoint position)
 
 void ContextMenu::OpenAtMouse()
 {
-    if (!m_sinceClosed.isValid() || m_sinceClosed.hasExpired(kReopenGuardMs))
-        Open(m_owners.window.mapFromGlobal(QCursor::pos()));
+    if (m_sinceClosed.isValid() && !m_sinceClosed.hasExpired(kReopenGuardMs))
+        return;
+    const QAbstractButton *button = m_owners.toolBar.ExtensionButton();
+    const bool isByKey = button != nullptr && button->hasFocus(); // a click does not give it
+    Open(m_owners.window.mapFromGlobal(
+        isByKey ? button->mapToGlobal(button->rect().bottomLeft()) : QCursor::pos()));
 }

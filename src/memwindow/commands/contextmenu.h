@@ -19,8 +19,8 @@ public:
     /// Runs the menu. The window may be gone when this returns.
     /// @param position  in the window
     void Open(QPoint position);
-    /// Opens it where the mouse is, for the tool bar's extension button. A click that has just
-    /// closed the menu does not open it again.
+    /// Opens it where the mouse is, for the tool bar's extension button, or below the button when
+    /// that was pressed by a key. A click that has just closed the menu does not open it again.
     void OpenAtMouse();
 
 private:

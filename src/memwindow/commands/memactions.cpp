@@ -53,7 +53,7 @@ constexpr std::array<ActionRow, kMemActionCount> kActions = {{
         "Set Auto Refresh Interval", "Ctrl+R", Check::None, "refresh"},
     {"pActionMemoryShowToolbar", "&Toolbar", "Show/Hide Toolbar",
         "Toggles the Memory Window Toolbar", nullptr, Check::On, "toolbar"},
-    {"pActionMemoryCopy", "&Copy", nullptr, nullptr, "Ctrl+C", Check::None, "copy"},
+    {"pActionMemoryCopy", "&Copy", nullptr, "Copy Memory Selection", "Ctrl+C", Check::None, "copy"},
     {"pActionMemoryPaste", "&Paste", nullptr, nullptr, "Ctrl+V", Check::None, "paste"},
     {"pActionMemoryCopyText", "Copy &Text", "Copy Text", "Copy As Text", nullptr, Check::None,
         "copy-text"},

@@ -22,9 +22,12 @@ MemToolBar::MemToolBar(const MemActions &actions, QWidget *parent)
     addWidget(label);
     addWidget(m_addressBox);
     actions.FillToolBar(*this);
-    // The style's own picture is black on every palette.
-    if (QAbstractButton *button = ExtensionButton())
-        button->setIcon(MemIcon("more"));
+    if (QAbstractButton *button = ExtensionButton()) {
+        button->setIcon(MemIcon("more")); // the style's own picture is black on every palette
+        button->setFocusPolicy(Qt::TabFocus);
+        button->setAccessibleName(tr("More"));
+        button->setToolTip(tr("Show what does not fit"));
+    }
 }
 
 QAbstractButton *MemToolBar::ExtensionButton() const

@@ -122,6 +122,7 @@ void CursorControl::ReleasePageKey()
 
 void CursorControl::LoseFocus()
 {
+    m_page.RepaintRow(m_cursor.address);
     ReleaseShift();
     if (m_isPageKeyHeld)
         ReleasePageKey();

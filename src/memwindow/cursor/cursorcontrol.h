@@ -38,6 +38,8 @@ public:
     void Move(MemKey key, const QKeyEvent *event);
     /// The key that held the page is released: now the page is read.
     void ReleasePageKey();
+    /// The view has the focus now: its cursor looks different.
+    void TakeFocus() { m_page.RepaintRow(m_cursor.address); }
     /// The view loses the focus: keys that are held are released elsewhere.
     void LoseFocus();
     /// Shift goes down: a selection begins at the cursor. Unless a shifted move follows, the

@@ -89,17 +89,17 @@ void GlyphCells::LayOutTables()
     const std::size_t styleRoom = fractions * 256;
     for (std::size_t fraction = 0; fraction < fractions; ++fraction) {
         for (std::size_t style = 0; style < kCellStyles; ++style) {
-            const std::size_t table = IsUnderlined(CellStyle(style)) ? fraction : 0;
+            const std::size_t table = HasLines(CellStyle(style)) ? fraction : 0;
             m_styleStarts[fraction][style] = (table * kCellStyles + style) * styleRoom;
         }
     }
     m_places.resize(fractions * kCellStyles * styleRoom);
 }
 
-bool GlyphCells::IsUnderlined(CellStyle style) const
+bool GlyphCells::HasLines(CellStyle style) const
 {
     const std::uint8_t age = AgeOf(style);
-    return age != 0 && m_painter.Underlines(age);
+    return (style & kCellFramed) != 0 || (age != 0 && m_painter.Underlines(age));
 }
 
 /// Five columns, the outer ones blank, drawn as a row of the view whose baseline is the pictures'.
@@ -115,14 +115,15 @@ QImage GlyphCells::Draw(const Neighbours &cells)
         const CellStyle style = cells.styles[std::size_t(i)];
         const int column = kMiddle - 1 + i;
         line.text[std::size_t(column)] = cells.text[std::size_t(i)];
-        if ((style & kCellCursor) != 0)
+        if ((style & (kCellCursor | kCellFramed)) != 0)
             (picture.cursorHexColumn < 0 ? picture.cursorHexColumn : picture.cursorTextColumn)
                 = column;
+        picture.isCursorHollow = picture.isCursorHollow || (style & kCellFramed) != 0;
         if ((style & kCellSelected) != 0)
             picture.selection.Add(column, 1);
         if (const std::uint8_t age = AgeOf(style))
             line.runs[std::size_t(line.runCount++)] = {column, 1, age};
-        if (IsUnderlined(style))
+        if (HasLines(style))
             fractionY = cells.fractionY;
     }
     const int x = m_layout.RowStart(kMiddle, cells.fractionX);
@@ -275,7 +276,6 @@ std::int32_t GlyphCells::CellBesideOverhang(std::span<const char> text,
     const int parts = origin.columnsX + int(column) * m_layout.ColumnParts();
     Neighbours cells{.fractionX = FractionAt(parts)};
     std::uint8_t overhangs = 0;
-    bool anyAge = false;
     const auto take = [&](std::size_t place, std::size_t from, std::uint8_t ifOverhang) {
         const int offset = (int(place) - 1) * m_layout.ColumnParts();
         const std::uint8_t overhang = OverhangOf(text[from], FractionAt(parts + offset));
@@ -284,8 +284,7 @@ std::int32_t GlyphCells::CellBesideOverhang(std::span<const char> text,
         cells.text[place] = text[from];
         cells.styles[place] = styles[from];
         overhangs |= overhang;
-        anyAge = anyAge || AgeOf(styles[from]) != 0;
-        if (IsUnderlined(styles[from]))
+        if (HasLines(styles[from]))
             cells.fractionY = FractionAt(origin.topY);
     };
     take(1, column, kOverhangNone);
@@ -293,10 +292,7 @@ std::int32_t GlyphCells::CellBesideOverhang(std::span<const char> text,
         take(0, column - 1, kOverhangRight);
     if (column + 1 < text.size())
         take(2, column + 1, kOverhangLeft);
-    // A background of its own is painted over ink at the edge of a run, but not inside the run;
-    // three cells do not tell the one from the other.
-    const RowColours &colours = m_painter.Colours();
-    if ((overhangs & kOverhangTooWide) != 0 || (anyAge && colours.runBackground != colours.base))
+    if ((overhangs & kOverhangTooWide) != 0)
         return kNoCell;
     const auto found = m_placesBeside.find(cells.Key());
     if (found != m_placesBeside.end())

@@ -18,7 +18,8 @@ inline constexpr CellStyle kCellPlain = 0;
 inline constexpr CellStyle kCellSelected = 1; ///< bit 0: on the selection's background
 inline constexpr CellStyle kCellFirstAge = 2; ///< bits 1 and 2: the age of a change
 inline constexpr CellStyle kCellCursor = 8;   ///< bit 3: under the cursor
-inline constexpr std::size_t kCellStyles = 16;
+inline constexpr CellStyle kCellFramed = 16;  ///< bit 4: in the frame of a hollow cursor
+inline constexpr std::size_t kCellStyles = 32;
 
 /// Where a row begins on the device, in parts of a device pixel.
 struct RowOrigin {
@@ -30,8 +31,8 @@ struct RowOrigin {
 /// palette and scale, copied from then on.
 ///
 /// Where a column starts inside a device pixel, the engine draws another picture; so there is one
-/// for each such fraction. Underlines are rounded by themselves; underlined pictures also depend on
-/// the fraction at which the row starts.
+/// for each such fraction. Lines are rounded by themselves; underlined and framed pictures also
+/// depend on the fraction at which the row starts.
 ///
 /// Many fonts let the ink of some characters reach a pixel into the next cell. A cell beside such
 /// a character is a picture of its own, kept with its neighbours as the key.
@@ -95,7 +96,8 @@ private:
     }
     void Forget();
     void LayOutTables();
-    [[nodiscard]] bool IsUnderlined(CellStyle style) const;
+    /// Whether the picture depends on the fraction at which the row starts.
+    [[nodiscard]] bool HasLines(CellStyle style) const;
     bool FindPlacesOnce(std::span<const char> text, std::span<const CellStyle> styles,
         RowOrigin origin, std::span<std::int32_t> places);
     bool FindOtherPlaces(std::size_t first, std::span<const char> text,

@@ -26,9 +26,26 @@ QString TextOf(const ComposedLine &line, int first, int count)
     return QString::fromLatin1(line.text.data() + first, count);
 }
 
+bool IsInLine(const ColourRun &run, const ComposedLine &line)
+{
+    return run.start + run.length <= line.length;
+}
+
+/// The line with blanks where colour runs are drawn: in two colours, one over the other, edges of
+/// thin digits would mix, and a 0 look like an 8.
+QString TextWithoutRuns(const ComposedLine &line)
+{
+    QString text = TextOf(line, 0, line.length);
+    for (const ColourRun &run : line.Runs()) {
+        if (IsInLine(run, line))
+            std::fill_n(text.begin() + run.start, run.length, u' ');
+    }
+    return text;
+}
+
 } // namespace
 
-bool NeedsUnderline(QRgb text, QRgb background)
+bool IsHardToSee(QRgb text, QRgb background)
 {
     constexpr double kReadableContrast = 3.0;
     const auto [darker, lighter] = std::minmax({Luminance(text), Luminance(background)});
@@ -48,7 +65,7 @@ void PlainRowPainter::SetColours(const RowColours &colours)
 {
     m_colours = colours;
     for (std::size_t age = 0; age < kAgeColours.size(); ++age)
-        m_underlined[age] = NeedsUnderline(kAgeColours[age], colours.base);
+        m_isHardToSee[age] = IsHardToSee(kAgeColours[age], colours.base);
 }
 
 void PlainRowPainter::Draw(QPainter &painter, int topPx, int widthPx, const RowPicture &picture)
@@ -58,18 +75,33 @@ void PlainRowPainter::Draw(QPainter &painter, int topPx, int widthPx, const RowP
         painter.save();
         painter.setClipRect(0, topPx, widthPx, FilledHeight(), Qt::IntersectClip);
     }
-    painter.fillRect(0, topPx, widthPx, FilledHeight(), QColor(m_colours.base));
-    for (const CellRange &range : picture.selection.Ranges()) {
-        painter.fillRect(ColumnX(range.first), topPx, range.count * m_widthPx, FilledHeight(),
-            QColor(m_colours.selection));
-    }
+    FillBackgrounds(painter, topPx, widthPx, picture);
     DrawLine(painter, topPx + m_ascentPx, picture.line);
     for (const ColourRun &run : picture.line.Runs())
-        DrawRun(painter, topPx, run, picture.line);
-    DrawCursorCell(painter, topPx, picture.cursorHexColumn, picture.line);
-    DrawCursorCell(painter, topPx, picture.cursorTextColumn, picture.line);
+        DrawRun(painter, topPx + m_ascentPx, run, picture.line);
+    DrawUnderlines(painter, topPx, picture.line);
+    DrawCursorCell(painter, topPx, picture.cursorHexColumn, picture);
+    DrawCursorCell(painter, topPx, picture.cursorTextColumn, picture);
     if (clips)
         painter.restore();
+}
+
+/// Before any ink, since a character's may reach into its neighbour's cell.
+void PlainRowPainter::FillBackgrounds(
+    QPainter &painter, int topPx, int widthPx, const RowPicture &picture) const
+{
+    painter.fillRect(0, topPx, widthPx, FilledHeight(), QColor(m_colours.base));
+    const auto fill = [&](int column, int count, QRgb colour) {
+        painter.fillRect(ColumnX(column), topPx, count * m_widthPx, FilledHeight(), QColor(colour));
+    };
+    for (const CellRange &range : picture.selection.Ranges())
+        fill(range.first, range.count, m_colours.selection);
+    for (const ColourRun &run : picture.line.Runs()) {
+        if (Underlines(run.age))
+            fill(run.start, run.length, kAgeColours[run.age - 1U]);
+        else if (m_colours.runBackground != m_colours.base)
+            fill(run.start, run.length, m_colours.runBackground);
+    }
 }
 
 /// The line as one string. Only where a substitute font's character would push the rest off the
@@ -77,9 +109,10 @@ void PlainRowPainter::Draw(QPainter &painter, int topPx, int widthPx, const RowP
 void PlainRowPainter::DrawLine(QPainter &painter, int baselinePx, const ComposedLine &line)
 {
     painter.setPen(QColor(m_colours.text));
+    const QString text = TextWithoutRuns(line);
     const auto drawPart = [&](int first, int end) {
         if (first < end)
-            painter.drawText(QPointF(ColumnX(first), baselinePx), TextOf(line, first, end - first));
+            painter.drawText(QPointF(ColumnX(first), baselinePx), text.mid(first, end - first));
     };
     int first = 0;
     for (int column = 0; column < line.length; ++column) {
@@ -92,34 +125,48 @@ void PlainRowPainter::DrawLine(QPainter &painter, int baselinePx, const Composed
 }
 
 void PlainRowPainter::DrawRun(
-    QPainter &painter, int topPx, const ColourRun &run, const ComposedLine &line) const
+    QPainter &painter, int baselinePx, const ColourRun &run, const ComposedLine &line) const
 {
-    const std::size_t age = run.age - 1U;
-    const QRect box(ColumnX(run.start), topPx, run.length * m_widthPx, FilledHeight());
-    if (m_colours.runBackground != m_colours.base)
-        painter.fillRect(box, QColor(m_colours.runBackground));
-    if (run.start + run.length > line.length)
+    if (!IsInLine(run, line))
         return;
-    const QColor colour(kAgeColours[age]);
-    painter.setPen(colour);
-    painter.drawText(QPointF(box.left(), topPx + m_ascentPx), TextOf(line, run.start, run.length));
-    if (m_underlined[age]) {
-        const int underline = std::min(m_ascentPx + 1, m_heightPx - 1);
-        painter.fillRect(box.left(), topPx + underline, box.width(), 1, colour);
+    painter.setPen(QColor(Underlines(run.age) ? m_colours.text : kAgeColours[run.age - 1U]));
+    painter.drawText(QPointF(ColumnX(run.start), baselinePx), TextOf(line, run.start, run.length));
+}
+
+/// Over all ink, since a character's may reach into its neighbour's cell.
+void PlainRowPainter::DrawUnderlines(QPainter &painter, int topPx, const ComposedLine &line) const
+{
+    const int y = topPx + std::min(m_ascentPx + 1, m_heightPx - 1);
+    for (const ColourRun &run : line.Runs()) {
+        if (Underlines(run.age) && IsInLine(run, line))
+            painter.fillRect(
+                ColumnX(run.start), y, run.length * m_widthPx, 1, QColor(m_colours.text));
     }
 }
 
 void PlainRowPainter::DrawCursorCell(
-    QPainter &painter, int topPx, int column, const ComposedLine &line) const
+    QPainter &painter, int topPx, int column, const RowPicture &picture) const
 {
     if (column < 0)
         return;
+    if (picture.isCursorHollow)
+        return DrawCursorFrame(painter, QRect(ColumnX(column), topPx, m_widthPx, m_heightPx));
     painter.fillRect(
         ColumnX(column), topPx, m_widthPx, FilledHeight(), QColor(m_colours.highlight));
-    if (column >= line.length)
+    if (column >= picture.line.length)
         return;
     painter.setPen(QColor(m_colours.highlightedText));
-    painter.drawText(QPointF(ColumnX(column), topPx + m_ascentPx), TextOf(line, column, 1));
+    painter.drawText(QPointF(ColumnX(column), topPx + m_ascentPx), TextOf(picture.line, column, 1));
+}
+
+/// Filled edge by edge, since a pen's edges are rounded in another way at fractional scales.
+void PlainRowPainter::DrawCursorFrame(QPainter &painter, const QRect &cell) const
+{
+    const QColor colour(m_colours.highlight);
+    painter.fillRect(cell.left(), cell.top(), cell.width(), 1, colour);
+    painter.fillRect(cell.left(), cell.bottom(), cell.width(), 1, colour);
+    painter.fillRect(cell.left(), cell.top(), 1, cell.height(), colour);
+    painter.fillRect(cell.right(), cell.top(), 1, cell.height(), colour);
 }
 
 /// Looked up once for each character, since measuring is slow.

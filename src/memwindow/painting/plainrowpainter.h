@@ -10,6 +10,7 @@
 #include <bitset>
 
 class QPainter;
+class QRect;
 
 /// The colours of the view.
 struct RowColours {
@@ -25,8 +26,9 @@ struct RowColours {
 /// Colour of changed bytes of age 1, 2 and 3.
 inline constexpr std::array<QRgb, 3> kAgeColours = {0xFFFF0000, 0xFFAA0000, 0xFF770000};
 
-/// Whether text of this colour is hard to see on the background, so that it is underlined too.
-[[nodiscard]] bool NeedsUnderline(QRgb text, QRgb background);
+/// Whether text of this colour is hard to see on the background. Changed bytes of such a colour
+/// have it as their background, and are written and underlined in the colour of other text.
+[[nodiscard]] bool IsHardToSee(QRgb text, QRgb background);
 
 /// All that one row shows.
 struct RowPicture {
@@ -34,10 +36,12 @@ struct RowPicture {
     SelectedCells selection;
     int cursorHexColumn = -1; ///< the cursor's two cells; -1 when it is on another row
     int cursorTextColumn = -1;
+    bool isCursorHollow = false; ///< a frame around each of them: keys go elsewhere
 };
 
-/// Draws rows through the text engine: background, selection, the line as one string, then each
-/// colour run and each cursor cell over it. This is what a row looks like.
+/// Draws rows through the text engine: all backgrounds, the line as one string with room for the
+/// colour runs, each run in its room, and the cursor's cells over it all. No character is drawn
+/// in two colours, one over the other. This is what a row looks like.
 class PlainRowPainter {
 public:
     /// @param font  advances by exactly characterWidthPx
@@ -60,16 +64,20 @@ public:
     /// @param topPx, widthPx  where the row stands and how far its background reaches
     void Draw(QPainter &painter, int topPx, int widthPx, const RowPicture &picture);
     /// Whether changed bytes of this age (1 to 3) are underlined.
-    [[nodiscard]] bool Underlines(std::uint8_t age) const { return m_underlined[age - 1U]; }
+    [[nodiscard]] bool Underlines(std::uint8_t age) const { return m_isHardToSee[age - 1U]; }
     /// Whether the character, taken from a substitute font, is not as wide as the others.
     [[nodiscard]] bool LeavesGrid(char character);
 
 private:
     [[nodiscard]] int FilledHeight() const { return m_heightPx + m_roomBelowPx; }
+    void FillBackgrounds(
+        QPainter &painter, int topPx, int widthPx, const RowPicture &picture) const;
     void DrawLine(QPainter &painter, int baselinePx, const ComposedLine &line);
     void DrawRun(
-        QPainter &painter, int topPx, const ColourRun &run, const ComposedLine &line) const;
-    void DrawCursorCell(QPainter &painter, int topPx, int column, const ComposedLine &line) const;
+        QPainter &painter, int baselinePx, const ColourRun &run, const ComposedLine &line) const;
+    void DrawUnderlines(QPainter &painter, int topPx, const ComposedLine &line) const;
+    void DrawCursorCell(QPainter &painter, int topPx, int column, const RowPicture &picture) const;
+    void DrawCursorFrame(QPainter &painter, const QRect &cell) const;
 
     QFont m_font;
     int m_widthPx = 1;
@@ -78,7 +86,7 @@ private:
     int m_leftMarginPx = 0;
     int m_roomBelowPx = 0;
     RowColours m_colours;
-    std::array<bool, kAgeColours.size()> m_underlined{};
+    std::array<bool, kAgeColours.size()> m_isHardToSee{};
     std::bitset<256> m_advanceKnown;
     std::bitset<256> m_leavesGrid;
 };

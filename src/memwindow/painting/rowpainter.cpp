@@ -130,7 +130,7 @@ void RowPainter::StyleColumns(const RowPicture &picture, int columns)
     }
     for (const int column : {picture.cursorHexColumn, picture.cursorTextColumn}) {
         if (column >= 0 && column < columns)
-            styles[std::size_t(column)] |= kCellCursor;
+            styles[std::size_t(column)] |= picture.isCursorHollow ? kCellFramed : kCellCursor;
     }
 }
 

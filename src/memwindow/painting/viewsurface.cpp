@@ -60,6 +60,12 @@ QWidget *ViewSurface::Viewport() const
     return m_widget->viewport();
 }
 
+bool ViewSurface::HasFocus() const
+{
+    const QWidget *focus = QApplication::focusWidget();
+    return focus != nullptr && (focus == m_widget || m_widget->isAncestorOf(focus));
+}
+
 void ViewSurface::SetFont(const QFont &applicationFont)
 {
     const QFont fixedPitch = FixedPitchFont(applicationFont);
@@ -130,10 +136,9 @@ bool ViewSurface::Paint(const QWidget *widget)
         return true;
     }
     SyncColours();
+    m_hasFocus = HasFocus();
     painter.setFont(m_widget->font());
     m_rowPainter.Begin(painter, viewport->width());
-    m_rowData.resize(m_page.Geometry().BytesPerRow());
-    m_rowStatus.resize(m_page.Geometry().BytesPerRow());
     const int lineHeight = m_page.Geometry().LineHeight();
     // The region's rectangles are sorted by bands, so every touched row comes up once.
     std::int64_t nextRow = 0;
@@ -147,27 +152,37 @@ bool ViewSurface::Paint(const QWidget *widget)
     return true;
 }
 
-void ViewSurface::PaintRow(QPainter &painter, std::uint32_t row)
+void ViewSurface::ComposeRow(std::uint64_t address, ComposedLine &line)
 {
     const RowCache &cache = m_page.Cache();
     const std::uint32_t length = m_page.Geometry().BytesPerRow();
-    const std::uint64_t address = cache.Range().base + std::uint64_t{row} * length;
     const bool wholeRow
         = cache.Range().Contains(address) && cache.Range().End() - address >= length;
     const bool isTypedOver = m_typed->Touches(address, length);
     const bool copyRow = !wholeRow || isTypedOver;
-    if (copyRow)
+    if (copyRow) {
+        m_rowData.resize(length);
+        m_rowStatus.resize(length);
         static_cast<void>(cache.ReadCached(address, m_rowData, m_rowStatus));
+    }
     if (isTypedOver)
         m_typed->Overlay(address, m_rowData, m_rowStatus);
     LineComposer(m_page.Geometry().BytesPerItem(), m_page.IsBigEndian())
         .ComposeRow(address, length, copyRow ? m_rowData.data() : cache.DataAt(address),
             copyRow ? m_rowStatus.data() : cache.StatusAt(address),
-            m_page.Ages().AgesAt(address, length), m_line);
+            m_page.Ages().AgesAt(address, length), line);
+}
+
+void ViewSurface::PaintRow(QPainter &painter, std::uint32_t row)
+{
+    const std::uint64_t address
+        = m_page.Cache().Range().base + std::uint64_t{row} * m_page.Geometry().BytesPerRow();
+    ComposeRow(address, m_line);
     RowPicture picture{m_line, m_marks->SelectionOn(address)};
     const CursorCells cursor = m_marks->CursorOn(address);
     picture.cursorHexColumn = cursor.hexColumn;
     picture.cursorTextColumn = cursor.textColumn;
+    picture.isCursorHollow = !m_hasFocus;
     m_rowPainter.Draw(painter, int(row), picture);
 }
 

@@ -30,10 +30,14 @@ public:
 
     [[nodiscard]] QPlainTextEdit *Widget() const { return m_widget; }
     [[nodiscard]] QWidget *Viewport() const;
+    /// Whether keys come here, or to what lies over the page. The cursor is hollow otherwise.
+    [[nodiscard]] bool HasFocus() const;
 
     /// Takes the fixed-pitch font that belongs to the application's font.
     void SetFont(const QFont &applicationFont);
 
+    /// The row that starts at an address as it is shown, with what was typed over it.
+    void ComposeRow(std::uint64_t address, ComposedLine &line);
     /// What the next Paint is about.
     void Expose(const QRegion &region) { m_exposed = region; }
     /// Paints what was exposed, all of the viewport when nothing was.
@@ -59,6 +63,7 @@ private:
     RowPainter m_rowPainter;
     ComposedLine m_line;
     QRegion m_exposed;
+    bool m_hasFocus = false;             // during a paint
     std::vector<std::uint8_t> m_rowData; // a row that the cache holds only in part, or typed over
     std::vector<ByteStatus> m_rowStatus;
     std::vector<QRect> m_repaintRects;
