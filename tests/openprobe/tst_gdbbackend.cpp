@@ -135,23 +135,6 @@ private slots:
         }
     }
 
-    void onlyAnAttachedProcessRunsOnInNonStopMode()
-    {
-        for (const char *const attached : {"0", "1"}) {
-            FakeStub::Manners manners;
-            manners.features = "PacketSize=1000;QNonStop+";
-            manners.spoil = [attached](const QByteArray &request) {
-                const QHash<QByteArray, QByteArray> answers{{"QNonStop:1", "OK"},
-                    {"?", "T00thread:01;"}, {"vStopped", "OK"}, {"qC", "QC01"}, {"Hg01", "OK"},
-                    {"qAttached", attached}, {"vCont;c", "OK"}};
-                return answers.contains(request) ? FakeStub::Packet(answers[request]) : "";
-            };
-            FakeStub stub(manners);
-            QCOMPARE(ReadOnce(stub, CancelSignal(), "c|interrupt|vCont;c"),
-                *attached == '1' ? "vCont;c" : "");
-        }
-    }
-
     void aCancelledOpenLeavesTheTargetRunning()
     {
         const auto cancelledAt = [](const QByteArray &place, const char *features) {

@@ -28,31 +28,19 @@ class RealPeersTest : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase() { SetPatience(60); }
-    void aMachineIsLeftAsSomebodyElseWantsIt_data()
-    {
-        QTest::addColumn<QByteArray>("command");
-        QTest::addColumn<bool>("runs");
-        QTest::newRow("halted from the start") << QByteArray() << false;
-        QTest::newRow("halted meanwhile") << QByteArray("stop") << false;
-        QTest::newRow("let run meanwhile") << QByteArray("cont") << true;
-    }
-
     void aMachineIsLeftAsSomebodyElseWantsIt()
     {
-        QFETCH(QByteArray, command);
-        QFETCH(bool, runs);
         QemuTarget target;
         if (!target.Missing().isEmpty())
             QSKIP(qPrintable(target.Missing()));
-        QVERIFY(target.Start(command == "stop" ? QStringList() : QStringList("-S")));
-        for (int round = 0; round < 2; ++round) {
+        QVERIFY(target.Start({"-S"})); // halted, then let run meanwhile, then halted meanwhile
+        for (const char *const command : {"query-status", "cont", "stop"}) {
             GdbBackend backend(At(target.port));
             QCOMPARE(OpenError(backend), QString());
             QCOMPARE(Word(backend, kVector), kStack);
-            if (round == 0 && !command.isEmpty()) {
-                QVERIFY(target.Monitor(command).count("\"return\"") == 2);
-                QTRY_COMPARE_WITH_TIMEOUT(target.Runs(), runs, kLimitMs);
-            }
+            QVERIFY(target.Monitor(command).count("\"return\"") == 2);
+            const bool runs = *command == 'c';
+            QTRY_COMPARE_WITH_TIMEOUT(target.Runs(), runs, kLimitMs);
             for (quint32 i = 0; i < 5; ++i) {
                 QCOMPARE(WriteWord(backend, 0x20009000, i), 4);
                 QCOMPARE(Word(backend, 0x20009000), i);

@@ -50,23 +50,6 @@ private slots:
                 QString("\"%1\" is not a selector: use HOST[:PORT], gdb:, tcl:, pid:, sim.")
                     .arg(wrong));
     }
-
-    void aSelectorBrokenAtAnyByteIsStillOneOrRefused()
-    {
-        const QRegularExpression good("^((gdb|tcl) 0 [-A-Za-z0-9._:%]+ [1-9][0-9]*|pid 0 0 .+|"
-                                      "sim [0-3] 0|.* is not a selector: .*|No probe has .*)$",
-            QRegularExpression::DotMatchesEverythingOption);
-        for (const QString selector : {"gdb:board.lab-3:1234", "tcl:[fe80::1%eth0]:6666",
-                 "192.168.2.3:65535", "pid:4711", "sim:3", "28100001", "localhost"}) {
-            for (int at = 0; at < selector.size(); ++at) {
-                QVERIFY2(good.match(Meaning(selector.left(at))).hasMatch(), qPrintable(selector));
-                for (const char byte : {' ', ':', '[', ']', '0', '9', '-', '\x1a', '\x7f'}) {
-                    const QString text = QString(selector).replace(at, 1, QLatin1Char(byte));
-                    QVERIFY2(good.match(Meaning(text)).hasMatch(), qPrintable(text));
-                }
-            }
-        }
-    }
 };
 
 QTEST_GUILESS_MAIN(TargetChoiceTest)

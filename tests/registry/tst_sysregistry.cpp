@@ -135,20 +135,18 @@ private slots:
         QCOMPARE(Content(), before);
     }
 
-    void damagedFilesAreLeftAlone()
+    // Shorter ones that are damaged are for the fuzzer.
+    void deepLongAndWrongFilesAreLeftAlone()
     {
-        const auto isLeftAlone = [this](const QByteArray &content) {
-            Put(content);
-            return Key(kUser, "A") == 0 && Query(kUser, "V").isEmpty() && !SetText(kUser, "V")
-                && Content() == content;
-        };
-        QVERIFY(isLeftAlone("<Registry><A><V>x</V>"));
-        QVERIFY(isLeftAlone("<Reg></Reg>"));
-        QVERIFY(isLeftAlone(QByteArray(4096, '\0')));
         const QByteArray levels
             = QByteArray("<a>").repeated(99'999) + QByteArray("</a>").repeated(99'999);
-        QVERIFY(isLeftAlone("<Registry>" + levels + "</Registry>"));
-        QVERIFY(isLeftAlone("<Registry>" + QByteArray(5 << 20, ' ') + "</Registry>"));
+        for (const QByteArray &content : {"<Registry>" + levels + "</Registry>",
+                 "<Registry>" + QByteArray(5 << 20, ' ') + "</Registry>",
+                 QByteArray("<Reg></Reg>")}) {
+            Put(content);
+            QVERIFY(Key(kUser, "A") == 0 && Query(kUser, "V").isEmpty() && !SetText(kUser, "V"));
+            QVERIFY(Content() == content);
+        }
         for (const char *const value : {"0x123456789", "42"}) {
             Put(QByteArray("<Registry><D>") + value
                 + "</D><D_TOLVENRegType>SYS_REG_TYPE_DWORD</D_TOLVENRegType></Registry>");

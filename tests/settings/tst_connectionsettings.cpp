@@ -8,7 +8,6 @@
 #include <QtTest>
 
 #include <cstring>
-#include <thread>
 
 namespace {
 
@@ -101,26 +100,6 @@ private slots:
         record.LocalhostOnly = 1; // counts as a change, but is not saved
         QVERIFY(SETTINGS_Apply(&record));
         QCOMPARE(reconnects, 2);
-    }
-
-    void snapshotsAreNeverTorn()
-    {
-        ConnectionRecord record = Load("");
-        std::atomic<bool> stop = false;
-        std::thread changer([&] {
-            for (int i = 1; i <= 50; ++i) {
-                record.DRPre = record.IRPre = i;
-                SETTINGS_Apply(&record);
-            }
-            stop = true;
-        });
-        bool isTorn = false;
-        while (!stop) {
-            const ConnectionRecord snapshot = SETTINGS_Snapshot();
-            isTorn = isTorn || snapshot.DRPre != snapshot.IRPre;
-        }
-        changer.join();
-        QVERIFY(!isTorn);
     }
 
 private:

@@ -80,40 +80,6 @@ private slots:
         QVERIFY(QFileInfo(link).isSymLink());
     }
 
-    void whatIsNoFileIsNeitherReadNorWritten()
-    {
-        const auto result = [this](const char *name) {
-            const QByteArray path = m_folder->filePath(name).toUtf8();
-            std::array<char, 8> buffer{};
-            std::size_t length = 8;
-            const Result written = SYS_ReplaceFile(path, "new");
-            return SYS_ReadFile(path, buffer, length) == written && length == 0 ? written
-                                                                                : Result::Ok;
-        };
-        QCOMPARE(mkfifo(m_path + ".pipe", 0600), 0);
-        QVERIFY(QFile::link("loop", m_folder->filePath("loop")));
-        QVERIFY(QFile::link("/dev/zero", m_folder->filePath("device")));
-        QCOMPARE(result("test.ini.pipe"), Result::InvalidFile);
-        QCOMPARE(result("."), Result::InvalidFile);
-        QCOMPARE(result("device"), Result::InvalidFile);
-        QCOMPARE(result("loop"), Result::BadName);
-        QCOMPARE(result("none/x"), Result::PathNotFound);
-        QCOMPARE(result("test.ini/x"), Result::PathNotFound);
-        QCOMPARE(FileNames(m_folder->path()).size(), 4);
-    }
-
-    void whatMustNotBeWrittenIsLeftAlone()
-    {
-        chmod(m_path, 0444);
-        QCOMPARE(SYS_ReplaceFile(m_path, "new"), Result::ReadOnly); // for root, too
-        chmod(m_path, 0644);
-        if (chown(m_path, 0, 0) != 0)
-            QSKIP("only root can give a file to somebody else");
-        const AsUser user; // may write the directory, but not the file
-        QCOMPARE(SYS_ReplaceFile(m_path, "new"), Result::AccessDenied);
-        QCOMPARE(FileContent(m_path), kOld);
-    }
-
     void aClosedDirectoryIsWrittenInPlace()
     {
         chmod(qPrintable(m_folder->path()), 0500);

@@ -49,7 +49,7 @@ private slots:
         QCOMPARE(SYS_ReleaseMutex(mutex), SYS_RELEASE_OK);
         QCOMPARE(TryOnOtherThread(mutex, kPatienceMs), std::pair(SYS_WAIT_OK, SYS_RELEASE_OK));
         QCOMPARE(traced, 0);
-#ifndef __SANITIZE_THREAD__ // it takes the attempt for a fault
+#ifndef __SANITIZE_THREAD__                                   // it takes the attempt for a fault
         QCOMPARE(SYS_ReleaseMutex(mutex), SYS_RELEASE_ERROR); // once too often
 #endif
         SYS_CloseMutex(&mutex);
