@@ -2,22 +2,11 @@
 
 #include "loopback.h"
 
-#include <QFile>
-#include <QStandardPaths>
 #include <QtTest>
 
 #include <csignal>
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-QString PeerProcess::Missing(const QString &program)
-{
-    const bool found = !QStandardPaths::findExecutable(program).isEmpty();
-    return found ? QString() : program + " is not installed";
-}
 
 quint16 PeerProcess::FreePort()
 {
@@ -40,65 +29,44 @@ bool PeerProcess::AwaitListener(quint16 port)
 QByteArray PeerProcess::Converse(
     quint16 port, const QByteArray &request, const QByteArray &mark, int marks)
 {
-    const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const sockaddr_in address = Loopback(port);
+    const int descriptor = ConnectToLoopback(port);
     const timeval limit{20, 0};
     setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    send(descriptor, request.constData(), size_t(request.size()), MSG_NOSIGNAL);
     QByteArray all;
-    ssize_t moved
-        = connect(descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address);
-    if (moved == 0)
-        moved = send(descriptor, request.constData(), size_t(request.size()), MSG_NOSIGNAL);
     char block[4096];
-    while (moved > 0 && all.count(mark) < marks) {
-        moved = recv(descriptor, block, sizeof block, 0);
-        all.append(block, std::max<ssize_t>(moved, 0));
+    for (ssize_t got = 1; got > 0 && all.count(mark) < marks;) {
+        got = recv(descriptor, block, sizeof block, 0);
+        all.append(block, std::max<ssize_t>(got, 0));
     }
     close(descriptor);
     return all;
 }
 
-// Not QProcess: the thread sanitizer takes the fork that it needs for the end with the parent for
-// one that must not start threads.
+// In a session of its own: a debug server sends the interrupt to a whole group of processes.
 bool PeerProcess::Start(const QStringList &command)
 {
     Kill();
-    QList<QByteArray> texts = {"setpriv", "--pdeathsig", "KILL"};
-    for (const QString &text : command)
-        texts << text.toLocal8Bit();
-    std::vector<char *> argv;
-    for (QByteArray &text : texts)
-        argv.push_back(text.data());
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    for (int descriptor = 0; descriptor < 3; ++descriptor) // nobody would empty a pipe
-        posix_spawn_file_actions_addopen(&files, descriptor, "/dev/null", O_RDWR, 0);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
-    m_runs = posix_spawnp(&m_id, argv[0], &files, &attributes, argv.data(), environ) == 0;
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&files);
-    return m_runs;
+    m_process.setStandardOutputFile(QProcess::nullDevice()); // nobody would empty a pipe
+    m_process.setStandardErrorFile(QProcess::nullDevice());
+    m_process.setStandardInputFile(QProcess::nullDevice());
+    m_process.start("setsid", QStringList{"setpriv", "--pdeathsig", "KILL"} + command);
+    return m_process.waitForStarted();
 }
 
 bool PeerProcess::Runs()
 {
-    m_runs = m_runs && waitpid(m_id, nullptr, WNOHANG) == 0;
-    return m_runs;
+    return m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(0);
 }
 
-void PeerProcess::Signal(int number)
+void PeerProcess::Signal(int number) const
 {
-    if (Runs())
-        ::kill(m_id, number);
+    if (Id() != 0)
+        ::kill(pid_t(Id()), number);
 }
 
 void PeerProcess::Kill()
 {
-    Signal(SIGKILL);
-    if (m_runs)
-        waitpid(m_id, nullptr, 0);
-    m_runs = false;
+    m_process.kill();
+    m_process.waitForFinished();
 }

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <QStringList>
-
-#include <sys/types.h>
+#include <QProcess>
 
 /// A program that the tests start and that is gone with them: it is killed when this object goes
 /// and when the test program dies.
@@ -10,8 +8,6 @@ class PeerProcess {
 public:
     ~PeerProcess() { Kill(); }
 
-    /// Empty when the program is installed, else a sentence that says that it is not.
-    static QString Missing(const QString &program);
     /// A TCP port of 127.0.0.1 that nobody uses at this moment.
     static quint16 FreePort();
     /// Whether somebody accepts connections there, tried until that holds.
@@ -22,12 +18,11 @@ public:
 
     bool Start(const QStringList &command);
     void Kill();
-    void Signal(int number);
-    qint64 Id() const { return m_id; }
+    void Signal(int number) const;
+    qint64 Id() const { return m_process.processId(); }
     /// Whether it has not ended yet. Its number is free again once this was false.
     bool Runs();
 
 private:
-    pid_t m_id = 0;
-    bool m_runs = false;
+    QProcess m_process;
 };

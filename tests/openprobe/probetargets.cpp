@@ -1,47 +1,63 @@
 #include "probetargets.h"
 
-#include <QJsonDocument>
 #include <QtTest>
 
-static constexpr int kLimitMs = 60'000; // only a failure waits that long
+QString ProbeTarget::Missing() const
+{
+    const bool isThere = needs.isEmpty() || !QStandardPaths::findExecutable(needs).isEmpty();
+    return isThere ? QString() : needs + " is not installed";
+}
+
+/// A machine of the emulator with its firmware.
+struct QemuMachine {
+    const char *name; ///< as the tests call it
+    QString command;
+    const char *firmware; ///< a file of the firmware folder
+    quint32 coreId;
+    TargetPlaces places;
+};
 
 // They differ where it hurts: byte order, address spaces, cores, width of an address, where RAM
 // lies.
-static const QList<QemuMachine> &Machines()
-{
-    static const QList<QemuMachine> kMachines = {
-        {"arm", "qemu-system-arm", {"-M", "netduinoplus2", "-kernel"}, "demo.elf", 0x410FC240,
-            {.holeBehind = 0x2002FFC0, .holeInFront = 0x07FFFFC0}},
-        {"mips", "qemu-system-mips", {"-M", "malta", "-m", "16", "-nodefaults", "-kernel"},
-            "mips.elf", 0,
-            {0x80109000, 0x80110000, 0x80100020, 0xC0001000, 0xBFFFFFC0, 0x7FFFFFC0}},
-        {"riscv32", "qemu-system-riscv32", {"-M", "virt", "-m", "16", "-bios"}, "riscv32.elf", 0,
-            {0x80009000, 0x80010000, 0x80000020, 0x90000000, 0x80FFFFC0, 0x00000FC0}},
-        {"riscv64", "qemu-system-riscv64", {"-M", "virt", "-m", "16", "-smp", "2", "-bios"},
-            "riscv64.elf", 0,
-            {0x80009000, 0x80010000, 0x80000020, 0x90000000, 0x80FFFFC0, 0x00000FC0}},
-        {"aarch64", "qemu-system-aarch64",
-            {"-M", "virt", "-cpu", "cortex-a53", "-smp", "2", "-m", "16", "-nodefaults", "-kernel"},
-            "aarch64.elf", 0,
-            {0x40089000, 0x40090000, 0x40080020, 0x90000000, 0x40FFFFC0, 0x3FFFFFC0}},
-        {"avr", "qemu-system-avr", {"-M", "mega2560", "-bios"}, "avr.elf", 0,
-            {0x00800800, 0x00010000, 0x00800220, 0x30000000, 0x008021C0, 0x007FFFC0}},
-    };
-    return kMachines;
-}
+static const QemuMachine kMachines[] = {
+    {"arm", "qemu-system-arm -M netduinoplus2 -kernel", "demo.elf", 0x410FC240,
+        {.holeBehind = 0x2002FFC0, .holeInFront = 0x07FFFFC0}},
+    {"mips", "qemu-system-mips -M malta -m 16 -nodefaults -kernel", "mips.elf", 0,
+        {0x80109000, 0x80110000, 0x80100020, 0xC0001000, 0xBFFFFFC0, 0x7FFFFFC0}},
+    {"riscv32", "qemu-system-riscv32 -M virt -m 16 -bios", "riscv32.elf", 0,
+        {0x80009000, 0x80010000, 0x80000020, 0x90000000, 0x80FFFFC0, 0x00000FC0}},
+    {"riscv64", "qemu-system-riscv64 -M virt -m 16 -smp 2 -bios", "riscv64.elf", 0,
+        {0x80009000, 0x80010000, 0x80000020, 0x90000000, 0x80FFFFC0, 0x00000FC0}},
+    {"aarch64", "qemu-system-aarch64 -M virt -cpu cortex-a53 -smp 2 -m 16 -nodefaults -kernel",
+        "aarch64.elf", 0, {0x40089000, 0x40090000, 0x40080020, 0x90000000, 0x40FFFFC0, 0x3FFFFFC0}},
+    {"avr", "qemu-system-avr -M mega2560 -bios", "avr.elf", 0,
+        {0x00800800, 0x00010000, 0x00800220, 0x30000000, 0x008021C0, 0x007FFFC0}},
+};
 
 static const QemuMachine *FindMachine(const QString &name)
 {
-    for (const QemuMachine &machine : Machines()) {
-        if (name == machine.name)
-            return &machine;
-    }
-    return nullptr;
+    const auto *const found = std::ranges::find_if(
+        kMachines, [&](const auto &machine) { return name == machine.name; });
+    return found != std::end(kMachines) ? found : nullptr;
 }
 
 QemuTarget::QemuTarget(const QString &name)
-    : m_machine(*FindMachine(name))
 {
+    const QemuMachine &machine = *FindMachine(name);
+    m_command = machine.command.split(' ');
+    needs = m_command[0];
+    selector = "127.0.0.1:" + QByteArray::number(port);
+    places = machine.places;
+    coreId = machine.coreId;
+    answerer = &m_process;
+    const QString here = "tcp:127.0.0.1:%1";
+    m_command << QString(FIRMWARE_FOLDER "/") + machine.firmware << "-nographic"
+              << "-serial"
+              << "null"
+              << "-monitor"
+              << "none"
+              << "-gdb" << here.arg(port) << "-qmp"
+              << here.arg(m_monitorPort) + ",server=on,wait=off";
 }
 
 bool QemuTarget::Knows(const QString &name)
@@ -51,13 +67,8 @@ bool QemuTarget::Knows(const QString &name)
 
 bool QemuTarget::Start(const QStringList &more)
 {
-    const QString here = "tcp:127.0.0.1:%1";
-    return m_process.Start(QStringList(m_machine.program) + m_machine.options
-               + QStringList{QString(FIRMWARE_FOLDER "/") + m_machine.firmware, "-nographic",
-                   "-serial", "null", "-monitor", "none", "-gdb", here.arg(m_port), "-qmp",
-                   here.arg(m_monitorPort) + ",server=on,wait=off"}
-               + more)
-        && PeerProcess::AwaitListener(m_port) && PeerProcess::AwaitListener(m_monitorPort);
+    return m_process.Start(m_command + more) && PeerProcess::AwaitListener(port)
+        && PeerProcess::AwaitListener(m_monitorPort);
 }
 
 // One line of JSON for each command, after a greeting; events may come in between.
@@ -67,12 +78,12 @@ QByteArray QemuTarget::Monitor(const QByteArray &command) const
         "{\"execute\":\"qmp_capabilities\"}\n{\"execute\":\"" + command + "\"}\n", "\"return\"", 2);
 }
 
-QByteArray QemuTarget::RunState() const
+OpenOcdTarget::OpenOcdTarget()
 {
-    QString status;
-    for (const QByteArray &line : Monitor("query-status").split('\n'))
-        status += QJsonDocument::fromJson(line)["return"]["status"].toString();
-    return status.toUtf8();
+    needs = "openocd";
+    selector = "tcl:127.0.0.1:" + QByteArray::number(tclPort);
+    coreId = 0x410FC241;
+    answerer = &m_server;
 }
 
 bool OpenOcdTarget::Start()
@@ -80,53 +91,58 @@ bool OpenOcdTarget::Start()
     Kill();
     const quint16 boardPort = PeerProcess::FreePort();
     const QString ports = "tcl_port %1; gdb_port %2; telnet_port disabled";
-    return m_board.Start({BOARD_MODEL, QString::number(boardPort)})
+    return board.Start({BOARD_MODEL, QString::number(boardPort)})
         && PeerProcess::AwaitListener(boardPort)
         && m_server.Start({"openocd", "-c", QString("set MODEL_PORT %1").arg(boardPort), "-f",
-            MODEL_CONFIG, "-c", ports.arg(m_tclPort).arg(m_gdbPort)})
-        && PeerProcess::AwaitListener(m_tclPort) && PeerProcess::AwaitListener(m_gdbPort);
+            MODEL_CONFIG, "-c", ports.arg(tclPort).arg(gdbPort)})
+        && PeerProcess::AwaitListener(tclPort) && PeerProcess::AwaitListener(gdbPort);
 }
 
 void OpenOcdTarget::Kill()
 {
     m_server.Kill();
-    m_board.Kill();
+    board.Kill();
 }
 
 QByteArray OpenOcdTarget::Command(const QByteArray &text) const
 {
-    return PeerProcess::Converse(m_tclPort, text + '\x1a', "\x1a", 1).chopped(1);
-}
-
-static quint32 CounterOf(qint64 process)
-{
-    QFile memory(QString("/proc/%1/mem").arg(process));
-    quint32 value = 0;
-    if (memory.open(QIODevice::ReadOnly | QIODevice::Unbuffered)
-        && memory.seek(TargetPlaces().counter))
-        memory.read(reinterpret_cast<char *>(&value), sizeof value);
-    return value;
+    return PeerProcess::Converse(tclPort, text + '\x1a', "\x1a", 1).chopped(1);
 }
 
 bool ProcessTarget::Start(const QString &copy)
 {
     if (!copy.isEmpty())
         QFile::copy(PROBE_TARGET, copy); // with its permissions; one that is there stays
-    return m_process.Start({copy.isEmpty() ? PROBE_TARGET : copy}) && Runs();
+    const bool started = m_process.Start({copy.isEmpty() ? PROBE_TARGET : copy});
+    if (selector.isEmpty() || selector.startsWith("pid:"))
+        selector = "pid:" + QByteArray::number(Id());
+    return started && Runs();
 }
 
 bool ProcessTarget::Runs()
 {
-    const quint32 before = CounterOf(Id());
-    return QTest::qWaitFor([&] { return CounterOf(Id()) != before; }, kLimitMs);
+    const auto counter = [this] {
+        QFile memory(QString("/proc/%1/mem").arg(Id()));
+        const bool open = memory.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+        return open && memory.seek(places.counter) ? memory.read(4) : QByteArray();
+    };
+    const QByteArray before = counter();
+    return QTest::qWaitFor([&] { return counter() != before; }, 60'000);
+}
+
+GdbServerTarget::GdbServerTarget()
+{
+    needs = "gdbserver";
+    selector = "127.0.0.1:" + QByteArray::number(m_port);
+    answerer = &m_server;
+    stopsWhenAbandoned = true;
 }
 
 bool GdbServerTarget::Start()
 {
     Kill();
     return ProcessTarget::Start()
-        && m_server.Start(
-            {"gdbserver", "--attach", QString("127.0.0.1:%1").arg(m_port), QString::number(Id())})
+        && m_server.Start({"gdbserver", "--attach", selector, QString::number(Id())})
         && PeerProcess::AwaitListener(m_port);
 }
 

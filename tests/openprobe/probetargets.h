@@ -17,34 +17,24 @@ class ProbeTarget {
 public:
     virtual ~ProbeTarget() = default;
 
-    /// Why it cannot run here; empty when it can.
-    virtual QString Missing() { return {}; }
     /// Starts it from scratch, at the same place. False when it does not come up.
     virtual bool Start() = 0;
     /// Ends it without a good-bye, as a pulled plug does.
     virtual void Kill() = 0;
-    /// What answers the library and can be frozen; null when there is no such thing.
-    virtual PeerProcess *Answerer() { return nullptr; }
-    virtual QByteArray Selector() const = 0;
     /// Whether the target's program runs, asked past the library.
     virtual bool Runs() { return true; }
-    virtual TargetPlaces Places() const { return {}; }
-    /// The core's identification as the target tells it; 0 where it does not.
-    virtual quint32 CoreId() const { return 0; }
+    /// Empty when the program that this target needs is installed, else a sentence that says that
+    /// it is not.
+    QString Missing() const;
 
+    QString needs;       ///< the program; empty: none
+    QByteArray selector; ///< for the library; a process has it once it is started
+    TargetPlaces places;
+    quint32 coreId = 0;              ///< the core's identification; 0 where it tells none
+    PeerProcess *answerer = nullptr; ///< what answers the library and can be frozen
     /// Whether a client that leaves a frozen peer during the handshake leaves the target stopped
     /// until the next one comes. True only where the peer itself does so, whatever it was sent.
-    virtual bool StopsWhenAbandoned() const { return false; }
-};
-
-/// A machine of the emulator with its firmware.
-struct QemuMachine {
-    const char *name; ///< as the tests call it
-    const char *program;
-    QStringList options;
-    const char *firmware; ///< a file of the firmware folder
-    quint32 coreId;
-    TargetPlaces places;
+    bool stopsWhenAbandoned = false;
 };
 
 /// Firmware in an emulator with a debug stub, and a second way in to observe it.
@@ -55,52 +45,35 @@ public:
     /// Whether there is such a machine.
     static bool Knows(const QString &name);
 
-    QString Missing() override { return PeerProcess::Missing(m_machine.program); }
     bool Start() override { return Start({}); }
     bool Start(const QStringList &more);
     void Kill() override { m_process.Kill(); }
-    PeerProcess *Answerer() override { return &m_process; }
-    QByteArray Selector() const override { return "127.0.0.1:" + QByteArray::number(m_port); }
-    bool Runs() override { return RunState() == "running"; }
-    TargetPlaces Places() const override { return m_machine.places; }
-    quint32 CoreId() const override { return m_machine.coreId; }
-
-    quint16 Port() const { return m_port; }
-    /// The machine's state as the monitor tells it: "running", "paused", "prelaunch".
-    QByteArray RunState() const;
+    bool Runs() override { return Monitor("query-status").contains("\"running\": true"); }
     /// The monitor's reply. "stop" and "cont" work past the stub.
     QByteArray Monitor(const QByteArray &command) const;
 
+    const quint16 port = PeerProcess::FreePort();
+
 private:
-    const QemuMachine &m_machine;
-    quint16 m_port = PeerProcess::FreePort();
-    quint16 m_monitorPort = PeerProcess::FreePort();
+    const quint16 m_monitorPort = PeerProcess::FreePort();
+    QStringList m_command;
     PeerProcess m_process;
 };
 
 /// The real OpenOCD on the software board.
 class OpenOcdTarget : public ProbeTarget {
 public:
-    QString Missing() override { return PeerProcess::Missing("openocd"); }
+    OpenOcdTarget();
     bool Start() override;
     void Kill() override;
-    PeerProcess *Answerer() override { return &m_server; }
-    QByteArray Selector() const override
-    {
-        return "tcl:127.0.0.1:" + QByteArray::number(m_tclPort);
-    }
-    quint32 CoreId() const override { return 0x410FC241; }
-
-    PeerProcess &Board() { return m_board; }
-    quint16 TclPort() const { return m_tclPort; }
-    quint16 GdbPort() const { return m_gdbPort; }
     /// The reply to a command of a client beside the library; empty when there is none.
     QByteArray Command(const QByteArray &text) const;
 
+    const quint16 tclPort = PeerProcess::FreePort();
+    const quint16 gdbPort = PeerProcess::FreePort();
+    PeerProcess board;
+
 private:
-    quint16 m_tclPort = PeerProcess::FreePort();
-    quint16 m_gdbPort = PeerProcess::FreePort();
-    PeerProcess m_board;
     PeerProcess m_server;
 };
 
@@ -111,7 +84,6 @@ public:
     /// @param copy  where to put the copy of the program that is started; empty: the program itself
     bool Start(const QString &copy);
     void Kill() override { m_process.Kill(); }
-    QByteArray Selector() const override { return "pid:" + QByteArray::number(Id()); }
     bool Runs() override;
     qint64 Id() const { return m_process.Id(); }
 
@@ -122,14 +94,11 @@ private:
 /// A process of this machine behind gdbserver, which answers while the process runs.
 class GdbServerTarget : public ProcessTarget {
 public:
-    QString Missing() override { return PeerProcess::Missing("gdbserver"); }
+    GdbServerTarget();
     bool Start() override;
     void Kill() override;
-    PeerProcess *Answerer() override { return &m_server; }
-    QByteArray Selector() const override { return "127.0.0.1:" + QByteArray::number(m_port); }
-    bool StopsWhenAbandoned() const override { return true; }
 
 private:
-    quint16 m_port = PeerProcess::FreePort();
+    const quint16 m_port = PeerProcess::FreePort();
     PeerProcess m_server;
 };

@@ -1,29 +1,14 @@
 #include "backendtools.h"
 #include "fakestub.h"
 #include "faketclserver.h"
-#include "gdbbackend.h"
 #include "loopback.h"
 #include "peerprocess.h"
 #include "probelibrary.h"
 
 #include <QtTest>
-#include <cerrno>
-#include <sys/socket.h>
 #include <unistd.h>
 
 using namespace OpenProbe;
-
-/// Peers that keep to no protocol, at the start and in the middle, on both kinds of connection.
-class BadPeersTest : public QObject {
-    Q_OBJECT
-private slots:
-    void aBadPeerGetsAText_data();
-    void aBadPeerGetsAText();
-    void aPlaceWithoutPeersGetsAText();
-    void aSilentPlaceGetsAText();
-    void aPeerThatTurnsBadIsGivenUp_data();
-    void aPeerThatTurnsBadIsGivenUp();
-};
 
 static std::unique_ptr<Backend> BackendAt(TargetKind kind, quint16 port)
 {
@@ -32,182 +17,150 @@ static std::unique_ptr<Backend> BackendAt(TargetKind kind, quint16 port)
     return MakeBackend(choice);
 }
 
-Q_DECLARE_METATYPE(ScriptedPeer::Serve)
-
-void BadPeersTest::aBadPeerGetsAText_data()
-{
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<ScriptedPeer::Serve>("serve");
-    QTest::addColumn<QString>("text");
-    const QString noStub = "%1 accepted the connection but does not answer as a debug stub"
-                           " (another debugger may hold it).";
-    const QString noServer = "%1 accepted the connection but does not answer as OpenOCD's Tcl "
-                             "server. For a debug stub use gdb:HOST:PORT.";
-    enum After { Waits, HangsUp, GoesOn };
-    const auto row = [&](const char *name, const QByteArray &says, After after) {
-        const ScriptedPeer::Serve serve = [=](ScriptedPeer &peer) {
-            peer.Send(says);
-            if (after == Waits)
-                peer.AwaitClient();
-            while (after == GoesOn && peer.Send(says.right(4096))) { }
-        };
-        QTest::addRow("stub: %s", name) << int(TargetKind::Gdb) << serve << noStub;
-        QTest::addRow("server: %s", name) << int(TargetKind::Tcl) << serve << noServer;
-    };
-    row("says nothing", "", Waits);
-    row("hangs up", "", HangsUp);
-    row("another protocol", "HTTP/1.1 400 Bad Request\r\nConnection: close\r\n\r\n", Waits);
-    row("endless noise", QByteArray(4096, 'x'), GoesOn);
-    row("an endless packet", "$" + QByteArray(4096, 'x'), GoesOn);
-    row("endless acknowledgements", QByteArray(4096, '+'), GoesOn);
-    row("endless stops", QByteArray("$S05#b8").repeated(100), GoesOn);
-    row("endless packets with wrong checksums", "+$OK#00", GoesOn);
-    row("half a packet", "+$PacketSi", Waits);
-    row("half a packet and gone", "+$PacketSi", HangsUp);
-    row("more answers than questions", "Open On-Chip Debugger\x1amore\x1a", Waits);
-    const auto server = [](const QByteArray &name, const TclAnswer &answer, const QString &text) {
-        const ScriptedPeer::Serve serve = [=](ScriptedPeer &peer) { ServeTcl(peer, answer); };
-        QTest::addRow("server: %s", name.constData()) << int(TargetKind::Tcl) << serve << text;
-    };
-    const TclAnswer noTarget = [](const QByteArray &command) {
-        return command == "target names" ? QByteArray("\x1a") : PoliteTclAnswer(command);
-    };
-    server("no target", noTarget,
-        "OpenOCD at %1 has no target. Start it with your chip's file, e.g. -f "
-        "target/stm32f4x.cfg.");
-    const TclAnswer noBoard = [](const QByteArray &command) {
-        const bool asksTheBoard = command.startsWith("read") || command.endsWith("curstate");
-        return asksTheBoard ? QByteArray("unknown\x1a") : PoliteTclAnswer(command);
-    };
-    server("no board", noBoard,
-        "OpenOCD at %1 does not reach its target (cpu). Is the board powered and connected?");
-    for (const QByteArray last :
-        {"target names", "curstate", "-endian", "read_memory 0xe000ed00"}) {
-        const TclAnswer hangsUp = [last](const QByteArray &command) {
-            return command.contains(last) ? QByteArray() : PoliteTclAnswer(command);
-        };
-        server("ends at " + last, hangsUp,
-            "%1 gave up while its target was asked. See OpenOCD's messages there.");
+/// Peers that keep to no protocol, at the start and in the middle, on both kinds of connection.
+class BadPeersTest : public QObject {
+    Q_OBJECT
+private slots:
+    void aPeerThatIsNoneGetsAText_data()
+    {
+        QTest::addColumn<QByteArray>("says");
+        QTest::addColumn<char>("then"); // it waits, hangs up, or goes on
+        QTest::newRow("nothing") << QByteArray() << 'w';
+        QTest::newRow("another protocol") << QByteArray("HTTP/1.1 400 Bad Request\r\n\r\n") << 'w';
+        QTest::newRow("endless noise") << QByteArray(4096, 'x') << 'g';
+        QTest::newRow("an endless packet") << "$" + QByteArray(4096, 'x') << 'g';
+        QTest::newRow("endless acknowledgements") << QByteArray(4096, '+') << 'g';
+        QTest::newRow("endless stops") << QByteArray("$S05#b8").repeated(100) << 'g';
+        QTest::newRow("half a packet") << QByteArray("+$PacketSi") << 'w';
+        QTest::newRow("too many answers") << QByteArray("Open On-Chip Debugger\x1amore\x1a") << 'w';
     }
-}
 
-void BadPeersTest::aBadPeerGetsAText()
-{
-    SetPatience(1);
-    QFETCH(int, kind);
-    QFETCH(ScriptedPeer::Serve, serve);
-    QFETCH(QString, text);
-    if (text.contains("target"))
-        SetPatience(60); // these answer, if late
-    ScriptedPeer peer(serve);
-    const auto backend = BackendAt(TargetKind(kind), peer.Port());
-    QCOMPARE(OpenError(*backend), text.arg(QString("127.0.0.1:%1").arg(peer.Port())));
-    backend->Close();
-}
-
-void BadPeersTest::aPlaceWithoutPeersGetsAText()
-{
-    const quint16 port = PeerProcess::FreePort();
-    const QString refused
-        = QString("Nothing accepts a connection at 127.0.0.1:%1 (refused). ").arg(port);
-    QCOMPARE(OpenError(*BackendAt(TargetKind::Gdb, port)),
-        refused + QString("Start the target, e.g. qemu-system-arm ... -gdb tcp::%1.").arg(port));
-    QCOMPARE(OpenError(*BackendAt(TargetKind::Tcl, port)),
-        refused
-            + "Start OpenOCD for your board, e.g. openocd -f board.cfg; its Tcl server is at "
-              "port 6666.");
-    const auto nowhere = MakeBackend(ParseSelector("no-such-host.invalid", 0));
-    QCOMPARE(OpenError(*nowhere),
-        "No address for host \"no-such-host.invalid\". Check its "
-        "spelling or type its number, e.g. 192.168.0.10.");
-    const auto unreachable = MakeBackend(ParseSelector("255.255.255.255:9", 0)); // has no host
-    QCOMPARE(OpenError(*unreachable),
-        QString("255.255.255.255:9 cannot be reached (%1). Check the address and this machine's "
-                "network.")
-            .arg(qt_error_string(ENETUNREACH)));
-}
-
-// A host that takes no notice of an attempt to connect: its queue of clients is full.
-void BadPeersTest::aSilentPlaceGetsAText()
-{
-    SetPatience(1);
-    quint16 port = 0;
-    const int listener = ListenOnLoopback(&port, 0);
-    const int first = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const sockaddr_in address = Loopback(port);
-    QCOMPARE(::connect(first, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
-    const QString text = OpenError(*BackendAt(TargetKind::Gdb, port));
-    close(first);
-    close(listener);
-    QCOMPARE(text,
-        QString("127.0.0.1:%1 does not answer within 2 s. Check the address, and whether the "
-                "machine is on and lets the port through.")
-            .arg(port));
-}
-
-void BadPeersTest::aPeerThatTurnsBadIsGivenUp_data()
-{
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QByteArray>("spoiled");
-    QTest::addColumn<bool>("hangsUp");
-    QTest::addColumn<bool>("lost");
-    const auto stub = [](const char *name, const QByteArray &spoiled, bool hangsUp, bool lost) {
-        QTest::addRow("stub: %s", name) << int(TargetKind::Gdb) << spoiled << hangsUp << lost;
-    };
-    stub("silence", "+", false, true);
-    stub("hangs up", "$00", true, true);
-    stub("half a reply", "$0011", false, true);
-    stub("wrong checksums", QByteArray("$0011#00").repeated(5), false, true);
-    stub("endless", QByteArray(40'000, 'x'), false, true);
-    stub("longer than any packet", "$" + QByteArray(40'000, '0') + "#00", false, true);
-    stub("the target has ended", "$W00#b7", true, true);
-    stub("an error", "$E14#aa", false, false);
-    // Each of these may answer another request, and then so may all that follows.
-    stub("more bytes than asked for", "$001122334455#5e", false, true);
-    stub("no hex digits", "$zzzzzzzz#d0", false, true);
-    stub("an empty reply", "$#00", false, true);
-    stub("an answer to a write", "$OK#9a", false, true);
-    stub("two answers", "$11#62$22#64", false, true);
-    stub("an answer too many, cut off", "$11#62$22#6", false, true);
-    const auto server = [](const char *name, const QByteArray &spoiled, bool lost) {
-        QTest::addRow("server: %s", name) << int(TargetKind::Tcl) << spoiled << false << lost;
-    };
-    server("silence", "", true);
-    server("half an answer", "0x1", true);
-    server("never ends", QByteArray(200'000, '0'), true);
-    server("one answer too many", "0x1\x1a 0x2\x1a", true);
-    server("an error", "read_memory: failed to read memory\x1a", false);
-    server("too many numbers", "0x1 0x2\x1a", false);
-    server("an empty answer", "\x1a", false);
-}
-
-void BadPeersTest::aPeerThatTurnsBadIsGivenUp()
-{
-    SetPatience(60);
-    QFETCH(int, kind);
-    QFETCH(QByteArray, spoiled);
-    QFETCH(bool, hangsUp);
-    QFETCH(bool, lost);
-    FakeStub::Manners manners;
-    manners.hangUpAfterSpoiled = hangsUp;
-    manners.spoil = [&](const QByteArray &request) {
-        return request.startsWith("m1") ? spoiled : QByteArray();
-    };
-    FakeStub stub(manners);
-    ScriptedPeer server([&](ScriptedPeer &self) {
-        ServeTcl(self, [&](const QByteArray &command) {
-            return command.startsWith("read_memory 0x1000 ") ? spoiled : PoliteTclAnswer(command);
+    void aPeerThatIsNoneGetsAText()
+    {
+        SetPatience(1);
+        QFETCH(QByteArray, says);
+        QFETCH(char, then);
+        ScriptedPeer peer([&](ScriptedPeer &self) {
+            self.Send(says);
+            if (then == 'w')
+                self.AwaitClient();
+            while (then == 'g' && self.Send(says.right(4096))) { }
         });
-    });
-    const bool isStub = TargetKind(kind) == TargetKind::Gdb;
-    const auto backend = BackendAt(TargetKind(kind), isStub ? stub.Port() : server.Port());
-    QCOMPARE(OpenError(*backend), QString());
-    if (lost)
-        SetPatience(1); // nothing more will come
-    QCOMPARE(Bytes(*backend, 0x1000, 1), lost ? "result -1" : "result 0");
-    QCOMPARE(backend->Alive(), !lost);
-    backend->Close();
-}
+        const QString here = QString("127.0.0.1:%1 accepted the connection but does not answer as ")
+                                 .arg(peer.Port());
+        const auto stub = BackendAt(TargetKind::Gdb, peer.Port());
+        QCOMPARE(OpenError(*stub), here + "a debug stub (another debugger may hold it).");
+        stub->Close();
+        const auto server = BackendAt(TargetKind::Tcl, peer.Port());
+        QCOMPARE(
+            OpenError(*server), here + "OpenOCD's Tcl server. For a debug stub use gdb:HOST:PORT.");
+        server->Close();
+    }
+
+    void aServerInTroubleGetsAText()
+    {
+        SetPatience(60); // it answers, if late
+        const auto textOf = [](const QByteArray &asked, const QByteArray &answer) {
+            ScriptedPeer peer([&](ScriptedPeer &self) {
+                ServeTcl(self, [&](const QByteArray &command) {
+                    const bool isDead = asked == "curstate" && command.startsWith("read");
+                    return command.contains(asked) || isDead ? answer : PoliteTclAnswer(command);
+                });
+            });
+            const auto backend = BackendAt(TargetKind::Tcl, peer.Port());
+            const QString text = OpenError(*backend);
+            backend->Close();
+            return QString(text).replace(QString(":%1").arg(peer.Port()), "");
+        };
+        QVERIFY(textOf("target names", "\x1a").startsWith("OpenOCD at 127.0.0.1 has no target. "));
+        QVERIFY(textOf("curstate", "unknown\x1a")
+                    .startsWith("OpenOCD at 127.0.0.1 does not reach its target (cpu). "));
+        for (const char *const last : {"target names", "curstate", "-endian", "read_memory 0xe0"})
+            QVERIFY2(textOf(last, {}).startsWith("127.0.0.1 gave up while its target was asked. "),
+                last);
+    }
+
+    void aPlaceWithoutPeersGetsAText()
+    {
+        SetPatience(1);
+        const auto textOf = [](const QString &selector) {
+            return OpenError(*MakeBackend(ParseSelector(selector.toStdString(), 0)));
+        };
+        const QString here = QString("127.0.0.1:%1").arg(PeerProcess::FreePort());
+        const QString refused = "Nothing accepts a connection at " + here + " (refused). Start ";
+        QVERIFY(textOf(here).startsWith(refused + "the target, e.g. qemu-system-arm ... -gdb tcp"));
+        QVERIFY(textOf("tcl:" + here).startsWith(refused + "OpenOCD for your board, "));
+        QVERIFY(textOf("none.invalid").startsWith("No address for host \"none.invalid\". Check "));
+        QVERIFY(textOf("255.255.255.255:9").startsWith("255.255.255.255:9 cannot be reached ("));
+        // A host that takes no notice of an attempt to connect: its queue of clients is full.
+        quint16 port = 0;
+        const int listener = ListenOnLoopback(&port, 0);
+        const int first = ConnectToLoopback(port);
+        const QString text = textOf(QString("127.0.0.1:%1").arg(port));
+        close(first);
+        close(listener);
+        QVERIFY(text.startsWith(QString("127.0.0.1:%1 does not answer within 2 s. ").arg(port)));
+    }
+
+    void aPeerThatTurnsBadIsGivenUp_data()
+    {
+        QTest::addColumn<QByteArray>("spoiled");
+        QTest::addColumn<char>("peer"); // a stub, or one that hangs up, or a server
+        QTest::addColumn<bool>("lost");
+        const auto row = [](const char *name, const QByteArray &spoiled, char peer = 's',
+                             bool lost = true) { QTest::newRow(name) << spoiled << peer << lost; };
+        row("silence", "+");
+        row("hangs up", "$00", 'h');
+        row("half a reply", "$0011");
+        row("wrong checksums", QByteArray("$0011#00").repeated(5));
+        row("endless", QByteArray(40'000, 'x'));
+        row("longer than any packet", "$" + QByteArray(40'000, '0') + "#00");
+        row("the target has ended", "$W00#b7", 'h');
+        row("an error", "$E14#aa", 's', false);
+        // Each of these may answer another request, and then so may all that follows.
+        row("more bytes than asked for", "$001122334455#5e");
+        row("no hex digits", "$zzzzzzzz#d0");
+        row("an empty reply", "$#00");
+        row("an answer to a write", "$OK#9a");
+        row("two answers", "$11#62$22#64");
+        row("an answer too many, cut off", "$11#62$22#6");
+        row("server: silence", "", 't');
+        row("server: half an answer", "0x1", 't');
+        row("server: never ends", QByteArray(200'000, '0'), 't');
+        row("server: one answer too many", "0x1\x1a 0x2\x1a", 't');
+        row("server: an error", "read_memory: failed to read memory\x1a", 't', false);
+        row("server: too many numbers", "0x1 0x2\x1a", 't', false);
+        row("server: an empty answer", "\x1a", 't', false);
+    }
+
+    void aPeerThatTurnsBadIsGivenUp()
+    {
+        SetPatience(60);
+        QFETCH(QByteArray, spoiled);
+        QFETCH(char, peer);
+        QFETCH(bool, lost);
+        FakeStub::Manners manners;
+        manners.hangUpAfterSpoiled = peer == 'h';
+        manners.spoil = [&](const QByteArray &request) {
+            return request.startsWith("m1") ? spoiled : QByteArray();
+        };
+        FakeStub stub(manners);
+        ScriptedPeer server([&](ScriptedPeer &self) {
+            ServeTcl(self, [&](const QByteArray &command) {
+                return command.startsWith("read_memory 0x1000 ") ? spoiled
+                                                                 : PoliteTclAnswer(command);
+            });
+        });
+        const auto backend = peer == 't' ? BackendAt(TargetKind::Tcl, server.Port())
+                                         : BackendAt(TargetKind::Gdb, stub.Port());
+        QCOMPARE(OpenError(*backend), QString());
+        if (lost)
+            SetPatience(1); // nothing more will come
+        QCOMPARE(Bytes(*backend, 0x1000, 1), lost ? "result -1" : "result 0");
+        QCOMPARE(backend->Alive(), !lost);
+        backend->Close();
+    }
+};
 
 QTEST_GUILESS_MAIN(BadPeersTest)
 #include "tst_badpeers.moc"

@@ -7,13 +7,6 @@
 using namespace OpenProbe;
 using namespace std::chrono_literals;
 
-class OperationGateTest : public QObject {
-    Q_OBJECT
-private slots:
-    void onlyALaterCloseCancelsAnOpen();
-    void whoWaitsLeavesWhenTheProbeGoesDown();
-};
-
 static void BringUp(OperationGate &gate)
 {
     const std::uint64_t mark = gate.BeginOpen();
@@ -22,49 +15,53 @@ static void BringUp(OperationGate &gate)
     gate.Leave();
 }
 
-void OperationGateTest::onlyALaterCloseCancelsAnOpen()
-{
-    OperationGate gate;
-    gate.Cancel();
-    const std::uint64_t mark = gate.BeginOpen();
-    gate.Enter();
-    QVERIFY(gate.ClearForOpen(mark)); // the earlier one is forgotten
-    QVERIFY(!gate.Cancelled().IsRaised());
-    gate.Cancel();
-    QVERIFY(gate.Cancelled().IsRaised());
-    QVERIFY(!gate.SetUp(mark));
-    gate.Leave();
-    const std::uint64_t waiting = gate.BeginOpen();
-    gate.Cancel(); // comes while the Open still waits for the gate
-    gate.Enter();
-    QVERIFY(!gate.ClearForOpen(waiting));
-    gate.Leave();
-    BringUp(gate);
-}
-
-void OperationGateTest::whoWaitsLeavesWhenTheProbeGoesDown()
-{
-    using Down = void (*)(OperationGate &);
-    for (const Down goDown : {Down([](OperationGate &gate) { (void)gate.BeginOpen(); }),
-             Down([](OperationGate &gate) { gate.Cancel(); }),
-             Down([](OperationGate &gate) { gate.SetDown(); })}) {
+class OperationGateTest : public QObject {
+    Q_OBJECT
+private slots:
+    void onlyALaterCloseCancelsAnOpen()
+    {
         OperationGate gate;
-        BringUp(gate);
-        QVERIFY(gate.EnterWhileUp());
-        QVERIFY(!gate.EnterWithin(1ms));
-        std::binary_semaphore started(0);
-        auto reader = std::async(std::launch::async, [&] {
-            started.release();
-            return gate.EnterWhileUp();
-        });
-        started.acquire();
-        goDown(gate);
-        const auto ended = reader.wait_for(60s); // the gate is still held
+        gate.Cancel();
+        const std::uint64_t mark = gate.BeginOpen();
+        gate.Enter();
+        QVERIFY(gate.ClearForOpen(mark)); // the earlier one is forgotten
+        QVERIFY(!gate.Cancelled().IsRaised());
+        gate.Cancel();
+        QVERIFY(gate.Cancelled().IsRaised());
+        QVERIFY(!gate.SetUp(mark));
         gate.Leave();
-        QCOMPARE(ended, std::future_status::ready);
-        QVERIFY(!reader.get());
+        const std::uint64_t waiting = gate.BeginOpen();
+        gate.Cancel(); // comes while the Open still waits for the gate
+        gate.Enter();
+        QVERIFY(!gate.ClearForOpen(waiting));
+        gate.Leave();
+        BringUp(gate);
     }
-}
+
+    void whoWaitsLeavesWhenTheProbeGoesDown()
+    {
+        using Down = void (*)(OperationGate &);
+        for (const Down goDown : {Down([](OperationGate &gate) { (void)gate.BeginOpen(); }),
+                 Down([](OperationGate &gate) { gate.Cancel(); }),
+                 Down([](OperationGate &gate) { gate.SetDown(); })}) {
+            OperationGate gate;
+            BringUp(gate);
+            QVERIFY(gate.EnterWhileUp());
+            QVERIFY(!gate.EnterWithin(1ms));
+            std::binary_semaphore started(0);
+            auto reader = std::async(std::launch::async, [&] {
+                started.release();
+                return gate.EnterWhileUp();
+            });
+            started.acquire();
+            goDown(gate);
+            const auto ended = reader.wait_for(60s); // the gate is still held
+            gate.Leave();
+            QCOMPARE(ended, std::future_status::ready);
+            QVERIFY(!reader.get());
+        }
+    }
+};
 
 QTEST_GUILESS_MAIN(OperationGateTest)
 #include "tst_operationgate.moc"

@@ -9,6 +9,7 @@
 #include <future>
 
 constexpr int kLimitMs = 60'000; // only a failure waits that long
+constexpr quint32 kWidths[] = {0, 1, 2, 4};
 
 static int WriteBytes(quint32 address, const QByteArray &data, quint32 width = 0)
 {
@@ -19,10 +20,13 @@ static int WriteBytes(quint32 address, const QByteArray &data, quint32 width = 0
 /// the probe at the next read.
 class SimulatedTarget : public ProbeTarget {
 public:
+    SimulatedTarget()
+    {
+        selector = "sim";
+        coreId = 0x410FC241;
+    }
     bool Start() override { return true; }
     void Kill() override { WriteBytes(0x50004000, QByteArray("\1\0\0\0", 4)); }
-    QByteArray Selector() const override { return "sim"; }
-    quint32 CoreId() const override { return 0x410FC241; }
 };
 
 // The kind is the last part of the program's name.
@@ -47,296 +51,260 @@ static QByteArray Bytes(quint32 address, int count, quint32 width = 0)
     return got == count ? data : "result " + QByteArray::number(got);
 }
 
-/// What every target has to do, whatever the road to it.
-class ProbeSuite : public QObject {
-    Q_OBJECT
-private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void anyPieceOfARangeReadsTheSame();
-    void holesGiveAPrefixOrAFailure();
-    void writesOfEveryWidthReadBack();
-    void aWriteToNothingFails();
-    void theCoreIdIsWhatTheTargetTells();
-    void theTargetRunsOn();
-    void aSelectionIsUsedUpByOneOpen();
-    void readsSurviveReopeningByAnotherThread();
-    void aLostTargetFailsAtOnceAndCanBeReopened();
-    void aFrozenTargetIsGivenUp();
-    void closeEndsAnOpen();
-    void cyclesLeaveNothingBehind();
-
-private:
-    QByteArray OpenError();
-
-    std::unique_ptr<ProbeTarget> m_target = MakeTarget();
-    const TargetPlaces m_at = m_target->Places();
-};
-
-// Opens and connects as the program does. Empty on success.
-QByteArray ProbeSuite::OpenError()
-{
-    RANVOARM_SelectIP(m_target->Selector(), 0);
-    const char *error = RANVOARM_Open();
-    if (error != nullptr)
-        return error;
-    char reply[256];
-    RANVOARM_ExecCommand("Device = SIM-M4", reply, sizeof reply);
-    RANVOARM_SetEndian(0);
-    RANVOARM_TIF_Select(1);
-    RANVOARM_SetMaxSpeed();
-    RANVOARM_Connect();
-    return RANVOARM_IsConnected() != 0 ? QByteArray() : "not connected";
-}
-
 // However busy the machine is: the peer is waited for. Counts from the next Open on.
 static void BePatient(bool patient)
 {
     qputenv("OPENPROBE_PATIENCE", patient ? "60" : "1");
 }
 
-void ProbeSuite::initTestCase()
-{
-    BePatient(true);
-    const QString missing = m_target->Missing();
-    if (!missing.isEmpty()) {
-        printf("WHOLE TEST SKIPPED: %s\n", qPrintable(missing));
-        fflush(stdout);
-        QSKIP(qPrintable(missing));
-    }
-    QVERIFY(m_target->Start());
-}
-
-void ProbeSuite::init()
-{
-    QCOMPARE(OpenError(), "");
-    QTRY_VERIFY_WITH_TIMEOUT(m_target->Runs(), kLimitMs);
-}
-
-void ProbeSuite::cleanup()
-{
-    RANVOARM_Close();
-    QCOMPARE(RANVOARM_IsConnected(), 0);
-    QTRY_VERIFY_WITH_TIMEOUT(m_target->Runs(), kLimitMs);
-}
-
-void ProbeSuite::anyPieceOfARangeReadsTheSame()
-{
-    QByteArray whole(3000, '\0');
-    for (int i = 0; i < whole.size(); ++i)
-        whole[i] = char(i * 7 + i / 256);
-    QCOMPARE(WriteBytes(m_at.quiet + 1, whole), 3000);
-    auto random = SeededGenerator();
-    for (int round = 0; round < 200; ++round) {
-        const int offset = Pick(random, 0, 2999);
-        const int count = Pick(random, 1, std::min(3000 - offset, round % 8 == 0 ? 3000 : 100));
-        const quint32 width = std::array{0U, 1U, 2U, 4U}[random() % 4];
-        QCOMPARE(Bytes(m_at.quiet + 1 + quint32(offset), count, width), whole.mid(offset, count));
-    }
-    QCOMPARE(Bytes(m_at.big, 65536).size(), 65536);
-    QCOMPARE(Bytes(m_at.quiet, 4, 3), "result -1"); // no such width
-    QCOMPARE(Bytes(m_at.quiet, 0), "");
-}
-
-void ProbeSuite::holesGiveAPrefixOrAFailure()
-{
-    const QByteArray edge = Bytes(m_at.holeBehind, 64);
-    QCOMPARE(edge.size(), 64);
-    QByteArray data(128, '\0');
-    for (const int start : {0, 1, 3, 63}) {
-        const quint32 address = m_at.holeBehind + quint32(start);
-        QCOMPARE(RANVOARM_ReadMemEx(address, 128, data.data(), 0), 64 - start);
-        QCOMPARE(data.left(64 - start), edge.mid(start));
-    }
-    QCOMPARE(Bytes(m_at.holeInFront, 128), "result -1");
-    QCOMPARE(Bytes(m_at.holeInFront + 63, 2), "result -1");
-    QCOMPARE(Bytes(m_at.holeInFront, 64), "result 0");
-    QCOMPARE(Bytes(m_at.holeInFront + 64, 64).size(), 64);
-    for (const quint32 width : {0U, 1U, 2U, 4U})
-        QCOMPARE(Bytes(m_at.unmapped + 1, 640, width), "result 0");
-    QCOMPARE(RANVOARM_IsConnected(), 1); // a hole is no reason to give the target up
-}
-
-void ProbeSuite::writesOfEveryWidthReadBack()
-{
-    for (const quint32 width : {0U, 1U, 2U, 4U}) {
-        for (const quint32 offset : {0U, 1U, 2U, 3U}) {
-            QCOMPARE(WriteBytes(m_at.quiet, QByteArray(16, '.')), 16);
-            QCOMPARE(WriteBytes(m_at.quiet + offset, "abcdefghi", width), 9);
-            QCOMPARE(Bytes(m_at.quiet, 16),
-                (QByteArray(int(offset), '.') + "abcdefghi").leftJustified(16, '.'));
+/// What every target has to do, whatever the road to it.
+class ProbeSuite : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase()
+    {
+        BePatient(true);
+        const QString missing = m_target->Missing();
+        if (!missing.isEmpty()) {
+            printf("WHOLE TEST SKIPPED: %s\n", qPrintable(missing));
+            fflush(stdout);
+            QSKIP(qPrintable(missing));
         }
+        QVERIFY(m_target->Start());
     }
-}
 
-void ProbeSuite::aWriteToNothingFails()
-{
-    QCOMPARE(WriteBytes(m_at.unmapped, "ZZZZ"), -1);
-    QCOMPARE(WriteBytes(0xFFFFFFFE, "ZZZZ"), -1);
-    const QByteArray edge = Bytes(m_at.holeBehind, 64);
-    QCOMPARE(WriteBytes(m_at.holeBehind + 62, "ZZZZ"), -1);
-    QCOMPARE(RANVOARM_IsConnected(), 1);
-    QCOMPARE(Bytes(m_at.holeBehind, 62), edge.left(62));
-}
-
-void ProbeSuite::theCoreIdIsWhatTheTargetTells()
-{
-    QByteArray record(RANVO_ID_DATA_SIZE, '\0');
-    RANVOARM_GetIdData(record.data());
-    QCOMPARE(qFromLittleEndian<quint32>(record.constData() + RANVO_ID_DATA_CORE_ID_OFFSET),
-        m_target->CoreId());
-}
-
-void ProbeSuite::theTargetRunsOn()
-{
-    for (int round = 0; round < 2; ++round) {
-        const QByteArray first = Bytes(m_at.counter, 4, 4);
-        QTRY_VERIFY_WITH_TIMEOUT(Bytes(m_at.counter, 4, 4) != first, kLimitMs);
-        for (int i = 0; i < 20; ++i)
-            QCOMPARE(Bytes(m_at.big, 640).size(), 640);
-        RANVOARM_Close();
+    void init()
+    {
+        QCOMPARE(OpenError(), "");
         QTRY_VERIFY_WITH_TIMEOUT(m_target->Runs(), kLimitMs);
-        QCOMPARE(OpenError(), "");
     }
-}
 
-void ProbeSuite::aSelectionIsUsedUpByOneOpen()
-{
-    RANVOARM_Close();
-    RANVOARM_SelectIP("no selector!", 0);
-    QCOMPARE(RANVOARM_Open(),
-        "\"no selector!\" is not a selector: use HOST[:PORT], gdb:, tcl:, pid:, sim.");
-    QVERIFY(RANVOARM_Open() == nullptr); // the default target
-    RANVOARM_Connect();
-    QCOMPARE(Bytes(0, 16), "SIMULATED TARGET");
-    QVERIFY(RANVOARM_EMU_SelectByUSBSN(28100002) < 0);
-    QVERIFY(RANVOARM_EMU_SelectByUSBSN(28100001) >= 0);
-}
+    void cleanup()
+    {
+        RANVOARM_Close();
+        QCOMPARE(RANVOARM_IsConnected(), 0);
+        QTRY_VERIFY_WITH_TIMEOUT(m_target->Runs(), kLimitMs);
+    }
 
-void ProbeSuite::readsSurviveReopeningByAnotherThread()
-{
-    const QByteArray expected = Bytes(m_at.quiet, 640);
-    std::atomic<bool> stop = false;
-    std::atomic<int> good = 0;
-    std::atomic<int> wrong = 0;
-    const auto reader = std::async(std::launch::async, [&] {
-        while (!stop) {
-            const QByteArray data = Bytes(m_at.quiet, 640);
-            good += data == expected ? 1 : 0;
-            wrong += data.size() == 640 && data != expected ? 1 : 0;
+    void anyPieceOfARangeReadsTheSame()
+    {
+        QByteArray whole(3000, '\0');
+        for (int i = 0; i < whole.size(); ++i)
+            whole[i] = char(i * 7 + i / 256);
+        QCOMPARE(WriteBytes(m_at.quiet + 1, whole), 3000);
+        auto random = SeededGenerator();
+        for (int round = 0; round < 200; ++round) {
+            const int offset = Pick(random, 0, 2999);
+            const int count = Pick(random, 1, std::min(3000 - offset, round % 8 == 0 ? 3000 : 100));
+            const quint32 width = kWidths[random() % 4];
+            QCOMPARE(
+                Bytes(m_at.quiet + 1 + quint32(offset), count, width), whole.mid(offset, count));
         }
-    });
-    const auto asker = std::async(std::launch::async, [&] {
-        while (!stop)
-            (void)RANVOARM_IsConnected();
-    });
-    QByteArray error;
-    for (int cycle = 0; cycle < 25 && error.isEmpty(); ++cycle) {
-        if (cycle % 2 == 0)
-            RANVOARM_Close();
-        error = OpenError();
-        const int before = good;
-        if (!QTest::qWaitFor([&] { return good >= before + 3; }, kLimitMs))
-            error = "no read succeeds any more";
+        QCOMPARE(Bytes(m_at.big, 65536).size(), 65536);
+        QCOMPARE(Bytes(m_at.quiet, 4, 3), "result -1"); // no such width
+        QCOMPARE(Bytes(m_at.quiet, 0), "");
     }
-    stop = true;
-    reader.wait();
-    asker.wait();
-    QCOMPARE(error, "");
-    QCOMPARE(wrong, 0);
-}
 
-void ProbeSuite::aLostTargetFailsAtOnceAndCanBeReopened()
-{
-    m_target->Kill();
-    QTRY_COMPARE_WITH_TIMEOUT(Bytes(m_at.quiet, 640), "result -1", kLimitMs);
-    QTRY_COMPARE_WITH_TIMEOUT(RANVOARM_IsConnected(), 0, kLimitMs);
-    for (int i = 0; i < 1161; ++i) // what the window makes of one failing page
-        QCOMPARE(Bytes(m_at.quiet, 4, 4), "result -1");
-    QCOMPARE(WriteBytes(m_at.quiet, "ZZZZ"), -1);
-    QVERIFY(m_target->Start());
-    QCOMPARE(OpenError(), ""); // without a Close: nobody calls one after a loss
-    QCOMPARE(Bytes(m_at.quiet, 640).size(), 640);
-}
+    void holesGiveAPrefixOrAFailure()
+    {
+        const QByteArray edge = Bytes(m_at.holeBehind, 64);
+        QCOMPARE(edge.size(), 64);
+        QByteArray data(128, '\0');
+        for (const int start : {0, 1, 3, 63}) {
+            const quint32 address = m_at.holeBehind + quint32(start);
+            QCOMPARE(RANVOARM_ReadMemEx(address, 128, data.data(), 0), 64 - start);
+            QCOMPARE(data.left(64 - start), edge.mid(start));
+        }
+        QCOMPARE(Bytes(m_at.holeInFront, 128), "result -1");
+        QCOMPARE(Bytes(m_at.holeInFront + 63, 2), "result -1");
+        QCOMPARE(Bytes(m_at.holeInFront, 64), "result 0");
+        QCOMPARE(Bytes(m_at.holeInFront + 64, 64).size(), 64);
+        for (const quint32 width : kWidths)
+            QCOMPARE(Bytes(m_at.unmapped + 1, 640, width), "result 0");
+        QCOMPARE(RANVOARM_IsConnected(), 1); // a hole is no reason to give the target up
+    }
 
-void ProbeSuite::aFrozenTargetIsGivenUp()
-{
-    if (m_target->Answerer() == nullptr)
-        QSKIP("there is nothing to freeze");
-    BePatient(false);
-    QTRY_COMPARE_WITH_TIMEOUT(OpenError(), "", kLimitMs);
-    m_target->Answerer()->Signal(SIGSTOP);
-    const QByteArray result = Bytes(m_at.quiet, 640); // would wait for ever
-    const int connected = RANVOARM_IsConnected();
-    for (int i = 0; i < 1161; ++i)
-        QCOMPARE(Bytes(m_at.quiet, 4, 4), "result -1");
-    const QByteArray error = OpenError();
-    BePatient(true);
-    m_target->Answerer()->Signal(SIGCONT);
-    QCOMPARE(result, "result -1");
-    QCOMPARE(connected, 0);
-    QVERIFY(!error.isEmpty());
-    QTRY_COMPARE_WITH_TIMEOUT(OpenError(), "", kLimitMs);
-    QCOMPARE(Bytes(m_at.quiet, 640).size(), 640);
-}
+    void writesArriveWholeOrFail()
+    {
+        for (const quint32 width : kWidths) {
+            for (const int offset : {0, 1, 2, 3}) {
+                QCOMPARE(WriteBytes(m_at.quiet, QByteArray(16, '.')), 16);
+                QCOMPARE(WriteBytes(m_at.quiet + quint32(offset), "abcdefghi", width), 9);
+                QCOMPARE(Bytes(m_at.quiet, 16),
+                    (QByteArray(offset, '.') + "abcdefghi").leftJustified(16, '.'));
+            }
+        }
+        QCOMPARE(WriteBytes(m_at.unmapped, "ZZZZ"), -1);
+        QCOMPARE(WriteBytes(0xFFFFFFFE, "ZZZZ"), -1);
+        const QByteArray edge = Bytes(m_at.holeBehind, 64);
+        QCOMPARE(WriteBytes(m_at.holeBehind + 62, "ZZZZ"), -1);
+        QCOMPARE(RANVOARM_IsConnected(), 1);
+        QCOMPARE(Bytes(m_at.holeBehind, 62), edge.left(62));
+    }
 
-void ProbeSuite::closeEndsAnOpen()
-{
-    RANVOARM_Close();
-    if (m_target->Answerer() == nullptr)
-        QSKIP("there is nothing to freeze");
-    m_target->Answerer()->Signal(SIGSTOP);
-    QByteArray error = "still open";
-    for (int attempt = 0; attempt < 50 && error != "Operation canceled"; ++attempt) {
-        std::atomic<bool> entered = false;
-        auto opening = std::async(std::launch::async, [&] {
-            entered = true;
-            return OpenError();
+    void theTargetTellsItsCoreAndRunsOn()
+    {
+        QByteArray record(RANVO_ID_DATA_SIZE, '\0');
+        RANVOARM_GetIdData(record.data());
+        const char *const coreId = record.constData() + RANVO_ID_DATA_CORE_ID_OFFSET;
+        QCOMPARE(qFromLittleEndian<quint32>(coreId), m_target->coreId);
+        for (int round = 0; round < 2; ++round) {
+            const QByteArray first = Bytes(m_at.counter, 4, 4);
+            QTRY_VERIFY_WITH_TIMEOUT(Bytes(m_at.counter, 4, 4) != first, kLimitMs);
+            for (int i = 0; i < 20; ++i)
+                QCOMPARE(Bytes(m_at.big, 640).size(), 640);
+            RANVOARM_Close();
+            QTRY_VERIFY_WITH_TIMEOUT(m_target->Runs(), kLimitMs);
+            QCOMPARE(OpenError(), "");
+        }
+    }
+
+    void aSelectionIsUsedUpByOneOpen()
+    {
+        RANVOARM_Close();
+        RANVOARM_SelectIP("no selector!", 0);
+        QCOMPARE(RANVOARM_Open(),
+            "\"no selector!\" is not a selector: use HOST[:PORT], gdb:, tcl:, pid:, sim.");
+        QVERIFY(RANVOARM_Open() == nullptr); // the default target
+        RANVOARM_Connect();
+        QCOMPARE(Bytes(0, 16), "SIMULATED TARGET");
+        QVERIFY(RANVOARM_EMU_SelectByUSBSN(28100002) < 0);
+        QVERIFY(RANVOARM_EMU_SelectByUSBSN(28100001) >= 0);
+    }
+
+    void readsSurviveReopeningByAnotherThread()
+    {
+        const QByteArray expected = Bytes(m_at.quiet, 640);
+        std::atomic<bool> stop = false;
+        std::atomic<int> good = 0;
+        std::atomic<int> wrong = 0;
+        const auto reader = std::async(std::launch::async, [&] {
+            while (!stop) {
+                const QByteArray data = Bytes(m_at.quiet, 640);
+                good += data == expected ? 1 : 0;
+                wrong += data.size() == 640 && data != expected ? 1 : 0;
+            }
         });
-        while (!entered)
-            std::this_thread::yield();
-        RANVOARM_Close(); // may come too early; then it cancels nothing and the next round tries
-        while (opening.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready)
-            RANVOARM_Close();
-        error = opening.get();
+        const auto asker = std::async(std::launch::async, [&] {
+            while (!stop)
+                (void)RANVOARM_IsConnected();
+        });
+        QByteArray error;
+        for (int cycle = 0; cycle < 25 && error.isEmpty(); ++cycle) {
+            if (cycle % 2 == 0)
+                RANVOARM_Close();
+            error = OpenError();
+            const int before = good;
+            if (!QTest::qWaitFor([&] { return good >= before + 3; }, kLimitMs))
+                error = "no read succeeds any more";
+        }
+        stop = true;
+        reader.wait();
+        asker.wait();
+        QCOMPARE(error, "");
+        QCOMPARE(wrong, 0);
     }
-    m_target->Answerer()->Signal(SIGCONT);
-    QCOMPARE(error, "Operation canceled");
-    if (m_target->StopsWhenAbandoned())
+
+    void aLostTargetFailsAtOnceAndCanBeReopened()
+    {
+        m_target->Kill();
+        QTRY_COMPARE_WITH_TIMEOUT(Bytes(m_at.quiet, 640), "result -1", kLimitMs);
+        QTRY_COMPARE_WITH_TIMEOUT(RANVOARM_IsConnected(), 0, kLimitMs);
+        for (int i = 0; i < 1161; ++i) // what the window makes of one failing page
+            QCOMPARE(Bytes(m_at.quiet, 4, 4), "result -1");
+        QCOMPARE(WriteBytes(m_at.quiet, "ZZZZ"), -1);
+        QVERIFY(m_target->Start());
+        QCOMPARE(OpenError(), ""); // without a Close: nobody calls one after a loss
+        QCOMPARE(Bytes(m_at.quiet, 640).size(), 640);
+    }
+
+    void aFrozenTargetIsGivenUp()
+    {
+        if (m_target->answerer == nullptr)
+            QSKIP("there is nothing to freeze");
+        BePatient(false);
         QTRY_COMPARE_WITH_TIMEOUT(OpenError(), "", kLimitMs);
-}
-
-// Descriptors and threads, which a leak shows in, and for the eye the resident pages.
-static QList<qsizetype> Holdings()
-{
-    const auto entries = [](const char *folder) {
-        return QDir(folder, {}, {}, QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).count();
-    };
-    QFile pages("/proc/self/statm");
-    (void)pages.open(QIODevice::ReadOnly);
-    return {qsizetype(entries("/proc/self/fd")), qsizetype(entries("/proc/self/task")),
-        pages.readAll().split(' ').value(1).toLongLong()};
-}
-
-// PROBESUITE_CYCLES in the environment asks for more cycles than the 300 of every day.
-void ProbeSuite::cyclesLeaveNothingBehind()
-{
-    RANVOARM_Close();
-    const int wanted = qEnvironmentVariableIntValue("PROBESUITE_CYCLES");
-    const QList<qsizetype> before = Holdings();
-    qInfo() << "before:" << before;
-    for (int cycle = 1; cycle <= std::max(wanted, 300); ++cycle) {
-        QCOMPARE(OpenError(), "");
-        QCOMPARE(Bytes(m_at.quiet, 64).size(), 64);
-        if (cycle % 3 != 0)
-            RANVOARM_Close();
-        if (cycle == 100 || cycle == wanted)
-            qInfo() << "after" << cycle << "cycles:" << Holdings();
+        m_target->answerer->Signal(SIGSTOP);
+        const QByteArray result = Bytes(m_at.quiet, 640); // would wait for ever
+        const int connected = RANVOARM_IsConnected();
+        for (int i = 0; i < 1161; ++i)
+            QCOMPARE(Bytes(m_at.quiet, 4, 4), "result -1");
+        const QByteArray error = OpenError();
+        BePatient(true);
+        m_target->answerer->Signal(SIGCONT);
+        QCOMPARE(result, "result -1");
+        QCOMPARE(connected, 0);
+        QVERIFY(!error.isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(OpenError(), "", kLimitMs);
+        QCOMPARE(Bytes(m_at.quiet, 640).size(), 640);
     }
-    RANVOARM_Close();
-    QCOMPARE(Holdings().first(2), before.first(2));
-}
+
+    void closeEndsAnOpen()
+    {
+        RANVOARM_Close();
+        if (m_target->answerer == nullptr)
+            QSKIP("there is nothing to freeze");
+        m_target->answerer->Signal(SIGSTOP);
+        QByteArray error = "still open";
+        for (int attempt = 0; attempt < 50 && error != "Operation canceled"; ++attempt) {
+            std::atomic<bool> entered = false;
+            auto opening = std::async(std::launch::async, [&] {
+                entered = true;
+                return OpenError();
+            });
+            while (!entered)
+                std::this_thread::yield();
+            RANVOARM_Close(); // may come too early; then it cancels nothing and the next round
+                              // tries
+            while (opening.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready)
+                RANVOARM_Close();
+            error = opening.get();
+        }
+        m_target->answerer->Signal(SIGCONT);
+        QCOMPARE(error, "Operation canceled");
+        if (m_target->stopsWhenAbandoned)
+            QTRY_COMPARE_WITH_TIMEOUT(OpenError(), "", kLimitMs);
+    }
+
+    void cyclesLeaveNothingBehind()
+    {
+        const auto holdings = [] { // descriptors and threads
+            const QDir::Filters all = QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot;
+            return QPair(QDir("/proc/self/fd").entryList(all).size(),
+                QDir("/proc/self/task").entryList(all).size());
+        };
+        RANVOARM_Close();
+        const auto before = holdings();
+        for (int cycle = 1; cycle <= 300; ++cycle) {
+            QCOMPARE(OpenError(), "");
+            QCOMPARE(Bytes(m_at.quiet, 64).size(), 64);
+            if (cycle % 3 != 0)
+                RANVOARM_Close();
+        }
+        RANVOARM_Close();
+        QCOMPARE(holdings(), before);
+    }
+
+private:
+    // Opens and connects as the program does. Empty on success.
+    QByteArray OpenError()
+    {
+        RANVOARM_SelectIP(m_target->selector, 0);
+        const char *error = RANVOARM_Open();
+        if (error != nullptr)
+            return error;
+        char reply[256];
+        RANVOARM_ExecCommand("Device = SIM-M4", reply, sizeof reply);
+        RANVOARM_SetEndian(0);
+        RANVOARM_TIF_Select(1);
+        RANVOARM_SetMaxSpeed();
+        RANVOARM_Connect();
+        return RANVOARM_IsConnected() != 0 ? QByteArray() : "not connected";
+    }
+
+    std::unique_ptr<ProbeTarget> m_target = MakeTarget();
+    const TargetPlaces m_at = m_target->places;
+};
 
 QTEST_GUILESS_MAIN(ProbeSuite)
 #include "tst_probesuite.moc"

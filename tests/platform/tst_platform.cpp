@@ -1,54 +1,254 @@
+#include "sysguard.h"
+#include "sysheap.h"
+#include "syslineedit.h"
 #include "syspaths.h"
+#include "syssleep.h"
 #include "systempdir.h"
+#include "systhreadtools.h"
+#include "systime.h"
 #include "utilvalues.h"
 
-#include <QDir>
-#include <QFileInfo>
-#include <QTemporaryDir>
-#include <QTest>
+#include "testsemaphore.h"
 
-#include <array>
+#include <QtTest>
+
+#include <chrono>
+#include <cstring>
+#include <ctime>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+using namespace std::chrono;
+
+namespace {
+
+/// What standard output receives while `action` runs.
+template <typename Action> QByteArray Printed(Action action)
+{
+    std::fflush(stdout);
+    const int saved = dup(STDOUT_FILENO);
+    QTemporaryFile file;
+    if (!file.open() || dup2(file.handle(), STDOUT_FILENO) < 0)
+        qFatal("standard output cannot be caught");
+    action();
+    std::fflush(stdout);
+    dup2(saved, STDOUT_FILENO);
+    close(saved);
+    file.seek(0);
+    return file.readAll();
+}
+
+QByteArray Framed(const QByteArray &title, const QByteArray &text)
+{
+    return "\n\n*** " + title + " ***\n" + text + "\n*** " + title + " ***\n\n";
+}
+
+} // namespace
 
 class PlatformTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void valuesReadAsUsersExpect()
+    void clocksCountInTheirUnits()
     {
-        std::array<char, 64> text{};
-        const auto size = static_cast<std::uint32_t>(text.size());
-        UTIL_FormatTime(text.data(), size, 0);
-        QCOMPARE(text.data(), "0.000 000");
-        UTIL_FormatTime(text.data(), size, 59'999'999);
-        QCOMPARE(text.data(), "59.999 999");
-        UTIL_FormatTime(text.data(), size, 60'000'000 + 5'007'009);
-        QCOMPARE(text.data(), "1:05.007 009");
-        UTIL_FormatTime(text.data(), size, 26 * 3'600'000'000ULL + 3 * 60'000'000ULL + 4'000'001);
-        QCOMPARE(text.data(), "26:03:04.000 001");
-        UTIL_FormatIPv4(text.data(), size, 0xFE01A8C0);
-        QCOMPARE(text.data(), "192.168.1.254");
-        UTIL_FormatMAC(text.data(), size, {0x00, 0x1B, 0xFF, 0x0A, 0x80, 0x05}, '-');
-        QCOMPARE(text.data(), "00-1B-FF-0A-80-05");
+        const auto start = steady_clock::now();
+        QCOMPARE(SYS_ElapsedMs(), 0U); // the first of all calls
+        QCOMPARE(SYS_ElapsedUs(), 0U);
+        const std::uint64_t firstUs = SYS_ElapsedUs();
+        SYS_Sleep(3);
+        const std::uint64_t us = SYS_ElapsedUs();
+        const std::uint32_t ms = SYS_ElapsedMs();
+        const std::uint64_t sinceUs = SYS_ElapsedUsSince(firstUs);
+        const std::uint32_t tickMs = SYS_TickMs();
+        const auto end = steady_clock::now();
+        const auto mostUs = static_cast<std::uint64_t>(ceil<microseconds>(end - start).count());
+        QVERIFY(us >= firstUs + 3000 && us <= mostUs);
+        QVERIFY(ms >= 3 && ms <= mostUs / 1000 + 1);
+        QVERIFY(sinceUs >= us - firstUs && sinceUs <= mostUs);
+        const auto behindMs = floor<milliseconds>(end.time_since_epoch()).count() - tickMs;
+        QVERIFY(static_cast<std::uint32_t>(behindMs) <= mostUs / 1000);
     }
 
-    void theTemporaryDirectoryFallsBackToTheUsersOwn()
+    void theCalendarTellsThePresent()
+    {
+        const auto told = [](void (*fill)(SysCalendarTime *)) {
+            SysCalendarTime time{1, 1, 1, 1, 1, 1, 0xEEEE};
+            fill(nullptr);
+            fill(&time);
+            std::tm parts{time.second, time.minute, time.hour, time.day, time.month - 1,
+                time.year - 1900, 0, 0, time.reserved, 0, nullptr};
+            return time.reserved == 0 ? timegm(&parts) : 0;
+        };
+        qputenv("TZ", "TEST-5:30"); // east of Greenwich
+        const std::time_t before = std::time(nullptr);
+        const std::time_t utc = told(&SYS_UtcTime);
+        const std::time_t local = told(&SYS_LocalTime) - (5 * 3600 + 1800);
+        const std::time_t after = std::time(nullptr);
+        QVERIFY(before <= utc && utc <= local && local <= after);
+    }
+
+    void threadsRunTheirTaskUntilTheyAreCancelled()
+    {
+        struct Seen {
+            TestSemaphore started;
+            TestSemaphore ended;
+            SYS_THREAD_ID id = 0;
+            int process = 0;
+        } seen;
+        SysThreadTask task{[](void *context) {
+                               auto *const where = static_cast<Seen *>(context);
+                               const auto end = qScopeGuard([where] { where->ended.Release(); });
+                               where->id = SYS_CurrentThreadId();
+                               where->process = SYS_CurrentProcessId();
+                               where->started.Release();
+                               for (;;)
+                                   pause();
+                           },
+            &seen};
+        std::uint64_t id = 0;
+        const SYS_THREAD_ID thread = SYS_CreateFixedThread(&task, &id);
+        QVERIFY(seen.started.Acquire(1, 60s));
+        QCOMPARE(seen.id, thread);
+        QCOMPARE(id, thread);
+        QVERIFY(thread != SYS_CurrentThreadId());
+        QCOMPARE(seen.process, QCoreApplication::applicationPid());
+        QCOMPARE(SYS_CancelThread(thread), 0);
+        QVERIFY(seen.ended.Acquire(1, 60s));
+    }
+
+    void randomBytesAreNoOthers()
+    {
+        QByteArray one(20, '#');
+        QByteArray other = one;
+        QCOMPARE(SYS_RandomBytes(one.data(), 16), 16);
+        QCOMPARE(SYS_RandomBytes(other.data(), 16), 16);
+        QVERIFY(one.first(16) != other.first(16));
+        QCOMPARE(one.last(4), "####");
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        const rlimit none{0, limit.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+        const int withoutSource = SYS_RandomBytes(one.data(), 16);
+        setrlimit(RLIMIT_NOFILE, &limit);
+        QCOMPARE(withoutSource, -1);
+    }
+
+    void lineEditingIsOfferedWhereItsLibraryIs()
+    {
+        const auto offered = [](const QString &place, const char *library,
+                                 const QString &inside = "%1") {
+            const QTemporaryDir folder;
+            const QString program = folder.filePath("app/program");
+            QDir(folder.path()).mkdir("app");
+            QFile::copy(QCoreApplication::applicationFilePath(), program);
+            const QString command = QString("cd %1; mkdir -p %2; cp %3 %2/libedit.so.0; export "
+                                            "LD_LIBRARY_PATH=%1/system; exec %4 line-editing")
+                                        .arg(folder.path(), place, library, program);
+            QProcess process;
+            process.start("sh", {"-c", inside.arg(command)});
+            process.waitForFinished();
+            return process.readAllStandardOutput();
+        };
+        QCOMPARE(offered("app/ThirdParty", FAKE_LIBEDIT_2), "> 104");
+        QCOMPARE(offered("app/ThirdParty", FAKE_LIBEDIT_1), "none"); // one function is missing
+        QCOMPARE(offered("system", FAKE_LIBEDIT_2), "> 104");
+        const char *const ownOpt = "unshare -rm sh -c 'mount -t tmpfs none /opt || exit 1; %1'";
+        if (std::system(QString(ownOpt).arg("exit 0").toLatin1() + " 2>/dev/null") != 0)
+            QSKIP("this system permits no mounts in a namespace");
+        QCOMPARE(
+            offered("/opt/TOLVEN/Ranvo/ThirdParty/ThirdParty", FAKE_LIBEDIT_2, ownOpt), "> 104");
+    }
+
+    void theTemporaryDirectoryIsProvedWritable()
     {
         const QTemporaryDir home;
         qputenv("HOME", home.path().toUtf8());
         std::array<char, SYS_MAX_PATH> path;
-        const QByteArray usable = home.path().toUtf8();
-        SYS_TempDirBelow(usable.constData(), path.data(), SYS_MAX_PATH);
-        QCOMPARE(path.data(), usable.constData());
-        QVERIFY(QDir(home.path()).isEmpty()); // the probe file is gone
-
+        SYS_TempDir(path.data(), SYS_MAX_PATH);
+        QCOMPARE(path.data(), P_tmpdir);
+        SYS_TempDirBelow(qPrintable(home.path()), path.data(), SYS_MAX_PATH);
+        QCOMPARE(path.data(), home.path());
+        QVERIFY(QDir(home.path()).isEmpty()); // the file that proved it is gone
         SYS_TempDirBelow("/no/such/directory", path.data(), SYS_MAX_PATH);
-        QCOMPARE(QString::fromUtf8(path.data()), home.filePath(".TOLVEN"));
-        QVERIFY(QFileInfo(path.data()).isDir());
+        QCOMPARE(path.data(), home.filePath(".TOLVEN"));
+        QVERIFY(QDir(path.data()).exists());
         qunsetenv("HOME");
         SYS_TempDirBelow("/no/such/directory", path.data(), SYS_MAX_PATH);
         QCOMPARE(path.data(), "");
     }
+
+    void blocksAreGivenOnceAndAFailureIsTold()
+    {
+        void *block = SYS_Alloc(100);
+        std::memset(block, 1, 100);
+        SYS_FreeAndClear(&block);
+        QCOMPARE(block, nullptr);
+        SYS_FreeAndClear(&block);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they need address space
+        rlimit limit{};
+        getrlimit(RLIMIT_AS, &limit);
+        const rlimit tight{rlim_t{200} << 20, limit.rlim_max};
+        const QByteArray text = Printed([&] {
+            setrlimit(RLIMIT_AS, &tight);
+            block = SYS_AllocBlock(0x0FFFFFF0);
+            setrlimit(RLIMIT_AS, &limit);
+        });
+        QCOMPARE(block, nullptr);
+        QCOMPARE(text, Framed("Error", "Failed to allocate 0x0FFFFFF0 bytes of memory!"));
+#endif
+    }
+
+    void damagedBlocksAreReported()
+    {
+        const SysGuardHeader header{33, kSysGuardSignature, {}};
+        std::array<std::uint8_t, sizeof header + 33 + 1> block{};
+        std::memcpy(block.data(), &header, sizeof header);
+        block.back() = kSysGuardByte;
+        int result = -2;
+        const auto verify = [&] { result = SYS_VerifyBlock(block.data()); };
+        QCOMPARE(Printed(verify), "");
+        QCOMPARE(result, SYS_VERIFY_OK);
+        QCOMPARE(SYS_VerifyBlock(nullptr), SYS_VERIFY_OK);
+        const QByteArray title = " Debug Error"; // the blank belongs to it
+        block.back() = 0;
+        const QByteArray overflow = "Buffer overflow in memory block. 1 bytes overflowed.";
+        QCOMPARE(Printed(verify), Framed(title, overflow));
+        QCOMPARE(result, SYS_VERIFY_ERROR);
+        block[4] ^= 1; // a wrong signature is told first: the size may be wrong too
+        block[3] = 0xFF;
+        QCOMPARE(Printed(verify), Framed(title, "Wrong alloc signature in memory block !"));
+    }
+
+    void valuesReadAsUsersExpect()
+    {
+        std::array<char, 64> text{};
+        const auto timeOf = [&text](std::uint64_t us) {
+            UTIL_FormatTime(text.data(), 64, us);
+            return QByteArray(text.data());
+        };
+        QCOMPARE(timeOf(0), "0.000 000");
+        QCOMPARE(timeOf(59'999'999), "59.999 999");
+        QCOMPARE(timeOf(65'007'009), "1:05.007 009");
+        QCOMPARE(timeOf(26 * 3'600'000'000ULL + 184'000'001), "26:03:04.000 001");
+        UTIL_FormatIPv4(text.data(), 64, 0xFE01A8C0);
+        QCOMPARE(text.data(), "192.168.1.254");
+        UTIL_FormatMAC(text.data(), 64, {0x00, 0x1B, 0xFF, 0x0A, 0x80, 0x05}, '-');
+        QCOMPARE(text.data(), "00-1B-FF-0A-80-05");
+    }
 };
 
-QTEST_GUILESS_MAIN(PlatformTest)
+int main(int argc, char **argv)
+{
+    if (argc == 2 && qstrcmp(argv[1], "line-editing") == 0) {
+        const SysLineEdit *const edit = SYS_LineEdit();
+        edit ? std::printf("%s%d", edit->ReadLine("> "), edit->AddHistory("h"))
+             : std::printf("none");
+        return 0;
+    }
+    const QCoreApplication application(argc, argv);
+    PlatformTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_platform.moc"

@@ -1,185 +1,112 @@
 #include "probesearch.h"
 
-#include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <QTemporaryDir>
-#include <QTest>
+#include "testfile.h"
 
-namespace {
+#include <QtTest>
 
-/// A folder with the driver program and some libraries.
-class Installation {
-public:
-    void Add(const char *library, const QString &name)
-    {
-        QVERIFY(QFile::copy(library, m_folder.filePath(name)));
-    }
-
-    void Write(const QString &name, const QByteArray &bytes)
-    {
-        QFile file(m_folder.filePath(name));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-    }
-
-    /// Runs the driver there; stores its exit status.
-    QStringList Run(const QStringList &arguments)
-    {
-        QProcess process;
-        process.setProgram(Driver());
-        process.setArguments(arguments);
-        return Finish(process);
-    }
-
-    /// Runs the driver under another name of its own telling, in a folder that the system searches
-    /// for libraries.
-    QStringList RunAs(const QString &name, const QString &folder, const QStringList &arguments)
-    {
-        QProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("LD_LIBRARY_PATH", folder);
-        process.setProcessEnvironment(environment);
-        process.setWorkingDirectory(folder);
-        process.setProgram("bash");
-        process.setArguments(
-            QStringList{"-c", "exec -a \"$0\" \"$@\"", name, Driver()} + arguments);
-        return Finish(process);
-    }
-
-    int exitCode = -1;
-
-private:
-    [[nodiscard]] QString Driver() const
-    {
-        QString program = m_folder.filePath("driver");
-        if (!QFile::exists(program))
-            QFile::copy(PROBE_DRIVER, program);
-        return program;
-    }
-
-    QStringList Finish(QProcess &process)
-    {
-        process.start();
-        process.waitForFinished();
-        exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-        return QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
-    }
-
-    QTemporaryDir m_folder;
-};
-
-constexpr char kExitLine[] = "Could not open Ranvo shared library. Exiting now.";
-
-} // namespace
-
+/// Each test has a folder for the driver program and the libraries that it shall find.
 class ProbeLoaderTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void placesAreTriedInTheirOrder();
-    void everyFunctionIsCalledOrReported();
-    void theX86NameIsPreferred();
-    void theNameItIsStartedByChoosesNoOtherFolder_data();
-    void theNameItIsStartedByChoosesNoOtherFolder();
-    void withoutALibraryTheProcessEnds();
-    void manyThreadsMayMakeTheFirstCall();
+    void init()
+    {
+        m_folder.emplace();
+        m_driver = m_folder->filePath("driver");
+        QVERIFY(QFile::copy(PROBE_DRIVER, m_driver));
+    }
+    void placesAreTriedInTheirOrder()
+    {
+        const auto files = [](const std::vector<std::string> &paths) {
+            QStringList list;
+            for (const std::string &path : paths)
+                list << QString::fromStdString(path);
+            return list.join(' ');
+        };
+        QCOMPARE(files(PROBE_FilesBesideModule("/a/")), "/a/libranvoarm_x86.so /a/libranvoarm.so");
+        QCOMPARE(files(PROBE_FilesBesideModule("")), "");
+        const QString installed
+            = "/i/libranvoarm_x86.so /i/libranvoarm.so /i/libranvoarm_x86.so.5 /i/libranvoarm.so.5";
+        QCOMPARE(files(PROBE_InstalledFiles("/b\\x/prog", "/i/")),
+            "/b\\x/libranvoarm_x86.so /b\\x/libranvoarm.so " + installed);
+        QCOMPARE(files(PROBE_InstalledFiles("", "/i/")), installed);
+        QVERIFY(
+            files(PROBE_InstalledFiles("back\\p", "/i/")).startsWith("back\\libranvoarm_x86.so "));
+        const std::string tooLong(495, 'd');
+        QCOMPARE(
+            PROBE_InstalledFiles((tooLong + "/p").c_str(), "/i/")[0], tooLong + "/libranvoarm.so");
+    }
+
+    // What the library lacks gives zero and is reported each time.
+    void functionsAreCalledOrReported()
+    {
+        QVERIFY(QFile::copy(FAKE_PLAIN, m_folder->filePath("libranvoarm.so")));
+        QStringList lines = Run("open write close open write call");
+        QCOMPARE(lines
+                     .replaceInStrings(
+                         QRegularExpression("Function not found: (\\w+) \\(.+\\)\\."), "no \\1")
+                     .join(' '),
+            "no RANVOARM_Open = 0 WriteMemEx(FFFFFFFC, 2, ab, 1) = 2 no RANVOARM_Close "
+            "no RANVOARM_Open = 0 WriteMemEx(FFFFFFFC, 2, ab, 1) = 2 IsConnected() of plain = -3");
+        QCOMPARE(m_status, 0);
+    }
+
+    void onlyTheLibraryBesideTheProgramIsLoaded()
+    {
+        QVERIFY(QFile::copy(FAKE_PLAIN, m_folder->filePath("libranvoarm.so")));
+        const QTemporaryDir trap;
+        QVERIFY(QFile::link("deeper/driver", trap.filePath("driver")));
+        QVERIFY(QDir(trap.path()).mkdir("deeper"));
+        QVERIFY(QFile::copy("/bin/sh", trap.filePath("deeper/driver")));
+        for (const char *const file :
+            {"libranvoarm.so", "deeper/libranvoarm.so", "x\\libranvoarm.so"})
+            QVERIFY(QFile::copy(FAKE_X86, trap.filePath(file)));
+        for (const char *const name : {"driver", "x\\driver", "deeper/driver", "/bin/sh"})
+            QVERIFY2(Run("call", name, trap.path()).value(0) == "IsConnected() of plain", name);
+        QVERIFY(QFile::copy(FAKE_X86, m_folder->filePath("libranvoarm_x86.so"))); // is preferred
+        QCOMPARE(Run("call"), QStringList({"IsConnected() of x86", "= -3"}));
+    }
+
+    void withoutALibraryTheProcessEnds()
+    {
+        if (QDir("/opt/TOLVEN/Ranvo").exists())
+            QSKIP("a probe library is installed on this system");
+        for (const bool isWrong : {false, true}) { // a file that is no library is as good as none
+            if (isWrong)
+                PutFile(m_folder->filePath("libranvoarm.so"), "no library");
+            const QString sorry = "Could not open Ranvo shared library.";
+            QCOMPARE(Run("try call never-reached"),
+                QStringList({sorry, "= -1", sorry + " Exiting now."}));
+            QCOMPARE(m_status, 1);
+        }
+    }
+
+    void manyThreadsMayMakeTheFirstCall()
+    {
+        QVERIFY(QFile::copy(FAKE_PLAIN, m_folder->filePath("libranvoarm.so")));
+        QCOMPARE(Run("threads").filter("= ").join(' '), "= 107 = 107 = 107 = 107");
+        QCOMPARE(m_status, 0);
+    }
+
+private:
+    /// What the driver prints under any name, started in a folder where the system looks for
+    /// libraries.
+    QStringList Run(const QString &arguments, const QString &name = "driver",
+        const QString &folder = QDir::tempPath())
+    {
+        QProcess process;
+        process.setWorkingDirectory(folder);
+        process.start("bash",
+            {"-c", "LD_LIBRARY_PATH=. exec -a '" + name + "' '" + m_driver + "' " + arguments});
+        process.waitForFinished();
+        m_status = process.exitCode();
+        return QString(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+    }
+
+    std::optional<QTemporaryDir> m_folder;
+    QString m_driver;
+    int m_status = -1;
 };
-
-void ProbeLoaderTest::placesAreTriedInTheirOrder()
-{
-    using Files = std::vector<std::string>;
-    QCOMPARE(PROBE_FilesBesideModule("/app/"),
-        Files({"/app/libranvoarm_x86.so", "/app/libranvoarm.so"}));
-    QCOMPARE(PROBE_FilesBesideModule(""), Files());
-    const Files installed = {"/opt/inst/libranvoarm_x86.so", "/opt/inst/libranvoarm.so",
-        "/opt/inst/libranvoarm_x86.so.5", "/opt/inst/libranvoarm.so.5"};
-    const auto beside = [&installed](const char *program) { // the files before the installed ones
-        Files files = PROBE_InstalledFiles(program, "/opt/inst/");
-        const auto first = files.end() - static_cast<std::ptrdiff_t>(installed.size());
-        return Files(first, files.end()) == installed ? Files(files.begin(), first) : Files{"?"};
-    };
-    QCOMPARE(beside("/run/bin\\x/prog"),
-        Files({"/run/bin\\x/libranvoarm_x86.so", "/run/bin\\x/libranvoarm.so"}));
-    QCOMPARE(beside(""), Files());
-    QCOMPARE(beside("back\\prog").front(), "back\\libranvoarm_x86.so");
-    QCOMPARE(beside("bare-").front(), "bare-libranvoarm_x86.so");
-    const std::string tooLong(495, 'd');
-    QCOMPARE(beside((tooLong + "/prog").c_str()), Files{tooLong + "/libranvoarm.so"});
-}
-
-// What the library has is called with the arguments in their order; what it lacks gives zero and is
-// reported each time.
-void ProbeLoaderTest::everyFunctionIsCalledOrReported()
-{
-    Installation installation;
-    installation.Add(FAKE_PLAIN, "libranvoarm.so");
-    const auto lacks = [](const QString &name) { return "Function not found: RANVOARM_" + name; };
-    const QStringList expected = {lacks("Open"), "= 0", lacks("Close"), "SelectIP(host, 19020)",
-        "= -104", lacks("SelectUSB"), "= 0", lacks("EMU_SelectByUSBSN"), "= 0",
-        lacks("ExecCommand"), "= 0", lacks("SetEndian"), "= 0", lacks("TIF_Select"), "= 0",
-        "ConfigJTAG(4, 5)", "= 110", lacks("SetSpeed"), "= 0", lacks("SetMaxSpeed"), "= 0",
-        lacks("Connect"), "= 0", lacks("GetIdData"), lacks("GetSpeed"), "= 0",
-        "GetHardwareVersion()", "= 4294967280", "ReadMemEx(FFFFFFFC, 4, 2)", "= -910",
-        "WriteMemEx(20000000, 2, ab, 1)", "= 2", lacks("DEVICE_GetInfo"), "= 0"};
-    QStringList lines = installation.Run({"all", "all"});
-    lines.replaceInStrings(QRegularExpression("^(Function.*) \\(.+\\)\\.$"), "\\1");
-    QCOMPARE(lines, expected + expected);
-    QCOMPARE(installation.exitCode, 0);
-}
-
-void ProbeLoaderTest::theX86NameIsPreferred()
-{
-    Installation installation;
-    installation.Add(FAKE_PLAIN, "libranvoarm.so");
-    installation.Add(FAKE_X86, "libranvoarm_x86.so");
-    QCOMPARE(installation.Run({"call"}), QStringList({"IsConnected() of x86", "= -3"}));
-}
-
-void ProbeLoaderTest::theNameItIsStartedByChoosesNoOtherFolder_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::newRow("a link in the current folder") << "driver";
-    QTest::newRow("a library that the system would search") << "x\\driver";
-    QTest::newRow("a made-up path") << "deeper/driver";
-    QTest::newRow("another program's path") << "/bin/sh";
-}
-
-void ProbeLoaderTest::theNameItIsStartedByChoosesNoOtherFolder()
-{
-    QFETCH(QString, name);
-    Installation installation;
-    installation.Add(FAKE_PLAIN, "libranvoarm.so");
-    const QTemporaryDir trap;
-    QVERIFY(QFile::link("deeper/driver", trap.filePath("driver")));
-    QVERIFY(QDir(trap.path()).mkdir("deeper"));
-    QVERIFY(QFile::copy("/bin/sh", trap.filePath("deeper/driver")));
-    for (const char *file : {"libranvoarm.so", "deeper/libranvoarm.so", "x\\libranvoarm.so"})
-        QVERIFY(QFile::copy(FAKE_X86, trap.filePath(file)));
-    QCOMPARE(installation.RunAs(name, trap.path(), {"call"}).value(0), "IsConnected() of plain");
-}
-
-void ProbeLoaderTest::withoutALibraryTheProcessEnds()
-{
-    if (QDir("/opt/TOLVEN/Ranvo").exists())
-        QSKIP("a probe library is installed on this system");
-    Installation installation;
-    QCOMPARE(installation.Run({"call", "never reached"}), QStringList(kExitLine));
-    QCOMPARE(installation.exitCode, 1);
-    // A file that is no library is as good as none.
-    installation.Write("libranvoarm.so", "no library");
-    QCOMPARE(installation.Run({"call", "never reached"}), QStringList(kExitLine));
-    QCOMPARE(installation.exitCode, 1);
-}
-
-void ProbeLoaderTest::manyThreadsMayMakeTheFirstCall()
-{
-    Installation installation;
-    installation.Add(FAKE_PLAIN, "libranvoarm.so");
-    const QString sum = "= " + QString::number(110 - 3);
-    QCOMPARE(installation.Run({"threads"}).filter("= "), QStringList({sum, sum, sum, sum}));
-    QCOMPARE(installation.exitCode, 0);
-}
 
 QTEST_GUILESS_MAIN(ProbeLoaderTest)
 #include "tst_probeloader.moc"

@@ -1,16 +1,13 @@
 // What is saved to a disk that is really full: a small one of our own, in a mount namespace.
 
 #include "memorydata.h"
-#include "settingshost.h"
 #include "settingsstore.h"
 #include "sysregistry.h"
-
 #include "testfile.h"
 
-#include <QTest>
+#include <QtTest>
 
 #include <cstdio>
-#include <cstdlib>
 
 #include <fcntl.h>
 #include <sys/mount.h>
@@ -20,33 +17,43 @@ namespace {
 
 constexpr char kInsideVariable[] = "FULLDISK_INSIDE";
 
-/// What there is no more of.
-enum class Shortage { Room, Files };
-
-QByteArrayList shownErrors;
-
-/// Fills the disk until an error says that it is full, and empties it again at its end.
-class Filler {
-public:
-    explicit Filler(Shortage shortage)
-    {
-        QDir().mkpath(m_folder.path());
-        bool full = false;
-        for (int i = 0; !full; ++i) {
-            errno = 0;
-            const QByteArray path = m_folder.filePath(QString::number(i)).toUtf8();
-            const int file = open(path.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-            while (shortage == Shortage::Room && write(file, path.constData(), 1) == 1) { }
-            full = errno == ENOSPC;
-            close(file);
-        }
+/// Fills the disk until an error says that it is full: with one large file, or with empty ones.
+void Fill(const QString &folder, bool takesRoom)
+{
+    bool isFull = false;
+    for (int i = 0; !isFull; ++i) {
+        const QByteArray path = (folder + '/' + QString::number(i)).toUtf8();
+        errno = 0;
+        const int file = open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+        while (takesRoom && write(file, path, 1) == 1) { }
+        isFull = errno == ENOSPC;
+        close(file);
     }
-    ~Filler() { m_folder.removeRecursively(); }
-    Q_DISABLE_COPY_MOVE(Filler)
+}
 
-private:
-    QDir m_folder{QDir::homePath() + "/filler"};
-};
+using Save = bool (*)(const QByteArray &data);
+
+QString Path(const char *name)
+{
+    return QDir::homePath() + '/' + name;
+}
+
+bool SaveMemory(const QByteArray &data)
+{
+    return WriteMemoryFile(Path("memory"), data);
+}
+
+bool SaveSettings(const QByteArray &data)
+{
+    SETTINGS_SetPath(Path("settings").toUtf8());
+    return SETTINGS_WriteText("S", data.left(1), data) == SETTINGS_OK;
+}
+
+bool SaveRegistry(const QByteArray &data)
+{
+    const auto size = static_cast<std::uint32_t>(data.size());
+    return SYS_RegSetValue(SYS_REG_CURRENT_USER, "V", SYS_REG_TYPE_SZ, data, size) == SYS_REG_OK;
+}
 
 } // namespace
 
@@ -54,89 +61,37 @@ class FullDiskTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase_data()
+    void theOldFileStays_data()
     {
-        QTest::addColumn<Shortage>("shortage");
-        QTest::newRow("no room") << Shortage::Room;
-        QTest::newRow("no further file") << Shortage::Files;
-    }
-    void settingsStay()
-    {
-        QFETCH_GLOBAL(Shortage, shortage);
-        const QString folder = QDir::homePath();
-        const QString path = folder + "/test.ini";
-        QFile::remove(path);
-        SETTINGS_SetHost({[](const char *text) { shownErrors.append(text); }, nullptr});
-        SETTINGS_SetPath(path.toUtf8().constData());
-        SETTINGS_CloseStore();
-        shownErrors.clear();
-        const QByteArray text(1000, 't');
-        QCOMPARE(SETTINGS_WriteText("S", "Text", text), SETTINGS_OK);
-        const QByteArray before = FileContent(path);
-        {
-            const Filler filler(shortage);
-            QCOMPARE(SETTINGS_WriteDecimal("S", "Number", 7), SETTINGS_ERROR);
-            QCOMPARE(SETTINGS_DeleteKey("S", "Text"), SETTINGS_ERROR); // a shorter file, too
-            QCOMPARE(shownErrors.size(), 2);
-            QCOMPARE(shownErrors[0],
-                "Could not save file [" + path.toUtf8() + "]\nFailed to write data!");
-            QCOMPARE(FileContent(path), before);
-            QCOMPARE(FileNames(folder), QStringList("test.ini"));
+        QTest::addColumn<Save>("save");
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<bool>("takesRoom");
+        const QString registry = Path(".config/TOLVEN/TOLVEN_REG_HKEY_CURRENT_USER.xml");
+        for (const bool takesRoom : {true, false}) {
+            const char *const shortage = takesRoom ? "no room" : "no further file";
+            QTest::addRow("memory, %s", shortage) << &SaveMemory << Path("memory") << takesRoom;
+            QTest::addRow("settings, %s", shortage)
+                << &SaveSettings << Path("settings") << takesRoom;
+            QTest::addRow("registry, %s", shortage) << &SaveRegistry << registry << takesRoom;
         }
-        QCOMPARE(SETTINGS_WriteDecimal("S", "Further", 8), SETTINGS_OK);
-        QCOMPARE(FileContent(path), "[S]\r\nFurther = 8\r\nNumber = 7\r\n");
-        QFile::remove(path);
     }
 
-    void registryStays()
+    void theOldFileStays()
     {
-        QFETCH_GLOBAL(Shortage, shortage);
-        const QString folder = QDir::homePath() + "/.config/TOLVEN";
-        const QString path = folder + "/TOLVEN_REG_HKEY_CURRENT_USER.xml";
-        QDir(folder).removeRecursively();
-        SYS_RegRelease();
-        const auto set = [](SYS_REG_KEY root, std::uint8_t value) {
-            return SYS_RegSetValue(root, "V", SYS_REG_TYPE_BINARY, &value, 1);
-        };
-        QCOMPARE(set(SYS_REG_CURRENT_USER, 0x11), SYS_REG_OK);
+        QFETCH(Save, save);
+        QFETCH(QString, path);
+        QFETCH(bool, takesRoom);
+        QVERIFY(save(QByteArray(1000, 'o')));
         const QByteArray before = FileContent(path);
-        {
-            const Filler filler(shortage);
-            QCOMPARE(set(SYS_REG_CURRENT_USER, 0x22), SYS_REG_ERROR);
-            QCOMPARE(
-                set(SYS_REG_LOCAL_MACHINE, 0x33), SYS_REG_ERROR); // its file is still to be made
-            std::uint8_t value = 0;
-            std::uint32_t size = 1;
-            QCOMPARE(
-                SYS_RegQueryValue(SYS_REG_CURRENT_USER, "V", nullptr, &value, &size), SYS_REG_OK);
-            QCOMPARE(value, 0x11);
-            QCOMPARE(FileContent(path), before);
-            QCOMPARE(FileNames(folder).size(), 1);
-        }
-        QCOMPARE(set(SYS_REG_CURRENT_USER, 0x22), SYS_REG_OK);
-        QCOMPARE(set(SYS_REG_LOCAL_MACHINE, 0x33), SYS_REG_OK);
-        QVERIFY(FileContent(path).contains("<V>22</V>"));
-        SYS_RegRelease();
-        QDir(folder).removeRecursively();
-    }
-
-    void savedMemoryStays()
-    {
-        QFETCH_GLOBAL(Shortage, shortage);
-        const QString folder = QDir::homePath();
-        const QString path = folder + "/data.bin";
-        const QByteArray old(5000, 'o');
-        const QByteArray other(6000, 'n');
-        QVERIFY(WriteMemoryFile(path, old));
-        {
-            const Filler filler(shortage);
-            QVERIFY(!WriteMemoryFile(path, other));
-            QVERIFY(!WriteMemoryFile(folder + "/new.bin", other));
-            QCOMPARE(FileContent(path), QByteArray(5000, 'o'));
-            QCOMPARE(FileNames(folder), QStringList("data.bin"));
-        }
-        QVERIFY(WriteMemoryFile(path, other));
-        QFile::remove(path);
+        const QStringList files = FileNames(QFileInfo(path).path());
+        QVERIFY(QDir().mkpath(Path("filler")));
+        Fill(Path("filler"), takesRoom);
+        QVERIFY(!save(QByteArray(1500, 'n')));
+        QCOMPARE(FileContent(path), before);
+        QVERIFY(QDir(Path("filler")).removeRecursively());
+        QCOMPARE(FileNames(QFileInfo(path).path()), files); // nothing half done beside it
+        QVERIFY(save(QByteArray(1500, 'n')));
+        QVERIFY(FileContent(path).contains(QByteArray(1500, 'n')));
     }
 };
 
@@ -148,14 +103,9 @@ int main(int argc, char **argv)
             return 0;
         }
         qputenv(kInsideVariable, "1");
-        std::vector<char *> arguments = {qstrdup("unshare"), qstrdup("-rm")};
-        arguments.insert(arguments.end(), argv, argv + argc);
-        arguments.push_back(nullptr);
-        execvp("unshare", arguments.data());
-        return 1;
+        return execlp("unshare", "unshare", "-rm", argv[0], nullptr);
     }
-    const QByteArray home = QDir::homePath().toUtf8();
-    if (mount("none", home.constData(), "tmpfs", 0, "size=64k,nr_inodes=40") != 0) {
+    if (mount("none", qPrintable(QDir::homePath()), "tmpfs", 0, "size=64k,nr_inodes=40") != 0) {
         std::perror("mount");
         return 1;
     }

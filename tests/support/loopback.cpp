@@ -1,15 +1,13 @@
 #include "loopback.h"
 
+#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
-sockaddr_in Loopback(quint16 port)
+static sockaddr_in Loopback(quint16 port)
 {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
+    return {AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
 }
 
 int ListenOnLoopback(quint16 *port, int backlog)
@@ -25,4 +23,14 @@ int ListenOnLoopback(quint16 *port, int backlog)
         qFatal("no port of the loopback address is free");
     *port = ntohs(address.sin_port);
     return listener;
+}
+
+int ConnectToLoopback(quint16 port)
+{
+    const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_in address = Loopback(port);
+    if (connect(descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0)
+        return descriptor;
+    close(descriptor);
+    return -1;
 }

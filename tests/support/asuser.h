@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QFile>
+
+#include <unistd.h>
+
+/// Root's privileges are laid down while one of these exists, so that the modes of files count. A
+/// test that is not run by root stays the user that it is.
+class AsUser {
+public:
+    AsUser() { Become(kNobody); }
+    ~AsUser() { Become(0); }
+    Q_DISABLE_COPY_MOVE(AsUser)
+
+    /// Who the user is.
+    static uid_t Id() { return getuid() == 0 ? kNobody : getuid(); }
+    /// Makes the user the owner of a file.
+    static void GiveAway(const QString &path)
+    {
+        if (getuid() == 0 && chown(QFile::encodeName(path), kNobody, kNobody) != 0)
+            qFatal("cannot give a file away");
+    }
+
+private:
+    static constexpr uid_t kNobody = 65534;
+    static void Become(uid_t user)
+    {
+        if (getuid() == 0 && seteuid(user) != 0)
+            qFatal("cannot change the user");
+    }
+};
