@@ -16,22 +16,8 @@ inline ConnectionRecord MakeRecord()
     return record;
 }
 
-inline ConnectionRecord MakeFixedSpeedRecord(int speedKHz)
-{
-    ConnectionRecord record = MakeRecord();
-    record.UseMaxSpeed = 0;
-    record.Speed = speedKHz;
-    return record;
-}
-
 inline void SetText(std::array<char, 128> *field, std::string_view text)
 {
     field->fill('\0');
     std::copy_n(text.begin(), std::min(text.size(), field->size() - 1), field->begin());
-}
-
-inline bool AreEqual(const ConnectionRecord &left, const ConnectionRecord &right)
-{
-    return std::equal(reinterpret_cast<const char *>(&left),
-        reinterpret_cast<const char *>(&left + 1), reinterpret_cast<const char *>(&right));
 }
