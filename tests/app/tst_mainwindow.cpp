@@ -165,21 +165,16 @@ private slots:
         QCOMPARE(app.Boxes()[0], "Error|first");
         QCOMPARE(app.Boxes()[1], "Warning|0" + QString(kReportTextSize - 2, u'x'));
         QCOMPARE(app.Boxes()[2].left(10), "Warning|1x");
-    }
 
-    void closingEndsAnOpenBoxAndAllThatWait()
-    {
-        AppHarness app({}, AppHarness::DialogAnswer::Reject);
-        app.Start();
         app.AnswerBoxes(false);
-        APP_ShowError("open");
+        APP_ShowError("open"); // and closing ends it, and shows no other
         APP_ShowError("never shown");
-        QTimer look;
-        connect(&look, &QTimer::timeout, &look, [&] {
+        QTimer close;
+        connect(&close, &QTimer::timeout, &close, [&] {
             if (AppHarness::VisibleBoxes() == 1)
                 app.Window().close();
         });
-        look.start(1);
+        close.start(1);
         SOON(!app.Window().isVisible());
         QCOMPARE(AppHarness::VisibleBoxes(), 0);
     }

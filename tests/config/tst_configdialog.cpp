@@ -1,7 +1,7 @@
 #include "cdeviceselectiondialog.h"
 #include "configdialog.h"
+#include "connectionrecord.h"
 #include "devicefixture.h"
-#include "recordfixture.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -29,11 +29,11 @@ struct FakeLibrary {
 
 /// Interface, byte order, connection, position, speed, largest speed, adaptive.
 using Values = std::array<int, 7>;
+constexpr Values kUsual = {kTargetIfSwd, 0, kConnectModeUsb, 0, 4000, 1, 0};
 
-/// The rest of the record has values that the dialog has to leave alone.
 ConnectionRecord RecordOf(const Values &values)
 {
-    ConnectionRecord record = MakeRecord();
+    ConnectionRecord record{};
     record.TargetIF = values[0];
     record.EndianMode = values[1];
     record.ConnectMode = values[2];
@@ -44,7 +44,9 @@ ConnectionRecord RecordOf(const Values &values)
     record.InitRegs = record.UseSerialNo = 1;
     record.USBSerialNo = 4294967295;
     record.IRPre = -3;
-    SetText(&record.HostName, std::string(100, 'h'));
+    record.HostName.fill('h');
+    record.HostName.back() = '\0';
+    qstrncpy(record.Device.data(), "STM32F40", record.Device.size());
     return record;
 }
 
@@ -72,8 +74,7 @@ private slots:
     {
         CustomSpeedText().fill('\0');
         g_library = {};
-        m_record = MakeRecord();
-        SetText(&m_record.Device, "STM32F40");
+        m_record = RecordOf(kUsual);
     }
     void cleanup() { m_dialog.reset(); }
 
@@ -147,9 +148,14 @@ private slots:
     {
         Open(kShowMiscSettings | kShowCommandLine | kHandleScanChain);
         Press("pCheckBoxSerialNo");
+        QVERIFY(!Field("pLineEditSN")->isEnabled());
+        QVERIFY(OptionString().startsWith("-select USB -device STM32F40 -endian little -if SWD "));
+        Press("pCheckBoxSerialNo");
         Type("pLineEditSN", "2x8-1+0\"0 001"); // a number alone
         Choose("pComboBoxTIF", 0);
         Choose("pComboBoxEndian", 1);
+        Press("pRBtnAdaptiveClock");
+        QVERIFY(OptionString().endsWith(" -speed adaptive -ir -noLocalhostOnly"));
         Press("pRBtnFrequency");
         Choose("pComboBoxFrequency", 1);
         Press("pCheckBoxInitRegs");
@@ -159,34 +165,25 @@ private slots:
         QCOMPARE(Field("pLineEditIRPre")->text(), "12");
         Type("pLineEditIRPre", "9");
         QCOMPARE(OptionString(),
-            "-select USB=28100001 -device STM32F40 -endian big -if JTAG -speed 5 -ir "
+            "-select USB=28100001 -device STM32F40 -endian big -if JTAG -speed 5 -noir "
             "-LocalhostOnly");
-        Press("pRBtnAdaptiveClock");
-        QVERIFY(OptionString().contains(" -speed adaptive -ir"));
-        Press("pRBtnFrequency");
         Accept();
-        ConnectionRecord wanted = MakeRecord();
-        SetText(&wanted.Device, "STM32F40");
-        wanted.UseSerialNo = wanted.LocalhostOnly = wanted.MultipleTargets = 1; // not InitRegs
+        ConnectionRecord wanted = RecordOf({kTargetIfJtag, 1, kConnectModeUsb, 3, 5, 0, 0});
+        wanted.LocalhostOnly = wanted.MultipleTargets = 1; // InitRegs stays
         wanted.USBSerialNo = 28100001;
-        wanted.TargetIF = kTargetIfJtag;
-        wanted.EndianMode = 1;
-        wanted.UseMaxSpeed = 0;
-        wanted.Speed = 5;
-        wanted.DRPre = 3;
         wanted.IRPre = 9;
         QCOMPARE(std::memcmp(&m_record, &wanted, sizeof wanted), 0);
 
-        m_record.ConnectMode = kConnectModeTcpIp;
         m_record.Speed = -1;
         Open();
-        QCOMPARE(OptionString(),
-            "-select IP -device STM32F40 -endian big -if JTAG -speed  -noir -LocalhostOnly");
-        Type("pLineEditIP", QString(127, 'h'));
+        Press("pRBtnTCPIP");
+        QVERIFY(OptionString().startsWith("-select IP=" + QString(62, 'h') + " -device STM32F40"));
+        Field("pLineEditIP")->clear();
+        m_dialog->_OnLineEditIP();
+        QVERIFY(OptionString().startsWith("-select IP -device STM32F40"));
+        QVERIFY(OptionString().contains(" -speed  -ir")); // the custom row without a text
         Press("pRBtnAutoSel");
-        QCOMPARE(OptionString(),
-            "-select IP=" + QString(62, 'h')
-                + " -device STM32F40 -endian big -if JTAG -speed auto -noir -LocalhostOnly");
+        QVERIFY(OptionString().contains(" -speed auto -ir"));
         Press("pRBtnUSB");
         Type("pLineEditSN", "42949672950");    // one digit too many
         Field("pLineEditIRPre")->setText("-"); // what is no number reads 0
@@ -222,8 +219,6 @@ private slots:
         QFETCH(QString, typed);
         QFETCH(QList<int>, keys);
         m_record.ConnectMode = kConnectModeTcpIp;
-        m_record.HostName.fill('?');
-        m_record.HostName.back() = '\0';
         Open();
         Field("pLineEditIP")->setFocus();
         Field("pLineEditIP")->setText(typed);
@@ -231,15 +226,14 @@ private slots:
             QTest::keySequence(QApplication::focusWidget(), QKeySequence(key));
         QTRY_COMPARE(m_dialog->result(), int(QDialog::Accepted));
         QTEST(QString::fromUtf8(m_record.HostName.data()), "kept");
-        QVERIFY(!QByteArray(m_record.HostName.data(), 128).contains('?'));
+        QVERIFY(!QByteArray(m_record.HostName.data(), 128).contains('h')); // nothing behind it
         QTEST(m_record.ConnectMode, "mode");
     }
 
     void aLongHostNameIsEditedAsAWhole()
     {
-        const QString longName = QString(50, 'a') + QString(50, 'b');
+        const QString longName(127, 'h');
         m_record.ConnectMode = kConnectModeTcpIp;
-        SetText(&m_record.HostName, longName.toStdString());
         Open();
         QLineEdit *const field = Field("pLineEditIP");
         Child<QPushButton>("pPBtnCancel")->setFocus();
@@ -247,13 +241,14 @@ private slots:
         field->setFocus();
         QCOMPARE(field->text(), longName);
         QTest::keyClick(field, Qt::Key_End);
+        QTest::keyClick(field, Qt::Key_Backspace);
         QTest::keyClicks(field, "c");
         InModal([](QWidget *box) { box->findChild<QPushButton *>()->click(); });
         Press("pPBtnIPInfo");
         Child<QPushButton>("pPBtnOK")->setFocus();
         QCOMPARE(field->text(), longName.left(63));
         Accept();
-        QCOMPARE(QString(m_record.HostName.data()), longName + "c");
+        QCOMPARE(QString(m_record.HostName.data()), longName.left(126) + "c");
     }
 
     void switchingMovesNothingThatStays()
@@ -326,9 +321,8 @@ private slots:
 
     void everyControlHasAPlaceInTheTabOrderAndANameOfItsOwn()
     {
-        m_record.TargetIF = kTargetIfJtag;
-        m_record.UseSerialNo = m_record.MultipleTargets = 1;
-        m_record.UseMaxSpeed = 0;
+        m_record = RecordOf({kTargetIfJtag, 0, kConnectModeUsb, 0, 5, 0, 0});
+        m_record.MultipleTargets = 1;
         Open();
         QWidget *const first = Child<QWidget>("pRBtnUSB");
         first->setFocus();

@@ -38,24 +38,14 @@ class DevicesTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void sizesAndCoresAreTold_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("no whole kilobyte") << SizeText(1023) << "0 KB";
-        QTest::newRow("the last in kilobytes") << SizeText(999 * 1024 + 1023) << "999 KB";
-        QTest::newRow("a thousand of them") << SizeText(1000 * 1024) << "1 MB";
-        QTest::newRow("the greatest") << SizeText(0xFFFFFFFF) << "4194 MB";
-        QTest::newRow("below zero") << SizeText(-1000 * 1024) << "-1 MB";
-        QTest::newRow("any core") << QString(CoreName(0xFFFFFFFF)) << "Any";
-        QTest::newRow("the last one") << QString(CoreName(0x1500FFFF)) << "BT5511";
-        QTest::newRow("exact ids alone") << QString(CoreName(0x15FFFFFF)) << "???";
-    }
-
     void sizesAndCoresAreTold()
     {
-        QFETCH(QString, text);
-        QTEST(text, "expected");
+        const QStringList sizes{SizeText(1023), SizeText(999 * 1024 + 1023), SizeText(1000 * 1024),
+            SizeText(0xFFFFFFFF), SizeText(-1000 * 1024)};
+        QCOMPARE(sizes.join(", "), "0 KB, 999 KB, 1 MB, 4194 MB, -1 MB");
+        const QStringList cores{CoreName(0), CoreName(0xFFFFFFFF), CoreName(0x0E0000FF),
+            CoreName(0x1500FFFF), CoreName(0x15FFFFFF)}; // exact ids alone
+        QCOMPARE(cores.join(", "), "None, Any, Cortex-M4, BT5511, ???");
     }
 
     void namesSortAsAReaderWouldSortThem()
