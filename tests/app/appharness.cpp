@@ -1,25 +1,22 @@
 #include "appharness.h"
 
+#include "appidentity.h"
 #include "appstate.h"
 #include "mainwindow.h"
 #include "probesession.h"
 #include "typebyte.h"
 
-#include "chexeditor.h"
 #include "configdialog.h"
 
 #include <QAction>
-#include <QApplication>
+#include <QDeadlineTimer>
 #include <QDir>
-#include <QFile>
 #include <QLabel>
-#include <QMenu>
 #include <QMessageBox>
+#include <QScreen>
 #include <QStatusBar>
-#include <QTest>
 
-#include <algorithm>
-#include <array>
+#include <mutex>
 
 namespace {
 
@@ -27,15 +24,14 @@ namespace {
 std::mutex &g_callsMutex = *new std::mutex;
 QStringList &g_calls = *new QStringList;
 
-void NoteCall(const char *function)
+void NoteCall(const char *call)
 {
-    const QString name = QString::fromLatin1(function).remove("RANVOARM_");
-    constexpr std::array polling
+    static const QStringList polling
         = {"IsConnected", "ReadMemEx", "DEVICE_GetInfo", "GetIdData", "GetSpeed"};
+    const QString text = QString(call).remove("RANVOARM_");
     const std::lock_guard lock(g_callsMutex);
-    if (std::none_of(polling.begin(), polling.end(),
-            [&name](const char *polled) { return name == QLatin1String(polled); }))
-        g_calls.append(name);
+    if (!polling.contains(text.section(' ', 0, 0)))
+        g_calls.append(text);
 }
 
 void ClearHooks(FaultHooks &hooks)
@@ -53,24 +49,19 @@ QString SettingsPath()
     return QDir::homePath() + "/.config/TOLVEN\\" + program + "Settings.ini";
 }
 
-void WriteSettings(const QStringList &lines)
+void WriteSettings(const QString &lines)
 {
-    const QString folder = QDir::homePath() + "/.config";
-    QDir().mkpath(folder);
-    // Other programs' folders aside, the tests' home holds nothing else that starts like this.
-    for (const QString &old : QDir(folder).entryList({"TOLVEN\\*"}, QDir::Files))
-        QFile::remove(folder + QLatin1Char('/') + old);
-    if (lines.isEmpty())
-        return;
+    QDir().mkpath(QFileInfo(SettingsPath()).path());
     QFile file(SettingsPath());
-    if (file.open(QIODevice::WriteOnly))
-        file.write(lines.join("\r\n").toUtf8() + "\r\n");
+    file.remove();
+    if (!lines.isEmpty() && file.open(QIODevice::WriteOnly))
+        file.write(QString(lines).replace('|', "\r\n").toUtf8() + "\r\n");
 }
 
 } // namespace
 
-AppHarness::AppHarness(const QStringList &settings, FirstDialog answer)
-    : m_firstDialog(answer)
+AppHarness::AppHarness(const QString &settings, DialogAnswer answer)
+    : m_dialogAnswer(answer)
 {
     ClearHooks(Hooks());
     WriteSettings(settings);
@@ -83,17 +74,15 @@ AppHarness::~AppHarness()
 {
     DestroyWindow();
     ClearHooks(Hooks());
-    if (!QTest::qWaitFor([] { return APP_State().workerExited.load() != 0; }, 20'000))
-        qFatal("the worker did not end");
     // Or the thread that closes the probe would come late and close the next window's.
-    if (!QTest::qWaitFor([] { return !PROBE_IsClosingAtEnd(); }, 20'000))
-        qFatal("the probe was not closed");
+    if (!Soon([] { return APP_State().workerExited.load() != 0 && !PROBE_IsClosingAtEnd(); }))
+        qFatal("the worker did not end, or the probe was not closed");
 }
 
-QByteArray AppHarness::SettingsFile()
+void AppHarness::AnswerDialog(DialogAnswer answer, std::function<void(ConfigDialog &)> edit)
 {
-    QFile file(SettingsPath());
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    m_dialogAnswer = answer;
+    m_edit = std::move(edit);
 }
 
 void AppHarness::Start()
@@ -101,17 +90,28 @@ void AppHarness::Start()
     m_window = std::make_unique<MainWindow>();
 }
 
-void AppHarness::TypeOver(std::uint32_t address, std::uint8_t value)
+void AppHarness::StartConnected()
 {
-    TypeByte(*MemoryWindow(), address, value);
-    MemoryWindow()->OnEditUpdateTimerTimeout();
+    Start();
+    SOON(MemoryWindow() != nullptr);
+}
+
+bool AppHarness::Soon(const std::function<bool()> &condition)
+{
+    QTimer awake; // what is waited for need not be an event
+    awake.start(1);
+    const QDeadlineTimer limit(60'000); // only a failure waits so long
+    while (!condition() && !limit.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); // as in a real loop
+    }
+    return condition();
 }
 
 void AppHarness::DestroyWindow()
 {
-    if (m_window == nullptr)
-        return;
-    m_window->close();
+    if (m_window != nullptr)
+        m_window->close();
     m_window.reset();
 }
 
@@ -120,50 +120,57 @@ CHexEditor *AppHarness::MemoryWindow() const
     return m_window->findChild<CHexEditor *>();
 }
 
-QString AppHarness::StatusText(unsigned field) const
+QStringList AppHarness::StatusTexts() const
 {
-    const auto labels
-        = m_window->statusBar()->findChildren<QLabel *>(QString(), Qt::FindDirectChildrenOnly);
-    return labels.at(static_cast<int>(field))->text();
+    QStringList texts;
+    for (const QLabel *label : m_window->statusBar()->findChildren<QLabel *>())
+        texts.append(label->text());
+    return texts;
 }
 
 QAction *AppHarness::Action(const QString &text) const
 {
-    for (QAction *action : m_window->findChildren<QAction *>()) {
+    for (QAction *const action : m_window->findChildren<QAction *>()) {
         if (action->text() == text)
             return action;
     }
     return nullptr;
 }
 
-QStringList AppHarness::BoxTexts() const
+void AppHarness::Trigger(const QString &text) const
 {
-    QStringList texts;
-    for (const QString &box : m_boxes)
-        texts.append(box.section(QLatin1Char('|'), 1));
-    return texts;
+    Action(text)->trigger();
 }
 
-QStringList AppHarness::TakeBoxTexts()
+void AppHarness::TypeOver(std::uint32_t address, std::uint8_t value)
 {
-    const QStringList texts = BoxTexts();
-    m_boxes.clear();
-    return texts;
+    TypeByte(*MemoryWindow(), address, value);
+    MemoryWindow()->OnEditUpdateTimerTimeout();
+}
+
+QStringList AppHarness::TakeBoxes()
+{
+    return std::exchange(m_boxes, {});
 }
 
 int AppHarness::VisibleBoxes()
 {
     int count = 0;
     for (const QWidget *widget : QApplication::topLevelWidgets())
-        count
-            += qobject_cast<const QMessageBox *>(widget) != nullptr && widget->isVisible() ? 1 : 0;
+        count += qobject_cast<const QMessageBox *>(widget) && widget->isVisible() ? 1 : 0;
     return count;
 }
 
-QStringList AppHarness::TakeCalls()
+QString AppHarness::TakeCalls()
 {
     const std::lock_guard lock(g_callsMutex);
-    return std::exchange(g_calls, {});
+    return std::exchange(g_calls, {}).join(", ");
+}
+
+QByteArray AppHarness::SettingsFile()
+{
+    QFile file(SettingsPath());
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 void AppHarness::Answer()
@@ -172,13 +179,15 @@ void AppHarness::Answer()
     if (auto *const dialog = qobject_cast<ConfigDialog *>(modal)) {
         if (const auto edit = std::exchange(m_edit, {}))
             edit(*dialog);
-        if (m_firstDialog == FirstDialog::Accept)
+        if (m_dialogAnswer == DialogAnswer::Accept)
             dialog->_OnPBtnOK();
         else
             dialog->_OnPBtnCancel();
-    } else if (auto *const box = qobject_cast<QMessageBox *>(modal);
-               box != nullptr && m_answerBoxes) {
-        m_boxes.append(box->windowTitle() + QLatin1Char('|') + box->text());
+    } else if (auto *const box = qobject_cast<QMessageBox *>(modal); box && m_answerBoxes) {
+        const QRect area = box->parentWidget()->screen()->availableGeometry();
+        const QString place = area.contains(box->frameGeometry()) ? "" : "off the screen: ";
+        m_boxes.append(place + box->windowTitle().remove(APP_WindowTitle() + QString(" - ")) + '|'
+            + box->text());
         box->accept();
     }
 }

@@ -4,70 +4,84 @@
 
 #include <QString>
 #include <QStringList>
+#include <QTest>
 #include <QTimer>
 
 #include <functional>
 #include <memory>
-#include <mutex>
-#include <string>
-#include <vector>
 
 class CHexEditor;
 class ConfigDialog;
-class QAction;
 class MainWindow;
+class QAction;
+
+/// Fails the test unless the condition comes to hold while events are handled.
+#define SOON(condition) QVERIFY2(AppHarness::Soon([&] { return condition; }), #condition)
+#define SOON_COMPARE(actual, expected)                                                             \
+    do {                                                                                           \
+        (void)AppHarness::Soon([&] { return (actual) == (expected); });                            \
+        QCOMPARE(actual, expected);                                                                \
+    } while (false)
 
 /// The real main window over the fault probe: answers its dialogs and boxes, records what it shows.
 ///
 /// One at a time. The settings file and the hooks are fresh for each.
 class AppHarness {
 public:
-    enum class FirstDialog { Accept, Reject };
+    enum class DialogAnswer { Accept, Reject };
 
-    /// @param settings  the settings file's lines, each without its line end
-    explicit AppHarness(const QStringList &settings = {}, FirstDialog answer = FirstDialog::Accept);
+    /// @param settings  the settings file's lines with '|' between them; empty: there is no file
+    explicit AppHarness(const QString &settings = {}, DialogAnswer answer = DialogAnswer::Accept);
     /// Closes the window, lets blocked calls go and waits for the worker's end.
     ~AppHarness();
 
-    /// How the connection dialogs from now on are answered.
-    void AnswerDialogs(FirstDialog answer) { m_firstDialog = answer; }
-    /// Done in the next connection dialog before it is answered; once.
-    void EditDialog(std::function<void(ConfigDialog &)> edit) { m_edit = std::move(edit); }
-    /// The bytes of the settings file; empty when there is none.
-    static QByteArray SettingsFile();
+    /// Done in the next connection dialog before it is answered so; later ones are answered alike.
+    void AnswerDialog(DialogAnswer answer, std::function<void(ConfigDialog &)> edit = {});
+    /// While false, boxes stay open until it is set again.
+    void AnswerBoxes(bool answer) { m_answerBoxes = answer; }
 
     /// Constructs the window, which answers its first dialog. Set hooks before.
     void Start();
-    MainWindow &Window() { return *m_window; }
-    /// Null while there is no memory window.
-    CHexEditor *MemoryWindow() const;
-    QString StatusText(unsigned field) const;
-    QAction *Action(const QString &text) const;
-    /// Types a byte over in the memory window and lets it be written at once.
-    /// @param address  where a row of the window begins
-    void TypeOver(std::uint32_t address, std::uint8_t value);
+    /// Starts, and waits until the memory window is there.
+    void StartConnected();
     /// Destroys the window early, as the end of main() does.
     void DestroyWindow();
 
-    /// Boxes as "title|text", in the order they were shown.
+    /// Handles events until the condition holds. @return whether it came to hold
+    static bool Soon(const std::function<bool()> &condition);
+
+    MainWindow &Window() { return *m_window; }
+    /// Null while there is no memory window.
+    CHexEditor *MemoryWindow() const;
+    /// The fields of the status bar.
+    QStringList StatusTexts() const;
+    /// Null when there is none of that text.
+    QAction *Action(const QString &text) const;
+    /// Triggers an entry of the main window's menus.
+    void Trigger(const QString &text) const;
+    /// Types a byte over in the memory window and lets it be written at once.
+    /// @param address  where a row of the window begins
+    void TypeOver(std::uint32_t address, std::uint8_t value);
+
+    /// Boxes as "Error|text" or "Warning|text", in the order they were shown. One that was not
+    /// wholly on its parent's screen says so in front.
     const QStringList &Boxes() const { return m_boxes; }
-    /// The texts alone.
-    QStringList BoxTexts() const;
-    /// The texts alone; they count as not shown from now on.
-    QStringList TakeBoxTexts();
-    /// While false, boxes stay open until it is set again.
-    void AnswerBoxes(bool answer) { m_answerBoxes = answer; }
+    /// The same; they count as not shown from now on.
+    QStringList TakeBoxes();
     /// How many message boxes are visible at this moment.
     static int VisibleBoxes();
 
     FaultHooks &Hooks() { return *FAULT_Hooks(); }
-    /// Names of the library calls since the last look, without the prefix, polling calls left out.
-    QStringList TakeCalls();
+    /// The library calls since the last look as "Name argument argument", with commas between them,
+    /// without those that are made again and again.
+    QString TakeCalls();
+    /// The bytes of the settings file; empty when there is none.
+    static QByteArray SettingsFile();
 
 private:
     void Answer();
 
-    FirstDialog m_firstDialog;
+    DialogAnswer m_dialogAnswer;
     std::function<void(ConfigDialog &)> m_edit;
     std::unique_ptr<MainWindow> m_window;
     QTimer m_answerTimer;

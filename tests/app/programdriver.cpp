@@ -1,16 +1,14 @@
 // Linked to the program's own main(): drives it from inside, as the words in PELIMO_DRIVE say, and
-// prints what the library is called for and what boxes are shown.
-//   cancel    the first dialog is cancelled, else accepted
-//   device    the settings name a device, so that nothing asks the library for one
-//   open      Open never returns
-//   close     Close never returns
-//   again     Close sends SIGTERM once more
-//   about     the about box is open
-// and one way to the end, once there is a memory window (or an Open that hangs, or no connection):
-//   hup int term   the signals, after a byte has been typed that is not written yet
-//   display        the connection to the display breaks
-//   window         the main window is closed
-//   none           nothing: the program ends by itself
+// prints what the library is called for, what boxes are shown and that the clipboard is emptied.
+//   cancel           the first dialog is cancelled, else accepted
+//   RANVOARM_Close   this function, or any other that is named so, never returns
+//   again            Close sends SIGTERM once more
+//   about            the about box is open
+// and one way to the end, once there is a memory window (or a call that hangs, or no connection):
+//   hup int term     the signals, after a byte has been typed that is not written yet
+//   display          the connection to the display breaks
+//   window           the main window is closed
+// or none of these: the program ends by itself.
 
 #include "appstate.h"
 #include "faulthooks.h"
@@ -20,14 +18,12 @@
 #include "configdialog.h"
 
 #include <QAction>
-#include <QApplication>
+#include <QClipboard>
 #include <QMessageBox>
 #include <QTimer>
 
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -35,58 +31,26 @@
 namespace {
 
 constexpr std::uint32_t kTypedAddress = 0x2000'1000;
-std::atomic<bool> g_isInOpen = false;
 constexpr std::pair<const char *, int> kSignals[]
     = {{"hup", SIGHUP}, {"int", SIGINT}, {"term", SIGTERM}};
+std::atomic<bool> g_hangs = false;
 
-bool Drives(const char *word)
+bool Drives(const QByteArray &word)
 {
-    static const QList<QByteArray> words = qgetenv("PELIMO_DRIVE").split(' ');
-    return words.contains(word);
+    return qgetenv("PELIMO_DRIVE").split(' ').contains(word);
 }
 
-void PrintCall(const char *function)
+void NoteCall(const char *call)
 {
-    for (const char *const told : {"RANVOARM_Close", "RANVOARM_WriteMemEx"}) {
-        if (std::strcmp(function, told) == 0)
-            std::printf("%s\n", told);
-    }
-}
-
-const char *HangInOpen()
-{
-    g_isInOpen = true;
-    for (;;)
+    const QByteArray function = QByteArray(call).split(' ').first();
+    if (function == "RANVOARM_Close" || function == "RANVOARM_WriteMemEx")
+        std::printf("%s\n", function.constData());
+    if (function == "RANVOARM_Close" && Drives("again"))
+        (void)raise(SIGTERM);
+    while (Drives(function)) {
+        g_hangs = true;
         pause();
-}
-
-void SetHooks()
-{
-    FaultHooks *const hooks = FAULT_Hooks();
-    if (hooks == nullptr)
-        return;
-    hooks->onCall = PrintCall;
-    hooks->onUnload = [] { std::printf("library destructors\n"); };
-    if (Drives("open"))
-        hooks->Open = HangInOpen;
-    if (Drives("close"))
-        hooks->Close = [] {
-            for (;;)
-                pause();
-        };
-    if (Drives("again"))
-        hooks->Close = [] {
-            (void)raise(SIGTERM);
-            for (;;)
-                pause();
-        };
-}
-
-bool IsReady(const MainWindow &window)
-{
-    if (Drives("open"))
-        return g_isInOpen;
-    return Drives("cancel") || window.findChild<CHexEditor *>() != nullptr;
+    }
 }
 
 void BreakDisplay()
@@ -100,11 +64,17 @@ void BreakDisplay()
 
 void End(MainWindow &window)
 {
+    QClipboard *const clipboard = QGuiApplication::clipboard();
+    clipboard->setText("memory");
+    QObject::connect(clipboard, &QClipboard::dataChanged, clipboard, [clipboard] {
+        if (clipboard->text().isEmpty())
+            std::printf("clipboard emptied\n");
+    });
     if (auto *const memory = window.findChild<CHexEditor *>())
         TypeByte(*memory, kTypedAddress, 0x5A);
     if (Drives("window"))
         window.close();
-    else if (Drives("display"))
+    if (Drives("display"))
         BreakDisplay();
     for (const auto &[word, number] : kSignals) {
         if (Drives(word))
@@ -115,22 +85,23 @@ void End(MainWindow &window)
 void Look()
 {
     static bool ended = false;
+    MainWindow *const window = APP_State().mainWindow;
     QWidget *const modal = QApplication::activeModalWidget();
     if (auto *const dialog = qobject_cast<ConfigDialog *>(modal)) {
         Drives("cancel") ? dialog->_OnPBtnCancel() : dialog->_OnPBtnOK();
     } else if (auto *const box = qobject_cast<QMessageBox *>(modal)) {
         std::printf("box %s: %s\n", qPrintable(box->windowTitle()),
-            qPrintable(box->text().section(QLatin1Char('\n'), 0, 0)));
+            qPrintable(box->text().section('\n', 0, 0)));
         box->accept();
-    } else if (MainWindow *const window = APP_State().mainWindow;
-               window != nullptr && !ended && IsReady(*window)) {
-        if (Drives("about") && modal == nullptr) {
-            for (QAction *action : window->findChildren<QAction *>()) {
-                if (action->text() == QLatin1String("&About..."))
-                    QTimer::singleShot(0, action, &QAction::trigger);
-            }
-            return;
+    } else if (window == nullptr || ended
+        || !(Drives("cancel") || g_hangs || window->findChild<CHexEditor *>() != nullptr)) {
+        return;
+    } else if (Drives("about") && modal == nullptr) {
+        for (QAction *action : window->findChildren<QAction *>()) {
+            if (action->text() == "&About...")
+                QTimer::singleShot(0, action, &QAction::trigger);
         }
+    } else {
         ended = true;
         End(*window);
     }
@@ -138,7 +109,10 @@ void Look()
 
 void Drive()
 {
-    SetHooks();
+    if (FaultHooks *const hooks = FAULT_Hooks()) {
+        hooks->onCall = NoteCall;
+        hooks->onUnload = [] { std::printf("library destructors\n"); };
+    }
     auto *const timer = new QTimer(qApp);
     QObject::connect(timer, &QTimer::timeout, timer, Look);
     timer->start(1);

@@ -1,50 +1,40 @@
-// Every library function in every kind of trouble, beginning at every step of a window's life. In
-// the suite a generated part of it; all of it, with calls of five seconds too, by
+// Every library function in every kind of trouble, beginning at every step of a window's life on
+// one of several screens. In the suite a part of it; all of it by
 //   PELIMO_FAULTMATRIX=full build/dev/tests/fault/tst_faultmatrix
 
 #include "appharness.h"
-#include "processend.h"
-#include "windowlife.h"
+#include "libraryfaults.h"
 
-#include <QApplication>
-#include <QProcess>
-#include <QTest>
+#include "mainwindow.h"
+#include "probesession.h"
 
-#include <cstdio>
+#include "cdeviceselectiondialog.h"
+#include "chexeditor.h"
+#include "cmemdialog.h"
+#include "targetdevice.h"
+
+#include <QAction>
+#include <QDir>
+#include <QScreen>
 
 namespace {
 
-bool IsFullRun()
-{
-    return qEnvironmentVariable("PELIMO_FAULTMATRIX") == QLatin1String("full");
-}
+enum Step { kConnecting, kRefreshing, kEditing, kSaving, kDisconnecting, kClosing };
+constexpr std::array kStepNames
+    = {"connecting", "refreshing", "editing", "saving", "disconnecting", "closing"};
+constexpr std::array kFaultNames = {"missing", "failing", "nonsense", "never returning", "slow"};
+constexpr std::array kScreens
+    = {std::pair("right", QPoint(2600, 600)), std::pair("left", QPoint(-1400, -300))};
 
-WindowLife MakeLife(AppHarness &app, int function, int fault, int step)
-{
-    // A time is a figure of an idle machine: only the full run, which is started by hand, asks.
-    return {app, function, static_cast<Fault>(fault), static_cast<Step>(step),
-        IsFullRun() ? WindowLife::Answers::InTime : WindowLife::Answers::AtAll};
-}
+constexpr std::uint32_t kFreeRam = 0x2000'1000; // the simulated firmware leaves it alone
+constexpr std::uint64_t kSavedBytes = 100;
 
-/// One life in a process of its own that ends as the program does, whoever is still caught.
-int RunAndEnd(int row, int fault, int step, bool bySignal)
+std::uint8_t TargetByte(std::uint32_t address)
 {
-    static const ProcessEnd processEnd;
-    // Never destroyed, as nobody destroys what the program has when it ends.
-    static auto *const app = new AppHarness(FAULT_SettingsFor(row));
-    WindowLife life = MakeLife(*app, row, fault, step);
-    if (bySignal)
-        life.EndBySignal();
-    for (int i = 0; i < kSteps; ++i) {
-        const QString trouble = life.Run(static_cast<Step>(i));
-        if (!trouble.isEmpty()) {
-            std::fprintf(stderr, "%s\n", qPrintable(trouble));
-            return 1;
-        }
-    }
-    app->DestroyWindow();
-    ProcessEnd::LeaveIfBusy(0);
-    return 0;
+    std::uint8_t byte = 0;
+    reinterpret_cast<decltype(&RANVOARM_ReadMemEx)>(FAULT_RealFunction("RANVOARM_ReadMemEx"))(
+        address, 1, &byte, 1);
+    return byte;
 }
 
 } // namespace
@@ -53,108 +43,214 @@ class FaultMatrixTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void theWindowSurvives_data();
-    void theWindowSurvives();
-    void theProcessEnds_data();
-    void theProcessEnds();
-    void cleanupTestCase();
-
-private:
-    static void AddColumns()
+    void theWindowSurvives_data()
     {
-        QTest::addColumn<int>("row");
+        QTest::addColumn<int>("function");
         QTest::addColumn<int>("fault");
-        QTest::addColumn<int>("step");
-    }
-    static void AddCase(int row, int fault, int step)
-    {
-        QTest::addRow("%s %s from %s on", FAULT_FunctionName(row),
-            kFaultNames[static_cast<std::size_t>(fault)],
-            kStepNames[static_cast<std::size_t>(step)])
-            << row << fault << step;
-    }
-};
-
-void FaultMatrixTest::theWindowSurvives_data()
-{
-    AddColumns();
-    for (int row = 0; row < kFunctions; ++row) {
-        for (int fault = 0; fault < kFaults; ++fault) {
-            for (int step = 0; step < kSteps; ++step) {
-                // In the suite each fault begins at one or two steps, from function to function at
-                // others.
-                if (IsFullRun() || (row + fault + step) % 4 == 0)
-                    AddCase(row, fault, step);
+        QTest::addColumn<int>("begins");
+        const bool isFull = qgetenv("PELIMO_FAULTMATRIX") == "full";
+        for (int function = 0; function < int(kLibraryFunctions.size()); ++function) {
+            for (int fault = 0; fault < int(kFaultNames.size()); ++fault) {
+                for (int step = 0; step < int(kStepNames.size()); ++step) {
+                    // In the suite each fault begins at one or two steps, from function to function
+                    // at others.
+                    if (isFull || (function + fault + step) % 4 == 0)
+                        QTest::addRow("%s %s from %s on",
+                            kLibraryFunctions[std::size_t(function)].name,
+                            kFaultNames[std::size_t(fault)], kStepNames[std::size_t(step)])
+                            << function << fault << step;
+                }
             }
         }
-        if (IsFullRun())
-            AddCase(row, static_cast<int>(Fault::VerySlow), row % 2);
     }
-}
 
-void FaultMatrixTest::theWindowSurvives()
-{
-    QFETCH(int, row);
-    QFETCH(int, fault);
-    QFETCH(int, step);
-    AppHarness app(FAULT_SettingsFor(row));
-    WindowLife life = MakeLife(app, row, fault, step);
-    for (int i = 0; i < kSteps; ++i) {
-        const QString trouble = life.Run(static_cast<Step>(i));
-        if (!trouble.isEmpty())
-            FAULT_KeepHangingCalls(false);
-        QVERIFY2(trouble.isEmpty(),
-            qPrintable(QLatin1String(kStepNames[static_cast<std::size_t>(i)]) + QStringLiteral(": ")
-                + trouble));
+    void theWindowSurvives()
+    {
+        QFETCH(int, function);
+        QFETCH(int, fault);
+        QFETCH(int, begins);
+        m_function = &kLibraryFunctions[std::size_t(function)];
+        m_fault = Fault(fault);
+        m_begins = begins;
+        m_app.emplace(m_function->setup.settings);
+        QTimer answers;
+        connect(&answers, &QTimer::timeout, this, &FaultMatrixTest::AnswerDialogs);
+        answers.start(1);
+        constexpr void (FaultMatrixTest::*steps[])()
+            = {&FaultMatrixTest::Connect, &FaultMatrixTest::Refresh, &FaultMatrixTest::Edit,
+                &FaultMatrixTest::Save, &FaultMatrixTest::Reconnect, &FaultMatrixTest::Close};
+        for (m_step = 0; m_step <= kClosing && !QTest::currentTestFailed(); ++m_step) {
+            if (m_step == begins)
+                m_function->set(m_app->Hooks(), m_fault);
+            (this->*steps[m_step])();
+        }
+        if (QTest::currentTestFailed())
+            qInfo("while %s", kStepNames[std::size_t(m_step - 1)]);
     }
-    FAULT_KeepHangingCalls(false);
-}
 
-void FaultMatrixTest::theProcessEnds_data()
-{
-    AddColumns();
-    const int hangs = static_cast<int>(Fault::NeverReturning);
-    for (int row = 0; row < kFunctions; ++row) {
-        if (IsFullRun() || row < 3) // Open, Close and IsConnected
-            AddCase(row, hangs, 0);
-        if (IsFullRun())
-            AddCase(row, hangs, kSteps - 1);
+    void cleanup()
+    {
+        m_app->DestroyWindow(); // before a failure comes back that nobody is there to see
+        g_holdsCalls = false;
+        g_holdsCalls.notify_all();
+        m_app.reset();
     }
-}
 
-void FaultMatrixTest::theProcessEnds()
-{
-    QFETCH(int, row);
-    QFETCH(int, fault);
-    QFETCH(int, step);
-    for (const QString &how : {QStringLiteral("window"), QStringLiteral("signal")}) {
-        QProcess process;
-        process.setProcessChannelMode(QProcess::ForwardedChannels);
-        process.start(QCoreApplication::applicationFilePath(),
-            {QStringLiteral("--life"), QString::number(row), QString::number(fault),
-                QString::number(step), how});
-        QVERIFY(process.waitForFinished(kPatienceMs));
-        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(process.exitCode(), 0);
+private:
+    bool Is(const char *function) const { return qstrcmp(m_function->name, function) == 0; }
+    bool IsFaulty() const { return m_step >= m_begins; }
+    bool Hangs() const { return IsFaulty() && m_fault == Fault::NeverReturning; }
+    /// The function answers wrongly by now.
+    bool Lies() const { return IsFaulty() && m_fault != Fault::Slow; }
+
+    QStringList BoxesOfConnecting() const
+    {
+        const QString unknown = "Error|Could not connect to target for unknown reason";
+        const QString notOpen = "Error|Could not connect to Ranvo:\n";
+        if (!Lies() || Hangs())
+            return {};
+        if (Is("Open"))
+            return {std::array{unknown, notOpen + "it failed",
+                notOpen + QString::fromUtf8("%s%n \x01\xff<b>nonsense")}[std::size_t(m_fault)]};
+        if (Is("EMU_SelectByUSBSN") && m_fault == Fault::Failing)
+            return {"Error|No emulator with given S/N connected!"};
+        if (Is("Connect") || (Is("IsConnected") && m_fault == Fault::Missing))
+            return {unknown};
+        return {};
     }
-}
 
-void FaultMatrixTest::cleanupTestCase()
-{
-    std::printf("Longest silence of the event loop: %lld ms\n",
-        static_cast<long long>(WindowLife::LongestSilenceNs() / 1'000'000));
-}
+    /// The window answers, and its boxes are these.
+    void Settle(const QStringList &boxes)
+    {
+        // Every change of the status bar asks for the state of the connection, too.
+        for (const char *const entry : {"&Exit", "&About..."}) {
+            emit m_app->Action(entry)->hovered();
+            SOON_COMPARE(m_app->StatusTexts()[0], m_app->Action(entry)->statusTip());
+        }
+        SOON(m_app->Boxes().size() >= boxes.size());
+        QCOMPARE(m_app->TakeBoxes(), boxes);
+    }
 
-int main(int argc, char **argv)
-{
-    QApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() == 6 && arguments[1] == QLatin1String("--life"))
-        return RunAndEnd(arguments[2].toInt(), arguments[3].toInt(), arguments[4].toInt(),
-            arguments[5] == QLatin1String("signal"));
-    FaultMatrixTest test;
-    QTEST_SET_MAIN_SOURCE_PATH
-    return QTest::qExec(&test, argc, argv);
-}
+    /// As above; the boxes are those of a connected window.
+    void SettleConnected()
+    {
+        const bool isLost = m_step == m_begins && Is("IsConnected") && m_fault == Fault::Missing;
+        Settle(isLost ? QStringList("Warning|Target disconnected.") : QStringList());
+    }
 
+    void Connect()
+    {
+        if (IsFaulty() && Is("GetHardwareVersion"))
+            (void)PROBE_HardwareVersion();
+        m_app->Start();
+        const auto &[screen, position] = kScreens[std::size_t(m_fault) % 2];
+        m_app->Window().resize(400, 300);
+        m_app->Window().move(position);
+        QCOMPARE(m_app->Window().screen()->name(), screen);
+        AwaitConnection();
+        if (!IsFaulty())
+            QCOMPARE(m_app->TakeCalls(), m_function->setup.calls);
+    }
+
+    void AwaitConnection()
+    {
+        const QStringList boxes = BoxesOfConnecting();
+        if (Hangs())
+            return Settle(boxes); // connected or not
+        // A wrong serial number alone still connects: the default probe is used.
+        const bool connects = boxes.isEmpty() || boxes.first().contains("No emulator");
+        SOON_COMPARE(m_app->MemoryWindow() != nullptr, connects);
+        Settle(boxes);
+        SOON_COMPARE(m_app->Action("&Disconnect")->isEnabled(), connects);
+    }
+
+    void Refresh()
+    {
+        if (IsFaulty() && Is("DEVICE_GetInfo"))
+            (void)ChooseTargetDevice({});
+        if (CHexEditor *const memory = m_app->MemoryWindow()) {
+            memory->OnAutoUpdateTimerTimeout();
+            memory->ScrollRows(-3);
+        }
+        SettleConnected();
+    }
+
+    /// Memory is there: a window, and no function that memory needs fails.
+    bool HasMemory(bool isNeeded) const
+    {
+        return m_app->MemoryWindow() != nullptr && BoxesOfConnecting().isEmpty() && !Hangs()
+            && !(isNeeded && Lies());
+    }
+
+    void Edit()
+    {
+        const auto typed = static_cast<std::uint8_t>(TargetByte(kFreeRam) + 0x11);
+        const bool mustArrive = HasMemory(Is("WriteMemEx") || Is("ReadMemEx"));
+        if (m_app->MemoryWindow() != nullptr)
+            m_app->TypeOver(kFreeRam, typed);
+        if (mustArrive)
+            QCOMPARE(TargetByte(kFreeRam), typed);
+        SettleConnected();
+    }
+
+    void Save()
+    {
+        QFile file(m_fileName);
+        file.remove();
+        const bool mustArrive = HasMemory(Is("ReadMemEx"));
+        if (CHexEditor *const memory = m_app->MemoryWindow())
+            memory->OnActionSaveTriggered();
+        if (mustArrive) {
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            QCOMPARE(file.size(), qint64(kSavedBytes));
+            QCOMPARE(std::uint8_t(file.read(1).at(0)), TargetByte(kFreeRam));
+        }
+        if (Is("ReadMemEx") && Lies() && m_fault != Fault::Nonsense)
+            QVERIFY(!file.exists()); // it would be a file of nothing
+        SettleConnected();
+    }
+
+    void Reconnect()
+    {
+        QAction *const disconnect = m_app->Action("&Disconnect");
+        // The call may hang before the worker comes to say that there is a connection.
+        if (Hangs() && !disconnect->isEnabled())
+            return Settle({});
+        disconnect->trigger();
+        QVERIFY(m_app->MemoryWindow() == nullptr);
+        if (!Hangs())
+            SOON(m_app->Action("&Connect")->isEnabled());
+        m_app->Trigger("&Connect");
+        AwaitConnection();
+    }
+
+    void Close()
+    {
+        m_app->Window().close();
+        QVERIFY(!m_app->Window().isVisible());
+        QCOMPARE(m_app->Boxes(), QStringList());
+    }
+
+    void AnswerDialogs()
+    {
+        QWidget *const modal = QApplication::activeModalWidget();
+        if (auto *const device = qobject_cast<CDeviceSelectionDialog *>(modal))
+            device->accept();
+        if (auto *const range = qobject_cast<CMemDialog *>(modal)) {
+            range->SetFileName(m_fileName);
+            range->SetStartAddress(kFreeRam);
+            range->SetSize(kSavedBytes);
+            range->accept();
+        }
+    }
+
+    const QString m_fileName = QDir::homePath() + "/saved.bin";
+    std::optional<AppHarness> m_app;
+    const LibraryFunction *m_function = nullptr;
+    Fault m_fault = Fault::Missing;
+    int m_begins = 0;
+    int m_step = 0;
+};
+
+QTEST_MAIN(FaultMatrixTest)
 #include "tst_faultmatrix.moc"

@@ -1,10 +1,8 @@
 // How the process ends, whoever ends it: the program's own main(), driven from inside.
 
 #include "owndisplay.h"
+#include "testfile.h"
 
-#include <QDir>
-#include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -15,54 +13,13 @@ namespace {
 
 constexpr int kPatienceMs = 60'000; // only what hangs takes so long
 
-const QByteArray kWritten = "RANVOARM_WriteMemEx\nRANVOARM_Close\n";
+const QByteArray kEmptied = "clipboard emptied\n";
 const QByteArray kUnloaded = "library destructors\n";
+const QByteArray kClosed = "RANVOARM_Close\n";
+const QByteArray kWritten = "RANVOARM_WriteMemEx\n" + kClosed;
 const QByteArray kNoLibrary = "Could not open Ranvo shared library. Exiting now.\n";
-
-/// A process with a home of its own.
-class Driven {
-public:
-    Driven(const QString &program, const QByteArray &drive, const QStringList &wrapper = {},
-        const QByteArray &display = {})
-    {
-        QDir(m_home.path()).mkpath(".config");
-        if (drive.contains("device")) {
-            QFile file(m_home.filePath(".config/TOLVEN\\drivenprogramSettings.ini"));
-            if (file.open(QIODevice::WriteOnly))
-                file.write("[CPU]\r\nDevice=\"SIM-M4\"\r\n");
-        }
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("HOME", m_home.path());
-        environment.insert("PELIMO_DRIVE", QString::fromLatin1(drive));
-        if (!display.isEmpty()) {
-            environment.insert("DISPLAY", QString::fromLatin1(display));
-            environment.insert("QT_QPA_PLATFORM", "xcb");
-        }
-        QProcess process;
-        process.setProcessEnvironment(environment);
-        const QStringList command = wrapper + QStringList{program};
-        process.start(command.first(), command.mid(1));
-        hasEnded = process.waitForFinished(kPatienceMs);
-        status = process.exitStatus() == QProcess::NormalExit ? process.exitCode()
-                                                              : -process.exitCode();
-        output = process.readAllStandardOutput();
-        errors = process.readAllStandardError();
-    }
-
-    /// Whether the memory window has saved its settings.
-    [[nodiscard]] bool HasSaved() const
-    {
-        return QFile::exists(m_home.filePath(".config/Unknown Organization/drivenprogram.conf"));
-    }
-
-    bool hasEnded = false;
-    int status = 0; ///< negative: the number of the signal that ended it
-    QByteArray output;
-    QByteArray errors;
-
-private:
-    QTemporaryDir m_home;
-};
+const QByteArray kNoLibraryBox
+    = "box TOLVEN Pelimo V6.54a - Error: Could not open Ranvo shared library.\n";
 
 } // namespace
 
@@ -72,80 +29,77 @@ class ProcessEndTest : public QObject {
 private slots:
     void whateverEndsItItEndsInOrder_data()
     {
-        QTest::addColumn<QByteArray>("drive");
-        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("drive"); // words of programdriver.cpp and of the test below
+        QTest::addColumn<int>("status");    // negative: the number of the signal that ended it
         QTest::addColumn<QByteArray>("output");
-        QTest::addColumn<bool>("isConnected");
-        QTest::newRow("window") << QByteArray("window") << 0 << kWritten + kUnloaded << true;
-        QTest::newRow("SIGTERM") << QByteArray("term") << 0 << kWritten + kUnloaded << true;
-        QTest::newRow("SIGINT") << QByteArray("int") << 0 << kWritten + kUnloaded << true;
-        QTest::newRow("SIGHUP") << QByteArray("hup") << 0 << kWritten + kUnloaded << true;
-        QTest::newRow("SIGTERM over a box")
-            << QByteArray("about term") << 0 << kWritten + kUnloaded << true;
-        QTest::newRow("a second signal") << QByteArray("again int") << -SIGTERM << kWritten << true;
+        const QByteArray all = kWritten + kEmptied + kUnloaded;
+        QTest::newRow("window") << "window" << 0 << all;
+        QTest::newRow("SIGTERM") << "term" << 0 << all;
+        QTest::newRow("SIGINT") << "int" << 0 << all;
+        QTest::newRow("SIGHUP") << "hup" << 0 << all;
+        QTest::newRow("SIGTERM over a box") << "about term" << 0 << all;
+        QTest::newRow("a second signal") << "again RANVOARM_Close int" << -SIGTERM << kWritten;
+        // Else SIGTERM would be the second signal, and deadly.
+        QTest::newRow("an ignored hangup stays ignored") << "nohup hup term" << 0 << all;
         // The library is still at work on a thread of ours: nothing of it is torn down.
-        QTest::newRow("Close hangs") << QByteArray("close window") << 0 << kWritten << true;
-        QTest::newRow("Open hangs")
-            << QByteArray("open term") << 0 << QByteArray("RANVOARM_Close\n") << false;
-        QTest::newRow("the display breaks") << QByteArray("display") << 1 << kWritten << true;
-        QTest::newRow("the display breaks under a box")
-            << QByteArray("about display") << 1 << kWritten << true;
-        QTest::newRow("never connected")
-            << QByteArray("cancel window") << 0 << "RANVOARM_Close\n" + kUnloaded << false;
+        QTest::newRow("Close hangs") << "RANVOARM_Close window" << 0 << kWritten + kEmptied;
+        QTest::newRow("Open hangs") << "RANVOARM_Open term" << 0 << kClosed + kEmptied;
+        QTest::newRow("a check hangs") << "RANVOARM_IsConnected window" << 0 << kClosed + kEmptied;
+        QTest::newRow("the display breaks") << "xvfb display" << 1 << kWritten;
+        QTest::newRow("the display breaks under a box") << "xvfb about display" << 1 << kWritten;
+        QTest::newRow("never connected") << "cancel window" << 0 << kClosed + kEmptied + kUnloaded;
+        // Nothing is loaded for the sake of closing.
+        QTest::newRow("never needed a library") << "alone device cancel window" << 0 << kEmptied;
+        QTest::newRow("no library, noticed by the window") << "alone" << 1 << kNoLibrary;
+        QTest::newRow("no library, noticed by the worker") << "alone device" << 1 << kNoLibrary;
+        QTest::newRow("no library, told by the window")
+            << "alone xvfb" << 1 << kNoLibrary + kNoLibraryBox;
+        QTest::newRow("no library, told by the worker")
+            << "alone device xvfb" << 1 << kNoLibrary + kNoLibraryBox;
     }
 
     void whateverEndsItItEndsInOrder()
     {
-        QFETCH(QByteArray, drive);
+        QFETCH(QString, drive);
         QFETCH(int, status);
-        QFETCH(bool, isConnected);
+        const QTemporaryDir home;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("HOME", home.path());
+        environment.insert("PELIMO_DRIVE", drive);
+        QDir(home.path()).mkpath(".config");
+        if (drive.contains("device")) // else the library is asked for its first
+            PutFile(home.filePath(".config/TOLVEN\\drivenprogramSettings.ini"),
+                "[CPU]\r\nDevice=\"SIM-M4\"\r\n");
         std::optional<OwnDisplay> display;
-        if (drive.contains("display") && display.emplace().Name().isEmpty())
-            QSKIP("there is no Xvfb");
-        const Driven program(DRIVEN_PROGRAM, drive, {}, display ? display->Name() : QByteArray());
-        QVERIFY(program.hasEnded);
-        QTEST(program.output, "output");
-        QCOMPARE(program.status, status);
-        QCOMPARE(program.HasSaved(), isConnected && status >= 0);
-    }
-
-    void anIgnoredHangupStaysIgnored()
-    {
-        // Else SIGTERM would be the second signal, and deadly.
-        const QStringList nohup = {"bash", "-c", "trap '' HUP; exec \"$0\""};
-        const Driven program(DRIVEN_PROGRAM, "hup term", nohup);
-        QCOMPARE(program.output, kWritten + kUnloaded);
-        QCOMPARE(program.status, 0);
-    }
-
-    void withoutALibraryNothingIsLoadedForTheSakeOfClosing()
-    {
-        if (QDir("/opt/TOLVEN/Ranvo").exists())
-            QSKIP("a probe library is installed on this system");
-        const QTemporaryDir folder;
-        const QString alone = folder.filePath("drivenprogram");
-        QVERIFY(QFile::copy(DRIVEN_PROGRAM, alone));
-        const Driven cancelled(alone, "device cancel window");
-        QCOMPARE(cancelled.output, QByteArray());
-        QCOMPARE(cancelled.status, 0);
-        for (const char *const drive : {"none", "device none"}) { // from the window, the worker
-            const Driven program(alone, drive);
-            QVERIFY(program.hasEnded);
-            QCOMPARE(program.output, kNoLibrary);
-            QCOMPARE(program.status, 1);
-            QVERIFY(program.errors.contains(
-                "/opt/TOLVEN/Ranvo/libranvoarm.so.5: cannot open shared object file"));
+        if (drive.contains("xvfb")) {
+            if (display.emplace().Name().isEmpty())
+                QSKIP("there is no Xvfb");
+            environment.insert("DISPLAY", QString::fromLatin1(display->Name()));
+            environment.insert("QT_QPA_PLATFORM", "xcb");
         }
-        const OwnDisplay display;
-        if (display.Name().isEmpty())
-            QSKIP("there is no Xvfb");
-        for (const char *const drive : {"none", "device none"}) {
-            const Driven program(alone, drive, {}, display.Name());
-            QCOMPARE(program.output,
-                kNoLibrary
-                    + "box TOLVEN Pelimo V6.54a - Error: Could not open Ranvo shared library.\n");
-            QCOMPARE(program.status, 1);
+        QStringList command{"bash", "-c", "trap '' HUP; exec \"$0\"", DRIVEN_PROGRAM};
+        if (!drive.contains("nohup"))
+            command = command.last(1);
+        if (drive.contains("alone")) {
+            if (QDir("/opt/TOLVEN/Ranvo").exists())
+                QSKIP("a probe library is installed on this system");
+            command = {home.filePath("drivenprogram")};
+            QVERIFY(QFile::copy(DRIVEN_PROGRAM, command.first()));
         }
+        QProcess process;
+        process.setProcessEnvironment(environment);
+        process.start(command.takeFirst(), command);
+        QVERIFY(process.waitForFinished(kPatienceMs));
+        const QByteArray output = process.readAllStandardOutput();
+        QTEST(output, "output");
+        QCOMPARE(process.exitCode(), std::abs(status));
+        QCOMPARE(process.exitStatus() == QProcess::CrashExit, status < 0);
+        // The memory window has saved its settings.
+        QCOMPARE(QFile::exists(home.filePath(".config/Unknown Organization/drivenprogram.conf")),
+            output.startsWith(kWritten) && status >= 0);
+        QCOMPARE(process.readAllStandardError().contains(
+                     "/opt/TOLVEN/Ranvo/libranvoarm.so.5: cannot open shared object file"),
+            output.startsWith(kNoLibrary));
     }
 };
 

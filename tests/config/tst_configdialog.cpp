@@ -1,33 +1,54 @@
 #include "cdeviceselectiondialog.h"
 #include "configdialog.h"
+#include "connectionrecord.h"
 #include "devicefixture.h"
-#include "recordfixture.h"
 
+#include <QAccessible>
 #include <QApplication>
-#include <QCheckBox>
 #include <QComboBox>
-#include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
-#include <QPointer>
 #include <QPushButton>
-#include <QRadioButton>
-#include <QSignalSpy>
 #include <QTableView>
 #include <QTest>
 
+#include <cstring>
 #include <functional>
+#include <limits>
 #include <memory>
 
 namespace {
 
 /// Stands for the probe library.
 struct FakeLibrary {
-    std::vector<RanvoDeviceInfo> devices;
-    int count = 0;
+    std::vector<RanvoDeviceInfo> devices = MakeDeviceRecords();
+    int count = int(devices.size());
     int brokenIndex = -1;
 } g_library;
+
+/// Interface, byte order, connection, position, speed, largest speed, adaptive.
+using Values = std::array<int, 7>;
+constexpr Values kUsual = {kTargetIfSwd, 0, kConnectModeUsb, 0, 4000, 1, 0};
+
+ConnectionRecord RecordOf(const Values &values)
+{
+    ConnectionRecord record{};
+    record.TargetIF = values[0];
+    record.EndianMode = values[1];
+    record.ConnectMode = values[2];
+    record.DRPre = values[3];
+    record.Speed = values[4];
+    record.UseMaxSpeed = std::uint32_t(values[5]);
+    record.UseAdaptive = std::uint32_t(values[6]);
+    record.InitRegs = record.UseSerialNo = 1;
+    record.USBSerialNo = 4294967295;
+    record.IRPre = -3;
+    record.HostName.fill('h');
+    record.HostName.back() = '\0';
+    qstrncpy(record.Device.data(), "STM32F40", record.Device.size());
+    return record;
+}
 
 } // namespace
 
@@ -37,13 +58,11 @@ extern "C" int RANVOARM_DEVICE_GetInfo(int index, RanvoDeviceInfo *info)
         return g_library.count;
     if (info->sizeOfStruct != RANVO_DEVICE_INFO_SIZE || info->name != nullptr)
         return -1;
-    if (index == g_library.brokenIndex) {
-        std::fill_n(reinterpret_cast<unsigned char *>(info), sizeof *info, 0xA5);
+    if (index == g_library.brokenIndex)
+        std::memset(info, 0xA5, sizeof *info);
+    if (index == g_library.brokenIndex || std::size_t(index) >= g_library.devices.size())
         return -1;
-    }
-    if (static_cast<std::size_t>(index) >= g_library.devices.size())
-        return -1;
-    *info = g_library.devices[static_cast<std::size_t>(index)];
+    *info = g_library.devices[std::size_t(index)];
     return 0;
 }
 
@@ -55,300 +74,277 @@ private slots:
     {
         CustomSpeedText().fill('\0');
         g_library = {};
-        g_library.devices = MakeDeviceRecords();
-        g_library.count = static_cast<int>(g_library.devices.size());
-        m_record = MakeRecord();
-        SetText(&m_record.Device, "STM32F40");
+        m_record = RecordOf(kUsual);
     }
-
     void cleanup() { m_dialog.reset(); }
 
-    void itShowsTheRecord()
+    void aRecordIsShownAndStored_data()
     {
-        m_record.ConnectMode = kConnectModeTcpIp;
-        m_record.TargetIF = kTargetIfJtag;
-        m_record.UseMaxSpeed = 0;
-        m_record.MultipleTargets = 1;
-        m_record.DRPre = 2;
-        m_record.IRPre = 99;
-        m_record.EndianMode = 1;
-        SetText(&m_record.HostName, "probe.example");
-        Open();
-        QCOMPARE(m_dialog->windowTitle(), "Test - Config");
-        QVERIFY(Child<QRadioButton>("pRBtnTCPIP")->isChecked());
-        QCOMPARE(Field("pLineEditIP")->text(), "probe.example");
-        QVERIFY(Field("pLineEditIP")->isVisible());
-        QVERIFY(!Field("pLineEditSN")->isVisible());
-        QCOMPARE(Field("pLineEditDevice")->text(), "STM32F40");
-        QCOMPARE(Box("pComboBoxEndian")->currentText(), "Big Endian");
-        QCOMPARE(Box("pComboBoxTIF")->currentText(), "JTAG");
-        QVERIFY(Child<QRadioButton>("pRBtnFrequency")->isChecked());
-        // 4000 kHz as a stored speed is the custom first entry, beside the listed one.
-        QCOMPARE(Box("pComboBoxFrequency")->currentIndex(), 0);
-        QCOMPARE(Box("pComboBoxFrequency")->currentText(), "4000");
-        QCOMPARE(Box("pComboBoxFrequency")->itemText(21), "4000");
-        QVERIFY(Child<QGroupBox>("pGBoxJTAGTargets")->isChecked());
-        QCOMPARE(Box("pComboBoxDRPre")->currentText(), "2");
-        QCOMPARE(Field("pLineEditIRPre")->text(), "99");
-        QVERIFY(!Child<QGroupBox>("pGBoxMisc")->isVisible());
-        QVERIFY(!Child<QGroupBox>("pGBoxCommandLine")->isVisible());
+        constexpr int kMax = std::numeric_limits<int>::max();
+        QTest::addColumn<Values>("values");
+        QTest::addColumn<Values>("stored");
+        QTest::addColumn<QString>("shown"); // the speed's row and text, then the other choices
+        const auto row = [](const char *name, Values values, Values stored, const char *shown) {
+            QTest::newRow(name) << values << stored << QString(shown);
+        };
+        const auto same = [row](const char *name, Values values, const char *shown) {
+            row(name, values, values, shown);
+        };
+        const char *const first = "0 1, Little Endian, SWD, 0";
+        same("custom row without a text", {1, 0, 1, 0, -1, 0, 0}, "-1 , Little Endian, SWD, 0");
+        same("a listed speed", {1, 0, 1, 0, 5, 0, 0}, "1 5, Little Endian, SWD, 0");
+        same("the last looked for", {1, 0, 1, 0, 10, 0, 0}, "2 10, Little Endian, SWD, 0");
+        same("not looked for, so twice", {1, 0, 1, 0, 20, 0, 0}, "0 20, Little Endian, SWD, 0");
+        same("below zero", {1, 0, 1, 0, -7, 0, 0}, "0 -7, Little Endian, SWD, 0");
+        same("greatest", {1, 0, 1, 0, kMax, 0, 0}, "0 2147483647, Little Endian, SWD, 0");
+        row("no speed", {1, 0, 1, 0, 0, 0, 0}, {1, 0, 1, 0, 4000, 0, 0},
+            "20 4000, Little Endian, SWD, 0");
+        same("largest speed", {1, 0, 1, 0, 77, 1, 0}, "20 4000, Little Endian, SWD, 0");
+        row("adaptive beats it", {0, 0, 1, 0, 77, 1, 1}, {0, 0, 1, 0, 77, 0, 1},
+            "20 4000, Little Endian, JTAG, 0");
+        same("the last of each table", {4, 1, 2, 7, 1, 0, 0}, "0 1, Big Endian, ICSP, 7");
+        row("the interface left out", {2, 0, 1, 0, 1, 0, 0}, {1, 0, 1, 0, 1, 0, 0}, first);
+        row("too much", {99, 2, 3, 8, 1, 0, 0}, {1, 0, 1, 0, 1, 0, 0}, first);
+        row("too little", {-1, -1, -2, -99, 1, 0, 0}, {1, 0, 1, 0, 1, 0, 0}, first);
     }
 
-    void acceptingUntouchedLeavesTheRecordEqual()
+    void aRecordIsShownAndStored()
     {
-        m_record.InitRegs = 1;
-        m_record.UseSerialNo = 1;
-        m_record.USBSerialNo = 4294967295;
-        SetText(&m_record.HostName, std::string(100, 'h'));
-        m_record.ConnectMode = kConnectModeTcpIp;
-        const ConnectionRecord before = m_record;
+        QFETCH(Values, values);
+        QFETCH(Values, stored);
+        m_record = RecordOf(values);
+        const ConnectionRecord wanted = RecordOf(stored);
         Open();
-        // The field shows a part of the long name; walking through it types nothing.
+        QCOMPARE(m_dialog->windowTitle(), "Test - Config");
+        QVERIFY(Field("pLineEditIP")->isVisible() == (wanted.ConnectMode == kConnectModeTcpIp));
+        QVERIFY(!Child<QWidget>("pGBoxMisc")->isVisible());
+        QVERIFY(!Child<QWidget>("pGBoxCommandLine")->isVisible());
+        const QComboBox &speed = *Box("pComboBoxFrequency");
+        QStringList shown{QString::number(speed.currentIndex()) + " " + speed.currentText()};
+        for (const char *const name : {"pComboBoxEndian", "pComboBoxTIF", "pComboBoxDRPre"})
+            shown.append(Box(name)->currentText());
+        QTEST(shown.join(", "), "shown");
+        // The fields show a part of what is stored; walking through them types nothing.
         QTest::keyClick(Field("pLineEditIP"), Qt::Key_Tab);
         m_dialog->_OnLineEditIP();
         Accept();
-        QVERIFY(AreEqual(m_record, before));
+        QCOMPARE(m_record.Speed, wanted.Speed);
+        QCOMPARE(std::memcmp(&m_record, &wanted, sizeof wanted), 0);
+    }
+
+    void aCustomSpeedStaysListedUntilTheProgramEnds()
+    {
+        m_record = RecordOf({1, 0, 1, 0, 777, 0, 0});
+        Open();
+        m_record = RecordOf({1, 0, 1, 0, 5, 0, 0});
+        Open();
+        QCOMPARE(Box("pComboBoxFrequency")->itemText(0), "777");
+        Choose("pComboBoxFrequency", 0);
+        Accept();
+        QCOMPARE(m_record.Speed, 777);
     }
 
     void everyChoiceReachesTheRecord()
     {
         Open(kShowMiscSettings | kShowCommandLine | kHandleScanChain);
-        Child<QCheckBox>("pCheckBoxSerialNo")->click();
-        Type("pLineEditSN", "28100001");
+        Press("pCheckBoxSerialNo");
+        QVERIFY(!Field("pLineEditSN")->isEnabled());
+        QVERIFY(OptionString().startsWith("-select USB -device STM32F40 -endian little -if SWD "));
+        Press("pCheckBoxSerialNo");
+        Type("pLineEditSN", "2x8-1+0\"0 001"); // a number alone
         Choose("pComboBoxTIF", 0);
         Choose("pComboBoxEndian", 1);
-        Child<QRadioButton>("pRBtnFrequency")->click();
+        Press("pRBtnAdaptiveClock");
+        QVERIFY(OptionString().endsWith(" -speed adaptive -ir -noLocalhostOnly"));
+        Press("pRBtnFrequency");
         Choose("pComboBoxFrequency", 1);
-        Child<QCheckBox>("pCheckBoxInitRegs")->click();
-        Child<QCheckBox>("pCheckBoxLocalhost")->click();
-        Child<QGroupBox>("pGBoxJTAGTargets")->setChecked(true);
+        Press("pCheckBoxInitRegs");
+        Press("pCheckBoxLocalhost");
+        m_dialog->_OnGBoxJTAGTargets(true);
         Choose("pComboBoxDRPre", 3);
         QCOMPARE(Field("pLineEditIRPre")->text(), "12");
         Type("pLineEditIRPre", "9");
-        QCOMPARE(Child<QPlainTextEdit>("pTextCommandLine")->toPlainText(),
-            "-select USB=28100001 -device STM32F40 -endian big -if JTAG -speed 5 -ir "
+        QCOMPARE(OptionString(),
+            "-select USB=28100001 -device STM32F40 -endian big -if JTAG -speed 5 -noir "
             "-LocalhostOnly");
         Accept();
-        QCOMPARE(m_record.UseSerialNo, 1U);
-        QCOMPARE(m_record.USBSerialNo, 28100001U);
-        QCOMPARE(m_record.TargetIF, kTargetIfJtag);
-        QCOMPARE(m_record.EndianMode, 1);
-        QCOMPARE(m_record.UseMaxSpeed, 0U);
-        QCOMPARE(m_record.Speed, 5);
-        QCOMPARE(m_record.InitRegs, 0U);
-        QCOMPARE(m_record.LocalhostOnly, 1U);
-        QCOMPARE(m_record.MultipleTargets, 1U);
-        QCOMPARE(m_record.DRPre, 3);
-        QCOMPARE(m_record.IRPre, 9);
+        ConnectionRecord wanted = RecordOf({kTargetIfJtag, 1, kConnectModeUsb, 3, 5, 0, 0});
+        wanted.LocalhostOnly = wanted.MultipleTargets = 1; // InitRegs stays
+        wanted.USBSerialNo = 28100001;
+        wanted.IRPre = 9;
+        QCOMPARE(std::memcmp(&m_record, &wanted, sizeof wanted), 0);
+
+        m_record.Speed = -1;
+        Open();
+        Press("pRBtnTCPIP");
+        QVERIFY(OptionString().startsWith("-select IP=" + QString(62, 'h') + " -device STM32F40"));
+        Field("pLineEditIP")->clear();
+        m_dialog->_OnLineEditIP();
+        QVERIFY(OptionString().startsWith("-select IP -device STM32F40"));
+        QVERIFY(OptionString().contains(" -speed  -ir")); // the custom row without a text
+        Press("pRBtnAutoSel");
+        QVERIFY(OptionString().contains(" -speed auto -ir"));
+        Press("pRBtnUSB");
+        Type("pLineEditSN", "42949672950");    // one digit too many
+        Field("pLineEditIRPre")->setText("-"); // what is no number reads 0
+        Accept();
+        QCOMPARE(m_record.USBSerialNo, 4294967295U);
+        QCOMPARE(m_record.IRPre, 0);
+    }
+
+    void nothingTypedIsLost_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("kept");
+        QTest::addColumn<QList<int>>("keys");
+        QTest::addColumn<int>("mode"); // the connection that is chosen then
+        constexpr int kOk = int(Qt::ALT) | Qt::Key_O;
+        const auto ok = [](const char *name, const QString &typed, const QString &kept) {
+            QTest::newRow(name) << typed << kept << QList<int>{kOk} << kConnectModeTcpIp;
+        };
+        ok("OK", "  a.example ", "a.example");
+        QTest::newRow("Enter") << "e"
+                               << "e" << QList<int>{Qt::Key_Return} << kConnectModeTcpIp;
+        QTest::newRow("by way of USB")
+            << "usb"
+            << "usb" << QList<int>{int(Qt::ALT) | Qt::Key_U, kOk} << kConnectModeUsb;
+        ok("what would end its line or its quotes", "a\"\r\n[TIF]\x7F\tb", "a[TIF]b");
+        ok("too long", QString(10000, 'x'), QString(127, 'x'));
+        ok("a letter across the bound", QString(126, 'x') + u'\u00E4', QString(126, 'x'));
+        ok("many of them", QString(5000, u'\u00E4'), QString(63, u'\u00E4'));
     }
 
     void nothingTypedIsLost()
     {
-        using Way = void (*)(ConfigDialogTest &, QLineEdit *);
-        const std::pair<Way, int> ways[] = {// and the connection that is chosen then
-            {[](ConfigDialogTest &t, QLineEdit *) {
-                 QTest::mouseClick(t.Child<QPushButton>("pPBtnOK"), Qt::LeftButton);
-             },
-                kConnectModeTcpIp},
-            {[](ConfigDialogTest &, QLineEdit *field) { QTest::keyClick(field, Qt::Key_Return); },
-                kConnectModeTcpIp},
-            {[](ConfigDialogTest &t, QLineEdit *) {
-                 QTest::keyClick(t.m_dialog.get(), Qt::Key_O, Qt::AltModifier);
-             },
-                kConnectModeTcpIp},
-            {[](ConfigDialogTest &t, QLineEdit *field) {
-                 QTest::keyClick(field, Qt::Key_U, Qt::AltModifier);
-                 QTest::keyClick(t.m_dialog.get(), Qt::Key_O, Qt::AltModifier);
-             },
-                kConnectModeUsb}};
-        for (const auto &[way, mode] : ways) {
-            m_record.ConnectMode = kConnectModeTcpIp;
-            m_record.HostName.fill('\0');
-            Open();
-            QLineEdit *field = Field("pLineEditIP");
-            field->setFocus();
-            QTest::keyClicks(field, "typed.example");
-            way(*this, field);
-            QTRY_COMPARE(m_dialog->result(), int(QDialog::Accepted));
-            QCOMPARE(m_record.HostName.data(), "typed.example");
-            QCOMPARE(m_record.ConnectMode, mode);
-        }
+        QFETCH(QString, typed);
+        QFETCH(QList<int>, keys);
+        m_record.ConnectMode = kConnectModeTcpIp;
+        Open();
+        Field("pLineEditIP")->setFocus();
+        Field("pLineEditIP")->setText(typed);
+        for (const int key : keys)
+            QTest::keySequence(QApplication::focusWidget(), QKeySequence(key));
+        QTRY_COMPARE(m_dialog->result(), int(QDialog::Accepted));
+        QTEST(QString::fromUtf8(m_record.HostName.data()), "kept");
+        QVERIFY(!QByteArray(m_record.HostName.data(), 128).contains('h')); // nothing behind it
+        QTEST(m_record.ConnectMode, "mode");
     }
 
-    void aHostNameIsEditedAsAWholeAndTrimmed()
+    void aLongHostNameIsEditedAsAWhole()
     {
-        const QString longName = QString(50, 'a') + QString(50, 'b');
+        const QString longName(127, 'h');
         m_record.ConnectMode = kConnectModeTcpIp;
-        SetText(&m_record.HostName, longName.toStdString());
         Open();
-        QLineEdit *field = Field("pLineEditIP");
+        QLineEdit *const field = Field("pLineEditIP");
         Child<QPushButton>("pPBtnCancel")->setFocus();
         QCOMPARE(field->text(), longName.left(63));
         field->setFocus();
         QCOMPARE(field->text(), longName);
         QTest::keyClick(field, Qt::Key_End);
+        QTest::keyClick(field, Qt::Key_Backspace);
         QTest::keyClicks(field, "c");
+        InModal([](QWidget *box) { box->findChild<QPushButton *>()->click(); });
+        Press("pPBtnIPInfo");
         Child<QPushButton>("pPBtnOK")->setFocus();
         QCOMPARE(field->text(), longName.left(63));
         Accept();
-        QCOMPARE(QString(m_record.HostName.data()), longName + "c");
-        Open();
-        Type("pLineEditIP", "  probe.example ");
-        QCOMPARE(Field("pLineEditIP")->text(), "probe.example");
-        Accept();
-        QCOMPARE(m_record.HostName.data(), "probe.example");
+        QCOMPARE(QString(m_record.HostName.data()), longName.left(126) + "c");
     }
 
-    void adaptiveClockingIsForJtagAlone()
+    void switchingMovesNothingThatStays()
     {
         Open();
-        auto *const adaptive = Child<QRadioButton>("pRBtnAdaptiveClock");
-        QVERIFY(!adaptive->isEnabled());
-        Choose("pComboBoxTIF", 0);
-        QVERIFY(adaptive->isEnabled());
-        adaptive->click();
-        for (const int interface : {1, 2, 3}) {
-            Choose("pComboBoxTIF", 0);
-            adaptive->click();
-            Choose("pComboBoxTIF", interface);
-            QVERIFY(!adaptive->isEnabled() && Child<QRadioButton>("pRBtnAutoSel")->isChecked());
-        }
-        Accept();
-        QCOMPARE(m_record.UseAdaptive, 0U);
-        QCOMPARE(m_record.UseMaxSpeed, 1U);
-    }
-
-    void numberFieldsTakeNumbersOnly()
-    {
-        m_record.UseSerialNo = m_record.MultipleTargets = 1;
-        m_record.TargetIF = kTargetIfJtag;
-        m_record.USBSerialNo = 77;
-        m_record.IRPre = 5;
-        Open();
-        QLineEdit *field = Field("pLineEditSN");
-        field->selectAll();
-        QTest::keyClicks(field, "4x2-9+4\"967 2950");
-        QCOMPARE(field->text(), "4294967295"); // one digit more would be too much
-        Field("pLineEditIRPre")->setText("-"); // what is no number reads 0
-        Accept();
-        QCOMPARE(m_record.USBSerialNo, 4294967295U);
-        QCOMPARE(m_record.IRPre, 0);
-        Open();
-        Field("pLineEditSN")->clear();
-        Accept();
-        QCOMPARE(m_record.USBSerialNo, 0U);
-    }
-
-    void aBrokenDeviceListHarmsNothing()
-    {
-        const std::array<int, 3> lists[] = {// count, the record that cannot be read, rows shown
-            {-5, -1, 1}, {0, -1, 1}, {std::numeric_limits<int>::max(), -1, 32769}, {7, 1, 8}};
-        for (const auto &[count, brokenIndex, shownRows] : lists) {
-            g_library.count = count;
-            g_library.brokenIndex = brokenIndex;
-            Open();
-            int rows = -1;
-            InModal([&](QWidget *dialog) {
-                rows = dialog->findChild<QTableView *>()->model()->rowCount();
-                qobject_cast<CDeviceSelectionDialog *>(dialog)->OnButtonRejectClicked();
-            });
-            m_dialog->_OnPBtnSelTarget();
-            QCOMPARE(rows, shownRows);
-            QCOMPARE(Field("pLineEditDevice")->text(), "STM32F40");
-        }
-    }
-
-    void switchingNeverMovesWhatStays()
-    {
-        Open();
-        const QRect ok = Child<QPushButton>("pPBtnOK")->geometry();
+        const QRect ok = Child<QWidget>("pPBtnOK")->geometry();
         const QSize size = m_dialog->size();
-        Child<QRadioButton>("pRBtnTCPIP")->click();
+        Press("pRBtnTCPIP");
         QCOMPARE(m_dialog->size(), size);
-        QVERIFY(!Child<QCheckBox>("pCheckBoxSerialNo")->isVisible());
-        Child<QRadioButton>("pRBtnUSB")->click();
-        Choose("pComboBoxTIF", 0);
-        Choose("pComboBoxDRPre", 6);
-        QVERIFY(Child<QGroupBox>("pGBoxJTAGTargets")->isVisible());
-        QCOMPARE(m_dialog->width(), size.width());
-        Choose("pComboBoxTIF", 1);
-        QVERIFY(!Child<QGroupBox>("pGBoxJTAGTargets")->isVisible());
-        QCOMPARE(m_dialog->size(), size);
-        QTRY_COMPARE(Child<QPushButton>("pPBtnOK")->geometry(), ok);
-        Choose("pComboBoxTIF", 0);
-        QCOMPARE(Field("pLineEditIRPre")->text(), "24");
-    }
-
-    void theChosenDeviceBringsItsByteOrder()
-    {
-        Open();
-        QString preselected;
-        InModal([&](QWidget *dialog) {
-            preselected = dialog->findChild<QLabel *>("pLabelSelectedDevice")->text();
-            qobject_cast<CDeviceSelectionDialog *>(dialog)->SelectDevice("RX610 big");
-            dialog->findChild<QPushButton *>()->click();
-        });
-        QTest::mouseClick(Child<QPushButton>("pPBtnSelTarget"), Qt::LeftButton);
-        QCOMPARE(preselected, "STM32F40");
-        QCOMPARE(Field("pLineEditDevice")->text(), "RX610 big");
-        QCOMPARE(Box("pComboBoxEndian")->currentText(), "Big Endian");
-
-        // A device without a name changes nothing, and neither does a cancelled choice.
-        InModal([](QWidget *dialog) {
-            auto *selection = qobject_cast<CDeviceSelectionDialog *>(dialog);
-            selection->SelectDevice("");
-            selection->OnButtonAcceptClicked();
-        });
-        m_dialog->_OnPBtnSelTarget();
-        InModal([](QWidget *dialog) {
-            qobject_cast<CDeviceSelectionDialog *>(dialog)->OnButtonRejectClicked();
-        });
-        m_dialog->_OnPBtnSelTarget();
+        QVERIFY(!Child<QWidget>("pCheckBoxSerialNo")->isVisible());
+        Press("pRBtnUSB");
+        for (const int interface : {1, 2, 3}) {
+            QVERIFY(!Child<QWidget>("pRBtnAdaptiveClock")->isEnabled()); // it is for JTAG alone
+            Choose("pComboBoxTIF", 0);
+            Press("pRBtnAdaptiveClock");
+            Choose("pComboBoxDRPre", 6);
+            QVERIFY(Child<QWidget>("pGBoxJTAGTargets")->isVisible());
+            QCOMPARE(m_dialog->width(), size.width());
+            Choose("pComboBoxTIF", interface);
+            QVERIFY(!Child<QWidget>("pGBoxJTAGTargets")->isVisible());
+            QCOMPARE(m_dialog->size(), size);
+            QTRY_COMPARE(Child<QWidget>("pPBtnOK")->geometry(), ok);
+        }
         Accept();
-        QCOMPARE(QByteArray(m_record.Device.data()), "RX610 big");
-        QCOMPARE(m_record.EndianMode, 1);
+        QVERIFY(m_record.UseAdaptive == 0 && m_record.UseMaxSpeed == 1);
+        QCOMPARE(m_record.IRPre, 24);
     }
 
-    void theInformationBoxOpensAndCloses()
+    void aDeviceIsChosenFromWhateverTheLibraryLists_data()
     {
-        m_record.ConnectMode = kConnectModeTcpIp;
+        QTest::addColumn<int>("count");
+        QTest::addColumn<int>("brokenIndex");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("chosen"); // rows shown, device, byte order
+        const auto row = [](const char *name, int count, int brokenIndex, const QString &device,
+                             const char *chosen) {
+            QTest::newRow(name) << count << brokenIndex << device << QString(chosen);
+        };
+        row("big-endian", 7, -1, "RX610 big", "8, RX610 big, 1");
+        row("without a name", 7, -1, "", "8, STM32F40, 0");
+        row("none", 7, -1, {}, "8, STM32F40, 0");
+        row("less than nothing", -5, -1, {}, "1, STM32F40, 0");
+        row("more than all memory", std::numeric_limits<int>::max(), -1, {}, "32769, STM32F40, 0");
+        row("another cannot be read", 7, 1, "STM32F407IG", "8, STM32F407IG, 0");
+    }
+
+    void aDeviceIsChosenFromWhateverTheLibraryLists()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, count);
+        QFETCH(int, brokenIndex);
+        g_library.count = count;
+        g_library.brokenIndex = brokenIndex;
         Open();
-        QPointer<QWidget> box;
-        InModal([&](QWidget *dialog) {
-            box = dialog;
-            QCOMPARE(dialog->windowTitle(), "IP information");
-            dialog->findChild<QPushButton *>()->click();
+        int rows = -1;
+        QString preselected;
+        InModal([&](QWidget *modal) {
+            auto *const dialog = qobject_cast<CDeviceSelectionDialog *>(modal);
+            preselected = dialog->findChild<QLabel *>("pLabelSelectedDevice")->text();
+            rows = dialog->findChild<QTableView *>()->model()->rowCount();
+            dialog->SelectDevice(name);
+            name.isNull() ? dialog->OnButtonRejectClicked() : dialog->OnButtonAcceptClicked();
         });
-        QTest::keyClicks(Field("pLineEditIP"), "kept");
-        Child<QPushButton>("pPBtnIPInfo")->click();
-        QTRY_VERIFY(box.isNull());
-        QCOMPARE(Field("pLineEditIP")->text(), "kept");
+        Press("pPBtnSelTarget");
+        QCOMPARE(preselected, count > 0 ? "STM32F40" : "");
+        Accept();
+        QTEST(QString("%1, %2, %3").arg(rows).arg(m_record.Device.data()).arg(m_record.EndianMode),
+            "chosen");
     }
 
-    void everyControlHasANameAndAPlaceInTheTabOrder()
+    void everyControlHasAPlaceInTheTabOrderAndANameOfItsOwn()
     {
-        m_record.TargetIF = kTargetIfJtag;
-        m_record.UseSerialNo = 1;
-        m_record.UseMaxSpeed = 0;
+        m_record = RecordOf({kTargetIfJtag, 0, kConnectModeUsb, 0, 5, 0, 0});
         m_record.MultipleTargets = 1;
         Open();
-        QStringList order;
-        QWidget *first = Child<QRadioButton>("pRBtnUSB");
+        QWidget *const first = Child<QWidget>("pRBtnUSB");
         first->setFocus();
+        QStringList order;
         do {
-            const QWidget *focus = QApplication::focusWidget();
-            const auto *button = qobject_cast<const QAbstractButton *>(focus);
-            QVERIFY2(!focus->accessibleName().isEmpty() || (button && !button->text().isEmpty())
-                    || qobject_cast<const QGroupBox *>(focus),
-                qPrintable(focus->objectName()));
-            order.append(focus->objectName());
-            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            QWidget *const focus = QApplication::focusWidget();
+            const auto *const spoken = QAccessible::queryAccessibleInterface(focus);
+            QString name = spoken->text(QAccessible::Name);
+            if (spoken->role() == QAccessible::ComboBox) // whose name is what is chosen
+                name
+                    = spoken->relations(QAccessible::Label).value(0).first->text(QAccessible::Name);
+            order.append(focus->objectName() + "=" + name);
+            QTest::keyClick(focus, Qt::Key_Tab);
         } while (QApplication::focusWidget() != first && order.size() < 50);
         QCOMPARE(order,
-            QStringList({"pRBtnUSB", "pCheckBoxSerialNo", "pLineEditSN", "pLineEditDevice",
-                "pPBtnSelTarget", "pComboBoxEndian", "pComboBoxTIF", "pRBtnFrequency",
-                "pComboBoxFrequency", "pGBoxJTAGTargets", "pComboBoxDRPre", "pLineEditIRPre",
-                "pPBtnOK", "pPBtnCancel"}));
+            QStringList(
+                {"pRBtnUSB=USB", "pCheckBoxSerialNo=Serial No.", "pLineEditSN=Serial number",
+                    "pLineEditDevice=Target device", "pPBtnSelTarget=Select target device",
+                    "pComboBoxEndian=Byte order", "pComboBoxTIF=Target interface",
+                    "pRBtnFrequency=Fixed", "pComboBoxFrequency=Interface speed in kHz",
+                    "pGBoxJTAGTargets=Scan chain with multiple devices", "pComboBoxDRPre=Position",
+                    "pLineEditIRPre=IRPre", "pPBtnOK=OK", "pPBtnCancel=Cancel"}));
     }
 
 private:
@@ -361,7 +357,7 @@ private:
 
     void Accept()
     {
-        Child<QPushButton>("pPBtnOK")->click();
+        Press("pPBtnOK");
         QCOMPARE(m_dialog->result(), int(QDialog::Accepted));
     }
 
@@ -371,6 +367,10 @@ private:
         QMetaObject::invokeMethod(
             this, [act] { act(QApplication::activeModalWidget()); }, Qt::QueuedConnection);
     }
+
+    QString OptionString() { return Child<QPlainTextEdit>("pTextCommandLine")->toPlainText(); }
+
+    void Press(const char *name) { Child<QAbstractButton>(name)->click(); }
 
     void Choose(const char *name, int row)
     {

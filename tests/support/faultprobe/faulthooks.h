@@ -7,8 +7,9 @@
 /// Takes the place of single functions of the probe library. A null hook: the simulated target
 /// answers. Set and cleared by the test while calls may be under way, hence atomic.
 struct FaultHooks {
-    /// Called first in every function, with its name; any thread.
-    std::atomic<void (*)(const char *function)> onCall;
+    /// Called first in every function, with its name, prefix included, and the numbers and texts
+    /// that it is given, with blanks between them; any thread.
+    std::atomic<void (*)(const char *call)> onCall;
     /// Called when the library is taken down at the end of the process.
     std::atomic<void (*)()> onUnload;
     std::atomic<decltype(&RANVOARM_Open)> Open;

@@ -4,6 +4,8 @@
 #include "faulthooks.h"
 
 #include <cstdlib>
+#include <string>
+#include <type_traits>
 
 #include <dlfcn.h>
 
@@ -26,21 +28,35 @@ void *RealFunction(const char *name)
     return function;
 }
 
-template <typename Function> Function Chosen(const std::atomic<Function> &hook, const char *name)
+/// What the library is told: buffers that it fills, or takes memory from, are left out.
+template <typename Argument> std::string Told([[maybe_unused]] Argument argument)
+{
+    if constexpr (std::is_integral_v<Argument>)
+        return ' ' + std::to_string(argument);
+    else if constexpr (std::is_same_v<Argument, const char *>)
+        return std::string(" ") + argument;
+    else
+        return {};
+}
+
+template <typename Result, typename... Arguments>
+Result Call(const std::atomic<Result (*)(Arguments...)> &hook, const std::string &name,
+    Arguments... arguments)
 {
     if (const auto onCall = g_hooks.onCall.load())
-        onCall(name);
-    const Function chosen = hook.load();
-    return chosen != nullptr ? chosen : reinterpret_cast<Function>(RealFunction(name));
+        onCall((name + ... + Told(arguments)).c_str());
+    const auto chosen = hook.load();
+    const auto real = reinterpret_cast<Result (*)(Arguments...)>(RealFunction(name.c_str()));
+    return chosen != nullptr ? chosen(arguments...) : real(arguments...);
 }
 
 } // namespace
 
 #define FAULT_EXPORT extern "C" __attribute__((visibility("default")))
-#define FAULT_FUNCTION(result, name, parameters, arguments)                                        \
+#define FAULT_FUNCTION(result, name, parameters, ...)                                              \
     FAULT_EXPORT result RANVOARM_##name parameters                                                 \
     {                                                                                              \
-        return Chosen(g_hooks.name, "RANVOARM_" #name) arguments;                                  \
+        return Call(g_hooks.name, "RANVOARM_" #name __VA_OPT__(, ) __VA_ARGS__);                   \
     }
 
 FAULT_EXPORT FaultHooks *FAULT_TheHooks()
@@ -52,26 +68,25 @@ FAULT_EXPORT void *FAULT_TheRealFunction(const char *name)
     return RealFunction(name);
 }
 
-FAULT_FUNCTION(const char *, Open, (), ())
-FAULT_FUNCTION(void, Close, (), ())
-FAULT_FUNCTION(signed char, IsConnected, (), ())
-FAULT_FUNCTION(int, SelectIP, (const char *host, int port), (host, port))
-FAULT_FUNCTION(int, SelectUSB, (int index), (index))
-FAULT_FUNCTION(int, EMU_SelectByUSBSN, (uint32_t serialNumber), (serialNumber))
-FAULT_FUNCTION(
-    int, ExecCommand, (const char *command, char *reply, int size), (command, reply, size))
-FAULT_FUNCTION(int, SetEndian, (int endianMode), (endianMode))
-FAULT_FUNCTION(int, TIF_Select, (int targetInterface), (targetInterface))
-FAULT_FUNCTION(int, ConfigJTAG, (int irPre, int drPre), (irPre, drPre))
-FAULT_FUNCTION(int, SetSpeed, (uint32_t speedKHz), (speedKHz))
-FAULT_FUNCTION(int, SetMaxSpeed, (), ())
-FAULT_FUNCTION(int, Connect, (), ())
-FAULT_FUNCTION(void, GetIdData, (void *idData), (idData))
-FAULT_FUNCTION(int, GetSpeed, (), ())
-FAULT_FUNCTION(uint32_t, GetHardwareVersion, (), ())
+FAULT_FUNCTION(const char *, Open, ())
+FAULT_FUNCTION(void, Close, ())
+FAULT_FUNCTION(signed char, IsConnected, ())
+FAULT_FUNCTION(int, SelectIP, (const char *host, int port), host, port)
+FAULT_FUNCTION(int, SelectUSB, (int index), index)
+FAULT_FUNCTION(int, EMU_SelectByUSBSN, (uint32_t serialNumber), serialNumber)
+FAULT_FUNCTION(int, ExecCommand, (const char *command, char *reply, int size), command, reply, size)
+FAULT_FUNCTION(int, SetEndian, (int endianMode), endianMode)
+FAULT_FUNCTION(int, TIF_Select, (int targetInterface), targetInterface)
+FAULT_FUNCTION(int, ConfigJTAG, (int irPre, int drPre), irPre, drPre)
+FAULT_FUNCTION(int, SetSpeed, (uint32_t speedKHz), speedKHz)
+FAULT_FUNCTION(int, SetMaxSpeed, ())
+FAULT_FUNCTION(int, Connect, ())
+FAULT_FUNCTION(void, GetIdData, (void *idData), idData)
+FAULT_FUNCTION(int, GetSpeed, ())
+FAULT_FUNCTION(uint32_t, GetHardwareVersion, ())
 FAULT_FUNCTION(int, ReadMemEx, (uint32_t address, uint32_t count, void *data, uint32_t accessWidth),
-    (address, count, data, accessWidth))
+    address, count, data, accessWidth)
 FAULT_FUNCTION(int, WriteMemEx,
-    (uint32_t address, uint32_t count, const void *data, uint32_t accessWidth),
-    (address, count, data, accessWidth))
-FAULT_FUNCTION(int, DEVICE_GetInfo, (int index, RanvoDeviceInfo *info), (index, info))
+    (uint32_t address, uint32_t count, const void *data, uint32_t accessWidth), address, count,
+    data, accessWidth)
+FAULT_FUNCTION(int, DEVICE_GetInfo, (int index, RanvoDeviceInfo *info), index, info)
