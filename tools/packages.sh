@@ -4,7 +4,7 @@
 build_packages="cmake ninja-build g++ qt6-base-dev qt6-svg-dev libgl-dev libpugixml-dev"
 runtime_packages="libqt6svg6 fonts-dejavu-core"
 headless_packages="xvfb xdotool imagemagick x11-utils"
-test_packages="xvfb xclip gdbserver openocd procps qemu-system-mips qemu-system-misc"
+test_packages="xvfb gdbserver openocd procps qemu-system-mips qemu-system-misc"
 check_packages="python3 clang lld clang-format clang-tidy cppcheck libclang-rt-14-dev libbenchmark-dev valgrind ccache"
 
 # need_packages PACKAGE...: says what is missing and installs it, with sudo when not root.
