@@ -4,7 +4,7 @@
 build_packages="cmake ninja-build g++ qt6-base-dev qt6-svg-dev libgl-dev libpugixml-dev"
 runtime_packages="libqt6svg6 fonts-dejavu-core"
 headless_packages="xvfb xdotool imagemagick x11-utils"
-test_packages="xvfb xclip gdbserver openocd procps qemu-system-arm qemu-system-mips qemu-system-misc weston qt6-wayland imagemagick"
+test_packages="xvfb gdbserver openocd procps qemu-system-arm qemu-system-mips qemu-system-misc weston qt6-wayland imagemagick"
 # The benchmarks count instructions under valgrind, with its header.
 bench_packages="libbenchmark-dev valgrind"
 # The compilers of the firmwares are here too: the suite then builds them anew and compares.

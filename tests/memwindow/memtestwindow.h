@@ -7,20 +7,42 @@
 #include "cmemdialog.h"
 #include "faketarget.h"
 #include "paintrecorder.h"
+#include "tablerows.h"
+#include "testfile.h"
 
 #include <QAction>
+#include <QClipboard>
+#include <QDialogButtonBox>
+#include <QInputDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QMimeData>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QScrollBar>
 #include <QSettings>
-#include <QtTest>
 
+#include <functional>
 #include <memory>
 
-/// A memory window of 16 bytes a row over a fake target, on a first start, and what a user does
-/// with it and sees of it.
+inline constexpr std::uint64_t kBase = 0x2000'0000;
+inline constexpr const char *kBinary = "application/octet-stream";
+
+/// Calls something once whatever is opened now has its event loop running.
+inline void WhenOpen(const std::function<void()> &then)
+{
+    QTimer::singleShot(0, qApp, then);
+}
+
+/// A memory window on a first start, at kBase of a fake target with the bytes 00 01 02 ... there:
+/// 16 bytes a row, 20 rows and three pixels of one more. What a user does with it and sees of it.
 struct MemTestWindow {
     struct FirstStart {
-        FirstStart() { QSettings().clear(); }
+        FirstStart()
+        {
+            QSettings().clear();
+            QGuiApplication::clipboard()->clear();
+        }
     } firstStart;
     FakeTarget target;
     std::unique_ptr<CHexEditor> owner = std::make_unique<CHexEditor>();
@@ -30,26 +52,28 @@ struct MemTestWindow {
     CEditOverlay *overlay = window.findChild<CEditOverlay *>();
     QComboBox *addressBox = window.findChild<QComboBox *>("pEditBoxAddr");
     QComboBox *rates = window.findChild<QComboBox *>("pRefreshBox");
-    int widthPx = 0; // of a character cell
-    int heightPx = 0;
+    int widthPx = view->fontMetrics().horizontalAdvance(u'0'); // of a character cell
+    int heightPx = view->fontMetrics().height();
     bool bigEndian = false;
 
     MemTestWindow()
     {
+        for (std::uint64_t i = 0; i < 4096; ++i)
+            target.Set(kBase + i, std::uint8_t(i));
         window.SetCallbacks(target.Callbacks());
         window.SetFeatureFlags(kFeatureRefresh | kFeatureLoad | kFeatureAccessWidth);
         window.resize(900, 400);
         window.show();
         window.activateWindow();
         view->setFocus();
-        QApplication::processEvents();
-        heightPx = view->fontMetrics().height();
-        widthPx = view->fontMetrics().horizontalAdvance(u'0');
+        window.resize(window.size() + QSize(118 * widthPx, 20 * heightPx + 3) - view->size());
+        GoTo(kBase);
     }
 
     /// Jumps and forgets the reads so far.
     void GoTo(std::uint64_t address)
     {
+        QApplication::processEvents();
         window.GoTo(address, true, false);
         QApplication::processEvents();
         target.reads.clear();
@@ -72,17 +96,25 @@ struct MemTestWindow {
             QApplication::processEvents();
         }
     }
+    /// As often, while the byte @30 changes.
+    void TickAndChange(int times)
+    {
+        for (; times > 0; --times) {
+            target.Set(kBase + 0x30, std::uint8_t(times));
+            Tick();
+        }
+        target.reads.clear();
+    }
 
     void Key(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
     {
         QTest::keyClick(view, key, modifiers);
     }
-    void Wheel(int units)
+    static void WheelOver(QWidget *widget, int units)
     {
-        const QPointF position(50, 50);
-        QWheelEvent event(position, view->viewport()->mapToGlobal(position), {}, {0, units},
-            Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(view->viewport(), &event);
+        QWheelEvent event({5, 5}, widget->mapToGlobal(QPointF(5, 5)), {}, {0, units}, Qt::NoButton,
+            Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(widget, &event);
     }
     void Mouse(QEvent::Type type, QPoint position, Qt::KeyboardModifiers modifiers = {})
     {
@@ -92,7 +124,6 @@ struct MemTestWindow {
             type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton, modifiers);
         QApplication::sendEvent(view->viewport(), &event);
     }
-
     /// Where the window's bytes stand, worked out from its size alone.
     CellMap Cells()
     {
@@ -125,24 +156,37 @@ struct MemTestWindow {
             Mouse(QEvent::MouseMove, ByteCentre(to) + QPoint(offset, 0));
         Mouse(QEvent::MouseButtonRelease, ByteCentre(to));
     }
+    /// @param toEdit  the keys go to the edit field itself, as an assistive program sends them
+    void EnterAddress(const QString &text, bool toEdit = false)
+    {
+        addressBox->setFocus();
+        addressBox->lineEdit()->selectAll();
+        QWidget *const receiver
+            = toEdit ? static_cast<QWidget *>(addressBox->lineEdit()) : QApplication::focusWidget();
+        QTest::keyClicks(receiver, text);
+        QTest::keyClick(receiver, Qt::Key_Return);
+    }
+    static void PutOnClipboard(const QString &type, const QByteArray &bytes)
+    {
+        auto *data = new QMimeData;
+        data->setData(type, bytes);
+        QGuiApplication::clipboard()->setMimeData(data);
+    }
 
-    /// The texts that the rows are painted with, changed bytes and the cursor in their places.
+    /// The rows as a reader sees them, from all the texts that are drawn.
     QStringList Rows() const
     {
         QStringList rows;
         for (const PaintRecorder::Text &text : PaintRecorder::Record(*view->viewport())) {
             const int row = int(text.baseline.y()) / heightPx;
             const int column = (int(text.baseline.x()) - 2) / widthPx;
-            rows.resize(std::max(int(rows.size()), row + 1));
-            rows[row] = rows[row].leftJustified(column + int(text.text.size()));
-            rows[row].replace(column, text.text.size(), text.text);
+            rows.resize(std::max<qsizetype>(rows.size(), row + 1));
+            rows[row]
+                = rows[row].leftJustified(column).replace(column, text.text.size(), text.text);
         }
         return rows;
     }
-    QString Row(int row) const
-    {
-        return Rows().value(row, QStringLiteral("<no such row>")).trimmed();
-    }
+    QString Row(int row) const { return Rows().value(row).trimmed(); }
     /// The digits of the item at an address.
     QString Item(std::uint64_t address)
     {
@@ -151,14 +195,34 @@ struct MemTestWindow {
             .mid(cells.ItemColumn(address), 2 * window.BytesPerItem());
     }
     PageRange LastRead() const { return {target.reads.back().address, target.reads.back().length}; }
-    /// "address:bytes" for each write since the last look.
+    /// A number as scripts write it: @34 is 0x34 behind kBase.
+    static QString HexText(std::uint64_t number)
+    {
+        const bool isNear = number - kBase < 0x1000;
+        return (isNear ? "@" : "")
+            + QString::number(isNear ? number - kBase : number, 16).toUpper();
+    }
+    /// "address:bytes" for each write since the last look, with its width and zone if it has them.
     QString TakeWrites()
     {
         QStringList writes;
         for (const FakeTarget::Call &write : std::exchange(target.writes, {}))
-            writes << QString::number(write.address, 16).toUpper() + u':'
-                    + QString::fromLatin1(write.written.toHex().toUpper());
+            writes << HexText(write.address) + u':' + write.written.toHex().toUpper() + How(write);
         return writes.join(u' ');
+    }
+    static QString How(const FakeTarget::Call &call)
+    {
+        return (call.accessWidth != 0 ? u'/' + QString::number(call.accessWidth) : QString())
+            + (call.zone.isEmpty() ? QString() : u'@' + QString(call.zone));
+    }
+    QString TakeMessages() { return std::exchange(target.messages, {}).join(u'|'); }
+    QString AddressItems() const
+    {
+        return static_cast<AddressBox *>(addressBox)->Items().join(u' ');
+    }
+    static QByteArray ClipboardData(const char *type)
+    {
+        return QGuiApplication::clipboard()->mimeData()->data(QLatin1String(type));
     }
 
 private:

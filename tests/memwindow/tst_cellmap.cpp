@@ -1,7 +1,28 @@
+// How many bytes fit the view, and which cell stands for which of them.
+
 #include "cellmap.h"
 #include "randomseed.h"
 
 #include <QtTest>
+
+namespace {
+
+/// Characters that a row of so many bytes needs: address, digits, blanks, group gaps, text.
+int CharsOfRow(int bytes, int bytesPerItem)
+{
+    return 10 + 2 * bytes + bytes / bytesPerItem + std::max(0, bytes / 8 - 1) + 1 + bytes + 1;
+}
+
+/// The largest power of two that fits; in a view of 25 characters or more a byte always does.
+int BytesThatFit(int chars, int bytesPerItem)
+{
+    int bytes = chars < 25 ? 0 : 1;
+    while (bytes > 0 && CharsOfRow(2 * bytes, bytesPerItem) <= chars)
+        bytes *= 2;
+    return bytes;
+}
+
+} // namespace
 
 class CellMapTest : public QObject {
     Q_OBJECT
@@ -10,68 +31,71 @@ private slots:
     void everyByteIsFoundUnderItsOwnCells()
     {
         auto generator = SeededGenerator();
-        for (int round = 0; round < 300; ++round) {
+        for (int round = 0; round < 500; ++round) {
             ViewGeometry geometry;
-            geometry.SetCharacterSize(Pick(generator, 1, 20), Pick(generator, 1, 40));
-            geometry.SetViewSize(Pick(generator, 0, 3000), Pick(generator, 0, 2000));
-            geometry.SetBytesPerItem(1 << Pick(generator, 0, 2));
-            if (geometry.BytesPerRow() == 0)
+            const QSize cell(Pick(generator, 1, 20), Pick(generator, 1, 40));
+            const QSize view(
+                Pick(generator, 0, round % 9 == 0 ? 70000 : 3000), Pick(generator, 0, 2000));
+            const int bytesPerItem = 1 << Pick(generator, 0, 2);
+            geometry.SetCharacterSize(cell.width(), cell.height());
+            geometry.SetViewSize(view.width(), view.height());
+            geometry.SetBytesPerItem(bytesPerItem);
+            const int bytes = BytesThatFit((view.width() & 0xFFFF) / cell.width(), bytesPerItem);
+            QCOMPARE(int(geometry.BytesPerRow()), bytes);
+            if (bytes == 0)
                 continue;
+            const int rows = view.height() / cell.height() + 1;
+            QCOMPARE(int(geometry.VisibleRows()), rows);
+            QCOMPARE(geometry.TextColumnStart(), CharsOfRow(bytes, bytesPerItem) - bytes - 1);
+
             const std::uint64_t edges[]
                 = {0, 0x7FFF'FFF0, 0xFFFF'FF00, Pick(generator, std::uint64_t{0}, kLastAddress)};
             const std::uint64_t base = edges[Pick(generator, 0, 3)];
             const CellMap cells(geometry, base, Pick(generator, 0, 1) == 1);
-            const PageRange page = geometry.PageAt(base);
-            const std::uint64_t address = base + Pick(generator, std::uint64_t{0}, page.length - 1);
+            const std::uint64_t length = std::min(
+                {std::uint64_t(bytes) * unsigned(rows), kAddressSpaceEnd - base, kMaxCacheBytes});
+            QCOMPARE(geometry.PageAt(base).length, length);
+            const std::uint64_t address = base + Pick(generator, std::uint64_t{0}, length - 1);
             const int row = int(cells.RowOfAddress(address));
-            const QSize pixels(geometry.CharacterWidth(), geometry.LineHeight());
-
             for (int digit = 0; digit < 2; ++digit) {
-                const Cell cell{row, cells.HexColumn(address, digit)};
-                QVERIFY(cell.column >= 10 && cell.column < geometry.TextColumnStart() - 1);
-                QCOMPARE(cells.CellAddress(cell), address);
-                QCOMPARE(cells.CellDigit(cell), digit);
-                const QRect box(QPoint(geometry.LeftMargin() + cell.column * pixels.width(),
-                                    row * pixels.height()),
-                    pixels);
-                QCOMPARE(cells.CellAtPixel(box.left(), box.top()), cell);
-                QCOMPARE(cells.CellAtPixel(box.right(), box.bottom()), cell);
+                const Cell hex{row, cells.HexColumn(address, digit)};
+                QVERIFY(hex.column >= 10 && hex.column < geometry.TextColumnStart() - 1);
+                QCOMPARE(cells.CellAddress(hex), address);
+                QCOMPARE(cells.CellDigit(hex), digit);
+                const QPoint corner(2 + hex.column * cell.width(), row * cell.height());
+                QCOMPARE(cells.CellAtPixel(corner.x(), corner.y()), hex);
+                QCOMPARE(cells.CellAtPixel(
+                             corner.x() + cell.width() - 1, corner.y() + cell.height() - 1),
+                    hex);
             }
-            QCOMPARE(cells.CellAddress({row, cells.TextColumn(address)}), address);
+            const Cell text{row, cells.TextColumn(address)};
+            QCOMPARE(cells.CellAddress(text), address);
+            QCOMPARE(cells.CellDigit(text), 1);
 
             // Any cell, also beside the page, stays in the address space.
             const Cell wild{Pick(generator, -5000, 70000), Pick(generator, -1, 70000)};
             QVERIFY(cells.CellAddress(wild) <= kLastAddress);
             QVERIFY(cells.ItemStart(address) <= address && cells.ItemEnd(address) >= address);
-            QVERIFY(cells.ItemEnd(address) - cells.ItemStart(address) < 4);
+            QVERIFY(cells.ItemEnd(address) - cells.ItemStart(address) < unsigned(bytesPerItem));
         }
     }
 
     void cellsStandForTheNearestByte()
     {
-        struct Place {
-            int bytesPerItem;
-            bool bigEndian;
-            Cell cell;
-            std::uint64_t address;
-        };
-        constexpr int kText = 52; // the text column of two-byte items
-        const Place places[] = {{2, false, {2, -1}, 0x1020}, {2, false, {2, 5}, 0x1020},
-            {2, false, {0, 14}, 0x1000}, // the blank behind an item
-            {2, true, {0, 14}, 0x1001}, {2, false, {0, kText - 2}, 0x100E},
-            {2, true, {0, kText - 2}, 0x100F}, {2, true, {1, kText + 99}, 0x101F},
-            {4, false, {0, 10}, 0x1003}, {4, false, {0, 17}, 0x1000}, {4, true, {0, 10}, 0x1000},
-            {4, true, {1, 10 + 2 * 9 + 1}, 0x1018}}; // one gap lies in front of the third item
-        for (const Place &place : places) {
+        const auto addressOf = [](int bytesPerItem, bool bigEndian, Cell cell) {
             ViewGeometry geometry;
-            geometry.SetCharacterSize(8, 16);
-            geometry.SetViewSize(640, 160);
-            geometry.SetBytesPerItem(place.bytesPerItem);
-            const CellMap cells(geometry, 0x1000, place.bigEndian);
-            QCOMPARE(cells.CellAddress(place.cell), place.address);
-            for (const int column : {-1, 0, 9, geometry.TextColumnStart(), 200})
-                QCOMPARE(cells.CellDigit({0, column}), 1);
-        }
+            geometry.SetViewSize(80, 10); // of characters that are a pixel
+            geometry.SetBytesPerItem(bytesPerItem);
+            return CellMap(geometry, 0x1000, bigEndian).CellAddress(cell);
+        };
+        QCOMPARE(addressOf(2, false, {2, -1}), 0x1020U); // left of the view
+        QCOMPARE(addressOf(2, false, {2, 5}), 0x1020U);  // on the address
+        QCOMPARE(addressOf(2, false, {0, 14}), 0x1000U); // the blank behind an item
+        QCOMPARE(addressOf(2, true, {0, 14}), 0x1001U);
+        QCOMPARE(addressOf(2, false, {0, 50}), 0x100EU); // before the text
+        QCOMPARE(addressOf(2, true, {0, 50}), 0x100FU);
+        QCOMPARE(addressOf(2, true, {1, 151}), 0x101FU); // behind the text
+        QCOMPARE(addressOf(4, true, {1, 29}), 0x1018U);  // behind a gap
     }
 };
 

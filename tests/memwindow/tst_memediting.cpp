@@ -1,45 +1,6 @@
-// Typing into the memory window: from the key to the bytes in the target.
+// The cursor and typing: from keys and mouse to the cells on the screen and the target's bytes.
 
-#include "memtestwindow.h"
-
-namespace {
-
-constexpr std::uint64_t kBase = 0x2000'0000;
-
-/// A window at kBase over bytes 12 34 56 78 9A BC DE F0, repeated.
-struct Typing : MemTestWindow {
-    Typing()
-    {
-        constexpr std::uint64_t kBytes = 0xF0DE'BC9A'7856'3412;
-        for (std::uint64_t i = 0; i < 4096; ++i)
-            target.Set(kBase + i, std::uint8_t(kBytes >> (8 * (i % 8))));
-        GoTo(kBase);
-    }
-    /// Types where the focus is: first into the view, then into the edit box. "\r" is Return,
-    /// "\b" Backspace, "\x7F" Delete and "\x1B" Escape.
-    static void Type(const char *keys)
-    {
-        for (; *keys != '\0'; ++keys) {
-            if (*keys == '\x7F')
-                QTest::keyClick(QApplication::focusWidget(), Qt::Key_Delete);
-            else
-                QTest::keyClick(QApplication::focusWidget(), *keys);
-        }
-    }
-    void TypeAt(std::uint64_t address, int digit, const char *keys)
-    {
-        ClickByte(address, digit);
-        Type(keys);
-    }
-    /// Lets the write-back come, as "address:bytes" for each write.
-    QString Written()
-    {
-        window.OnEditUpdateTimerTimeout();
-        return TakeWrites();
-    }
-};
-
-} // namespace
+#include "memscript.h"
 
 class MemEditingTest : public QObject {
     Q_OBJECT
@@ -47,332 +8,243 @@ class MemEditingTest : public QObject {
 private slots:
     void digitsLandUnderTheCursor_data()
     {
-        QTest::addColumn<int>("bytesPerItem");
-        QTest::addColumn<bool>("bigEndian");
-        QTest::addColumn<int>("byte");
-        QTest::addColumn<int>("digit");
-        QTest::addColumn<QByteArray>("keys");
-        QTest::addColumn<QString>("text"); // of the edit box and its caret; none: not open
-        QTest::addColumn<QString>("written");
-        const auto row = [](const char *name, int bytesPerItem, bool bigEndian, int byte, int digit,
-                             const char *keys, const char *text, const char *written) {
-            QTest::newRow(name) << bytesPerItem << bigEndian << byte << digit << QByteArray(keys)
-                                << QString(text) << QString(written);
-        };
-        row("no digit", 1, false, 0, 0, "g !\r", "", "");
-        row("second digit of a byte", 1, false, 0, 1, "a", "1A 2", "20000000:1A");
-        row("first digit of a byte", 1, false, 0, 0, "a", "A2 1", "20000000:A2");
-        row("two bytes, lower one", 2, false, 0, 0, "a", "34A2 3", "20000000:A234");
-        row("two bytes, upper one", 2, false, 1, 1, "a", "3A12 2", "20000000:123A");
-        row("two bytes, big-endian", 2, true, 0, 0, "a", "A234 1", "20000000:A234");
-        row("four bytes", 4, false, 6, 1, "a", "F0DABC9A 4", "20000004:9ABCDAF0");
-        row("four bytes, big-endian", 4, true, 6, 1, "a", "9ABCDAF0 6", "20000004:9ABCDAF0");
-        row("the largest value", 4, false, 3, 0, "fFfFfFfF", "FFFFFFFF 8", "20000000:FFFFFFFF");
-        row("no digit inside", 2, false, 1, 0, "ag b", "AB12 2", "20000000:12AB");
-        row("back into the digits", 2, false, 0, 0, "a\b\b", "3002 1", "20000000:0230");
-        row("nothing left to erase", 1, false, 0, 0, "a\b\b\b", "02 0", "20000000:02");
-        row("a deleted digit is a zero", 2, false, 1, 0, "a\x7F\x7F", "A012 1", "20000000:12A0");
-        row("Backspace opens the box", 1, false, 0, 1, "\b", "10 1", "20000000:10");
-        row("on into the next row", 1, false, 14, 0, "0123abCD", "CD 2", "2000000E:0123ABCD");
-        row("on through items", 2, false, 3, 0, "fedc9876", "9876 4", "20000002:DCFE7698");
-        row("characters", 1, false, 14, -1, "Ab ~", "", "2000000E:4162207E");
-        row("erased characters", 1, false, 14, -1, "Ab\b\b", "", "2000000E:410000");
+        AddRows<Script>({{"no digit", "click @34.0; type g !", "closed|"},
+            {"second digit", "click @34.1; type a", "3A 2|@34:3A"},
+            {"first digit", "click @34.0; type a", "A4 1|@34:A4"},
+            {"lower of two", "size 2; click @34.0; type a", "35A4 3|@34:A435"},
+            {"upper of two", "size 2; click @35.1; type a", "3A34 2|@34:343A"},
+            {"two, big-endian", "size 2; big; click @34.0; type a", "A435 1|@34:A435"},
+            {"of four", "size 4; click @36.1; type a", "373A3534 4|@34:34353A37"},
+            {"four, big-endian", "size 4; big; click @36.1; type a", "34353A37 6|@34:34353A37"},
+            {"the largest value", "size 4; click @37.0; type fFfFfFfF", "FFFFFFFF 8|@34:FFFFFFFF"},
+            {"no digit inside", "size 2; click @35.0; type ag b", "AB34 2|@34:34AB"},
+            {"back into the digits", "size 2; click @34.0; type a<<", "3004 1|@34:0430"},
+            {"nothing left to erase", "click @34.0; type a<<<", "04 0|@34:04"},
+            {"a deleted digit is 0", "size 2; click @35.0; type a>>", "A034 1|@34:34A0"},
+            {"Backspace opens the box", "click @34.1; type <", "30 1|@34:30"},
+            {"into the next row", "click @3E.0; type 0123abCD", "CD 2|@3E:0123ABCD"},
+            {"through items", "size 2; click @37.0; type fedc9876", "9876 4|@36:DCFE7698"},
+            {"characters", "click @3E.t; type Ab ~", "closed|@3E:4162207E"},
+            {"erased characters", "click @3E.t; type Ab<<", "closed|@3E:410000"},
+            {"marked digits",
+                "size 2; click @35.0; type a; key Right; key Right; key Shift+Left; key "
+                "Shift+Left; type >",
+                "A004 1|@34:04A0"},
+            {"two digits by one",
+                "size 2; click @35.0; type a; key Shift+Right; key Shift+Right; type f",
+                "AF04 2|@34:04AF"},
+            {"at the end of the space", "goto FFFFFFF0; click FFFFFFFF.0; type 1234",
+                "12 2|FFFFFFFF:12"},
+            {"a character there", "goto FFFFFFF0; click FFFFFFFF.t; type xy",
+                "closed|FFFFFFFF:79"}});
     }
 
     void digitsLandUnderTheCursor()
     {
-        QFETCH(int, bytesPerItem);
-        QFETCH(bool, bigEndian);
-        QFETCH(int, byte);
-        QFETCH(int, digit);
-        QFETCH(QByteArray, keys);
-        QFETCH(QString, text);
-        Typing t;
-        t.window.SetBytesPerItem(bytesPerItem);
-        t.SetBigEndian(bigEndian);
-        t.TypeAt(kBase + unsigned(byte), digit, keys.constData());
-        QCOMPARE(t.overlay->isVisible() && t.overlay->hasFocus(), !text.isEmpty());
-        if (!text.isEmpty()) {
-            QCOMPARE(
-                t.overlay->text() + QStringLiteral(" %1").arg(t.overlay->cursorPosition()), text);
-            t.Type("\r");
+        QFETCH(const Script, row);
+        MemScript script;
+        const QString box = script.Run(QStringLiteral("%1; box?").arg(row.steps));
+        QCOMPARE(script.Run("type =; box?; sent?"), "closed|");
+        QCOMPARE(box + u'|' + script.Run("written?"), row.answers);
+    }
+
+    void whatEndsAnEdit_data()
+    {
+        AddRows<Script>({{"Return", "key Return", "closed|@34:A4"},
+            {"Enter", "key Enter", "closed|@34:A4"}, {"Tab", "key Tab", "closed|@34:A4"},
+            {"Down", "key Down", "closed|@34:A4"}, {"Page Up", "key PgUp", "closed|@34:A4"},
+            {"Escape", "key Esc", "closed|"}, {"a click elsewhere", "click @50.1", "closed|@34:A4"},
+            {"a jump", "jump 20001000", "closed|@34:A4"},
+            {"another control", "focus pEditBoxAddr; box?; focus pTextEditor",
+                "focus lost|closed|@34:A4"},
+            {"another item size", "do View2ByteItems", "closed|@34:A4"},
+            {"scrolling", "scroll -3", "closed|"}, {"resizing", "shrink; wait", "closed|"}});
+    }
+
+    void whatEndsAnEdit()
+    {
+        QFETCH(const Script, row);
+        const QString steps = QStringLiteral("click @34.0; type a; %1; box?; written?");
+        QCOMPARE(MemScript().Run(steps.arg(row.steps)), row.answers);
+    }
+
+    void bytesAreWrittenAsTheyWereTyped_data()
+    {
+        AddRows<Script>(
+            {{"on the page's last byte",
+                 "click @13F.1; type 555555555; base?; type =; written?; scroll -100; type f; box?",
+                 "@10|@13F:3555555555|5F 2"},
+                {"single bytes alone", "click @34.t; type ü€; row? 3; key F5; key Alt+A; written?",
+                    "20000030  30 31 32 33 FC 35 36 37  38 39 3A 3B 3C 3D 3E 3F  "
+                    "0123ü56789:;<=>?|@34:FC"},
+                {"in the next rows",
+                    "click @40.0; type a; key Down; type b; key Up; type c=; written?",
+                    "@40:AC @50:5B"},
+                {"over what was typed before",
+                    "click @34.0; type a=; item? @34; click @34.1; type b; box?; type =; click "
+                    "@35.t; type x; written?",
+                    "A4|AB 2|@34:AB78"},
+                {"over an unread item",
+                    "bad @34; size 4; click @34.0; type <; box?; type 7f; box?; type =; written?",
+                    "closed|7F 2|@34:7F000000"},
+                {"one digit beside a hole",
+                    "bad @35; size 4; item? @34; click @37.0; type a; box?; type =; written?",
+                    "3736--34|A736--34 1|@37:A7"},
+                {"up to the hole",
+                    "bad @35; size 4; click @37.0; type 1234; box?; type =; written?",
+                    "1234--34 4|@36:3412"},
+                {"into the hole",
+                    "bad @35; size 4; click @37.0; type 12345; box?; type =; written?",
+                    "12345-34 5|@35:503412"},
+                {"over the hole",
+                    "bad @35; size 4; click @37.0; type 1234567a; box?; type =; written?",
+                    "1234567A 8|@34:7A563412"},
+                {"where nothing can be written", // given up, not tried for ever
+                    "click @34.0; type a=; click @50.0; type b=; readonly; written?; messages?; "
+                    "failed?; item? @34; written?",
+                    "@34:A4 @50:B0|1: Failed to write target memory|1: Failed to write target "
+                    "memory|Edit: Failed to write target memory|34|"},
+                {"before zone, width and close count",
+                    "click @34.0; type a; zone Data; sent?; click @34.1; type b; width 4; sent?; "
+                    "click @35.0; type c; close; sent?",
+                    "@34:A4|@34:AB@Data|@35:C5/4@Data"},
+                {"while the target changes it",
+                    "click @31; type a; key Shift+Left; ticks; box?; key Del; type 7=; written?",
+                    "A1 0|@31:71"},
+                {"before the window goes", "click @34.0; type a; destroy; sent?", "@34:A4"}});
+    }
+
+    void bytesAreWrittenAsTheyWereTyped() { RunScript(); }
+
+    void theCursorComesIntoSight_data()
+    {
+        AddRows<Script>({{"Up", "", "1:10 1:60|@130:A0"}, {"Down", "", "1:10 1:60|@140:A0"},
+            {"Left", "", "0:57 0:75|@12F:2A"}, {"Right", "", "0:11 0:60|@130:3A"},
+            {"Home", "", "0:10 0:60|@130:A0"}, {"End", "", "0:57 0:75|@13F:3A"}});
+    }
+
+    void theCursorComesIntoSight()
+    {
+        QFETCH(const Script, row);
+        for (const char *scrolled : {"-100", "100"}) {
+            const QString steps = QStringLiteral(
+                "goto @100; click @130; scroll %1; key %2; cursor?; type a=; written?");
+            QCOMPARE(MemScript().Run(steps.arg(scrolled, row.name)), row.answers);
         }
-        QVERIFY(!t.overlay->isVisible() && t.view->hasFocus());
-        QVERIFY(t.target.writes.empty());
-        QTEST(t.Written(), "written");
+    }
+
+    void cursorAndSelection_data()
+    {
+        AddRows<Script>({{"keys of others",
+                             "goto 1000; scroll -100; reads?; key F5; key CapsLock; key Z; key "
+                             "Ins; key Alt+Left; key Meta+Down; key Alt+Home; key Ctrl+A; hold "
+                             "Shift; release Shift; reads?; base?; box?",
+                             "1640+150||1640|closed"},
+            {"the last row",
+                "key Ctrl+End; cursor?; key Ctrl+Home; base?; click 140; key Right; base?",
+                "19:57 19:75|0|10"},
+            {"the digits of bytes", "key Home; keys Right 5; cursor?; keys Left 2; cursor?",
+                "0:17 0:62|0:14 0:61"},
+            {"of halves", "size 2; key Home; keys Right 5; type a; box?", "0A02 2"},
+            {"of words", "size 4; key Home; keys Right 8; cursor?; key Left; type f; box?",
+                "0:19 0:55|0302010F 8"},
+            {"of words, big-endian",
+                "size 4; big; key Home; keys Right 8; cursor?; key Left; type f; box?",
+                "0:19 0:52|0001020F 8"},
+            {"characters",
+                "click @E.t; key Right; key Right; cursor?; key Left; cursor?; key Home; cursor?; "
+                "key End; cursor?",
+                "1:11 1:60|0:57 0:75|0:11 0:60|0:57 0:75"},
+            {"the ends of a row",
+                "size 4; click @14.1; key End; cursor?; key Home; cursor?; big; key End; cursor?; "
+                "key Home; cursor?",
+                "1:45 1:60|1:10 1:51|1:45 1:63|1:10 1:48"},
+            {"over the lower edge",
+                "click @13F.1; key Right; base?; cursor?; click @140; key Down; base?; cursor?",
+                "@10|19:10 19:60|@20|18:10 18:60"},
+            {"pages near 0",
+                "goto 20; click 45; key PgUp; base?; cursor?; key PgUp; base?; cursor?; key "
+                "Ctrl+Home; key Up; base?; cursor?",
+                "0|2:25 2:65|0|2:25 2:65|0|0:10 0:60"},
+            {"pages near the end",
+                "goto FFFFFE00; click FFFFFE13; key PgDown; base?; cursor?; key PgDown; base?; "
+                "cursor?; key Ctrl+End; key Down; key Right; base?; cursor?",
+                "FFFFFF40|1:19 1:63|FFFFFF40|1:19 1:63|FFFFFEC0|19:57 19:75"},
+            {"a small move selects nothing", "press @12; cursor?; move by 5; selected?",
+                "1:16 1:62|"},
+            {"the mouse", // the cursor's cells lie on top of the selection
+                "press @12; move @13.1; selected?; lift; press @14 Shift; lift; selected?; key "
+                "Esc; selected?; cursor?",
+                "1:16 1:17 1:18 1:19 1:62|1:16 1:17 1:18 1:19 1:20 1:21 1:23 1:62 1:63||1:22 1:64"},
+            {"both ways by keys",
+                "size 2; hold Shift; hold Shift+Down; hold Shift+Up; selected?; click @40; release "
+                "Shift; selected?",
+                "0:10 0:11 0:13 0:53|0:10 0:11 0:12 0:13 0:52 0:53"},
+            {"Shift alone", // what was selected comes back
+                "press @12; move @14; lift; hold Shift; selected?; release Shift; selected?; hold "
+                "Shift; type B; selected?; hold Shift; box?; selected?",
+                "1:23|1:16 1:17 1:18 1:19 1:20 1:21 1:23 1:62 1:63|1:16 1:17 1:18 1:19 1:20 1:21 "
+                "1:23 1:62 1:63|B4 1|1:16 1:17 1:18 1:19 1:20 1:21 1:23 1:62 1:63"},
+            {"jumps stay in the space",
+                "set FFFFFEB0 12; goto @A05; cursor?; jump FFFFFFF8; base?; reads?; jump "
+                "100000000; base?; jump FFFFFFFFFFFFFFFF; base?; reads?; type a=; written?",
+                "0:10 0:60|FFFFFFF0|FFFFFFF0+10|FFFFFFF0|FFFFFFF0|FFFFFFF0+10 "
+                "FFFFFFF0+10|FFFFFEB0:A2"}});
+    }
+
+    void cursorAndSelection() { RunScript(); }
+
+    void theViewScrollsUnderASelectionBeyondIt()
+    {
+        MemTestWindow w;
+        w.GoTo(0x1000);
+        w.Mouse(QEvent::MouseButtonPress, w.CellCentre(1, 16));
+        w.Mouse(QEvent::MouseMove, w.CellCentre(2, 20));
+        std::uint64_t base = 0x1010;
+        for (const int yPx : {w.view->height() + 30, -30, -30}) {
+            QCursor::setPos(w.view->viewport()->mapToGlobal(QPoint(100, yPx)));
+            w.window.OnAutoScrollSelectionTimerTimeout();
+            QCOMPARE(w.window.BaseAddress(), base);
+            base -= 16;
+        }
     }
 
     void theBoxLiesOnTheDigits()
     {
         for (const int bytesPerItem : {1, 2, 4}) {
-            Typing t;
-            t.window.SetBytesPerItem(bytesPerItem);
+            MemTestWindow w;
+            w.window.SetBytesPerItem(bytesPerItem);
             const std::uint64_t item = kBase + 0x2C;
-            const CellMap cells = t.Cells();
+            const CellMap cells = w.Cells();
             const int digits = 2 * bytesPerItem;
             const QPoint place(
-                2 + t.widthPx * cells.ItemColumn(item), t.heightPx * int(cells.RowOfAddress(item)));
+                2 + w.widthPx * cells.ItemColumn(item), w.heightPx * int(cells.RowOfAddress(item)));
             // All of the item's cells but the lines of the box's frame.
-            const QRect inside(place + QPoint(1, 1), QSize(t.widthPx * digits - 1, t.heightPx - 2));
-            const QRect onView = inside.translated(t.view->viewport()->pos());
-            const QString shown = t.Item(item);
-            const QImage painted = t.view->grab(onView).toImage();
-            t.TypeAt(item, 0, "0");
-            t.overlay->SetEditText(shown, digits);
-            QCOMPARE(t.overlay->geometry(),
-                QRect(t.view->viewport()->pos() + place,
-                    QSize((bytesPerItem * t.widthPx + 2) * 2 + 1, t.heightPx + 4)));
-            QCOMPARE(t.view->grab(onView).toImage(), painted); // to the pixel
+            const QRect inside(place + QPoint(1, 1), QSize(w.widthPx * digits - 1, w.heightPx - 2));
+            const QRect onView = inside.translated(w.view->viewport()->pos());
+            const QString shown = w.Item(item);
+            const QImage painted = w.view->grab(onView).toImage();
+            w.ClickByte(item);
+            QTest::keyClick(w.view, '0');
+            w.overlay->SetEditText(shown, digits);
+            QCOMPARE(w.overlay->geometry(),
+                QRect(w.view->viewport()->pos() + place,
+                    QSize((bytesPerItem * w.widthPx + 2) * 2 + 1, w.heightPx + 4)));
+            QCOMPARE(w.view->grab(onView).toImage(), painted); // to the pixel
         }
-    }
-
-    void markedDigitsAreReplacedInPlace()
-    {
-        Typing t;
-        t.window.SetBytesPerItem(2);
-        t.TypeAt(kBase + 1, 0, "a"); // A412
-        t.overlay->setSelection(1, 2);
-        t.Type("\x7F");
-        QCOMPARE(t.overlay->text(), "A002");
-        t.overlay->setSelection(1, 2);
-        t.Type("f"); // replaces two digits by one
-        QCOMPARE(t.overlay->Value(), 0xAF02);
-    }
-
-    void typingScrollsAtTheEndOfThePage()
-    {
-        Typing t;
-        const std::uint64_t last = kBase + (t.window.VisibleRows() - 1) * 16 - 1;
-        t.TypeAt(last, 1, QByteArray(80, '5').constData());
-        t.Type("\r");
-        QVERIFY(t.window.BaseAddress() > kBase);
-        QCOMPARE(t.Written(), // one write that ends half-way in F0
-            QString::number(last, 16).toUpper() + ":F5" + QString("55").repeated(39) + "50");
-        t.window.ScrollRows(-100);
-        t.Type("f"); // brings the cursor back into view
-        QVERIFY(t.view->viewport()->geometry().contains(t.overlay->geometry().center()));
-    }
-
-    void onlySingleBytesAreCharacters()
-    {
-        Typing t;
-        t.ClickByte(kBase, -1);
-        for (const char16_t character : {u'\u00FC', u'\u20AC'}) { // the second is no single byte
-            QKeyEvent key(QEvent::KeyPress, 0, Qt::NoModifier, QString(QChar(character)));
-            QApplication::sendEvent(t.view, &key);
-        }
-        t.Key(Qt::Key_F5);
-        t.Key(Qt::Key_A, Qt::AltModifier);
-        QVERIFY2(t.Row(0).contains(u'\u00FC'), "what is typed shows before it is written");
-        QCOMPARE(t.Written(), "20000000:FC");
     }
 
     void writesComeHalfASecondAfterTheLastKey()
     {
-        Typing t;
+        MemScript t;
+        t.Run("click @100.t; type A");
         QElapsedTimer clock;
-        t.TypeAt(kBase + 0x100, -1, "A");
         clock.start();
-        t.Type("B");
-        t.TypeAt(kBase + 0x110, 0, "c\r");
-        QVERIFY(t.target.writes.empty());
-        t.target.reads.clear();
+        QCOMPARE(t.Run("type B; click @110; type c=; sent?; reads?"), "|");
         QTRY_VERIFY(!t.target.writes.empty());
         QVERIFY2(clock.elapsed() >= 490, "earlier than a pause in the typing");
-        QCOMPARE(t.TakeWrites(), "20000100:4142 20000110:C2");
-        QCOMPARE(t.target.reads.size(), 1U); // one look at what the target holds now
-        QCOMPARE(t.Row(0x10).mid(10, 5), "41 42");
-    }
-
-    void whatEndsAnEdit()
-    {
-        using End = void (*)(Typing &);
-        const std::vector<std::tuple<const char *, End, bool>> ends{// and whether it is kept
-            {"Return", [](Typing &t) { t.Type("\r"); }, true},
-            {"Enter", [](Typing &t) { QTest::keyClick(t.overlay, Qt::Key_Enter); }, true},
-            {"Tab", [](Typing &t) { t.Type("\t"); }, true},
-            {"Down", [](Typing &t) { QTest::keyClick(t.overlay, Qt::Key_Down); }, true},
-            {"Page Up", [](Typing &t) { QTest::keyClick(t.overlay, Qt::Key_PageUp); }, true},
-            {"Escape", [](Typing &t) { t.Type("\x1B"); }, false},
-            {"a click elsewhere", [](Typing &t) { t.ClickByte(kBase + 0x20, 1); }, true},
-            {"a jump", [](Typing &t) { t.window.GoTo(kBase + 0x1000, true, true); }, true},
-            {"another control",
-                [](Typing &t) {
-                    t.addressBox->setFocus();
-                    QVERIFY2(t.addressBox->hasFocus(), "the click into the box must not be undone");
-                    t.view->setFocus();
-                },
-                true},
-            {"another item size", [](Typing &t) { t.Trigger("View2ByteItems"); }, true},
-            {"scrolling", [](Typing &t) { t.window.ScrollRows(-3); }, false},
-            {"resizing",
-                [](Typing &t) {
-                    t.window.resize(t.window.width(), t.window.height() - 40);
-                    QApplication::processEvents();
-                },
-                false}};
-        for (const auto &[name, end, isKept] : ends) {
-            Typing t;
-            t.TypeAt(kBase, 0, "a");
-            QSignalSpy closed(t.overlay, &CEditOverlay::Closed);
-            end(t);
-            QVERIFY2(!t.overlay->isVisible() && t.view->hasFocus(), name);
-            QVERIFY2(closed.size() <= 1, name);
-            QCOMPARE(t.Written() + name, (isKept ? QString("20000000:A2") : QString()) + name);
-        }
-    }
-
-    void keysThatTheEditBoxHasNoUseForMoveTheCursor()
-    {
-        const std::pair<Qt::Key, std::uint64_t> keys[]
-            = {{Qt::Key_Down, kBase + 0x20}, {Qt::Key_Up, kBase}};
-        for (const auto &[key, address] : keys) {
-            Typing t;
-            t.TypeAt(kBase + 0x10, 0, "a");
-            QTest::keyClick(QApplication::focusWidget(), key);
-            t.Type("c");
-            t.Type("\r");
-            const QString written = t.Written();
-            QVERIFY2(written.contains(QString::number(address, 16) + ':'), qPrintable(written));
-        }
-    }
-
-    void editsBuildOnWhatWasTypedBefore()
-    {
-        Typing t;
-        t.TypeAt(kBase, 0, "a\r");
-        QCOMPARE(t.Item(kBase), "A2"); // shown at once
-        t.TypeAt(kBase, 1, "b");       // still before the write: the first digit must survive
-        QCOMPARE(t.overlay->text(), "AB");
-        t.Type("\r");
-        t.TypeAt(kBase + 1, -1, "x");
-        QCOMPARE(t.Written(), "20000000:AB78");
-    }
-
-    void unreadableItemsStartFromTheTypedDigits()
-    {
-        Typing t;
-        t.target.unreadable = {kBase + 4};
-        t.window.SetBytesPerItem(4);
-        t.window.UpdateFromTarget();
-        t.TypeAt(kBase + 4, 0, "\b"); // nothing is there to be erased
-        QVERIFY(!t.overlay->isVisible());
-        t.Type("7f");
-        QCOMPARE(t.overlay->text(), "7F");
-        t.Type("\r");
-        QCOMPARE(t.Written(), "20000004:7F000000");
-    }
-
-    void onlyWhatWasTypedIsWrittenOfAPartlyReadItem_data()
-    {
-        QTest::addColumn<QByteArray>("keys"); // on the first digit of BC42--4F
-        QTest::addColumn<QString>("shown");   // in the edit box
-        QTest::addColumn<QString>("written");
-        QTest::newRow("one digit") << QByteArray("a") << "AC42--4F"
-                                   << "20000007:AC";
-        QTest::newRow("up to the hole") << QByteArray("1234") << "1234--4F"
-                                        << "20000006:3412";
-        QTest::newRow("into the hole") << QByteArray("12345") << "12345-4F"
-                                       << "20000005:503412";
-        QTest::newRow("all of it") << QByteArray("1234567a") << "1234567A"
-                                   << "20000004:7A563412";
-    }
-
-    void onlyWhatWasTypedIsWrittenOfAPartlyReadItem()
-    {
-        QFETCH(QByteArray, keys);
-        QFETCH(QString, shown);
-        Typing t;
-        const std::array<std::uint8_t, 4> bytes{0x4F, 0, 0x42, 0xBC};
-        for (std::size_t i = 0; i < bytes.size(); ++i)
-            t.target.Set(kBase + 4 + i, bytes[i]);
-        t.target.unreadable = {kBase + 5};
-        t.window.SetBytesPerItem(4);
-        t.window.UpdateFromTarget();
-        QCOMPARE(t.Item(kBase + 4), "BC42--4F");
-        t.TypeAt(kBase + 7, 0, keys.constData());
-        QString digits; // as they are painted
-        for (const PaintRecorder::Text &text : PaintRecorder::Record(*t.overlay))
-            digits += text.text;
-        QCOMPARE(digits, shown);
-        t.Type("\r");
-        QTEST(t.Written(), "written");
-    }
-
-    void theEndOfTheSpaceEndsTheTyping()
-    {
-        Typing t;
-        t.GoTo(0xFFFF'FFF0);
-        t.TypeAt(0xFFFF'FFFF, 0, "1234\r");
-        QCOMPARE(t.Written(), "FFFFFFFF:12");
-        t.TypeAt(0xFFFF'FFFF, -1, "xy");
-        QCOMPARE(t.Written(), "FFFFFFFF:79");
-    }
-
-    void aFailedWriteIsReportedAndTheTargetsBytesReturn()
-    {
-        Typing t;
-        t.TypeAt(kBase, 0, "a\r");
-        t.TypeAt(kBase + 0x20, 0, "b\r");
-        t.target.failWrites = true;
-        QCOMPARE(t.Written(), "20000000:A2 20000020:B2"); // one failure does not stop the others
-        QCOMPARE(t.target.messages.join(u'|'),
-            "1: Failed to write target memory|1: Failed to write target memory");
-        QCOMPARE(t.Item(kBase), "12");
-        QCOMPARE(t.Written(), ""); // given up, not tried for ever
-    }
-
-    void typedChangesAreWrittenBeforeAnythingElseHappens()
-    {
-        Typing t;
-        t.TypeAt(kBase, 0, "a");
-        t.window.SetZone("Data");
-        QCOMPARE(t.target.writes.at(0).zone, ""); // the zone it was typed in
-        t.TypeAt(kBase, 1, "b");
-        t.window.SetAccessWidth(4);
-        QCOMPARE(int{t.target.writes.at(1).accessWidth}, 0); // the width it was typed with
-        t.TypeAt(kBase + 1, 0, "c");
-        t.window.close();
-        QCOMPARE(t.target.writes.at(2).zone, "Data");
-        QCOMPARE(t.TakeWrites(), "20000000:A2 20000000:AB 20000001:C4");
-
-        Typing pointer;
-        pointer.window.SetBytesPerItem(4);
-        pointer.TypeAt(kBase + 3, 0, "00001240\r");
-        pointer.Key(Qt::Key_D, Qt::ControlModifier); // follows what was typed, not what was there
-        QCOMPARE(pointer.window.BaseAddress(), 0x1240U);
-        pointer.target.reads.clear();
-        pointer.GoTo(0xFFFF'FFF0);
-        pointer.window.SetBytesPerItem(1);
-        pointer.Key(Qt::Key_Escape);
-        pointer.ClickByte(0xFFFF'FFFE);
-        pointer.target.reads.clear();
-        pointer.Key(Qt::Key_D, Qt::ControlModifier); // no pointer fits there
-        QVERIFY(pointer.target.reads.empty());
-
-        Typing other;
-        other.TypeAt(kBase, 0, "c");
-        other.owner.reset();
-        QCOMPARE(other.TakeWrites(), "20000000:C2");
-    }
-
-    void ticksLeaveAnOpenEditAlone()
-    {
-        Typing t;
-        t.TypeAt(kBase + 0x21, 0, "a");
-        t.overlay->setSelection(0, 1);
-        const QRect place = t.overlay->geometry();
-        t.target.reads.clear();
-        for (int tick = 0; tick < 1000; ++tick) {
-            t.target.Set(kBase + 0x21, std::uint8_t(tick));
-            t.Tick();
-        }
-        QVERIFY(t.overlay->isVisible() && t.overlay->hasFocus());
-        QCOMPARE(t.overlay->text() + t.overlay->selectedText(), "A4A");
-        QCOMPARE(t.overlay->geometry(), place);
-        QCOMPARE(t.view->childAt(place.center()), t.overlay); // on top
-        QCOMPARE(t.target.reads.size(), 1000U);
-        QVERIFY(t.target.writes.empty());
+        QCOMPARE(t.Run("sent?; reads?; item? @101"),
+            "@100:4142 @110:C0|@0+150|42"); // one look at what the target holds now
     }
 };
 

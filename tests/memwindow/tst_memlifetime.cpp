@@ -1,13 +1,7 @@
 // The window may be lost at any moment: while something of it is open, and in a message of the
 // host.
 
-#include "memcommandwindow.h"
-
-#include <QAbstractItemView>
-#include <QDropEvent>
-#include <QFileDialog>
-#include <QMenu>
-#include <QTemporaryDir>
+#include "memscript.h"
 
 namespace {
 
@@ -20,19 +14,9 @@ QAction *ActionIn(const QWidget *menu, const QString &text)
     return nullptr;
 }
 
-/// Clicks on an entry of an open menu, as the mouse does: the menu activates it itself.
-void ClickEntry(QMenu *menu, const QString &text)
-{
-    QAction *action = ActionIn(menu, text);
-    QVERIFY2(action != nullptr, qPrintable(text));
-    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
-}
-
-/// Calls something once whatever is open now has its event loop running.
-void WhenOpen(const std::function<void()> &then)
-{
-    QTimer::singleShot(0, qApp, then);
-}
+struct Path {
+    const char *name; ///< what is opened, one in the other
+};
 
 } // namespace
 
@@ -40,75 +24,72 @@ class MemLifetimeTest : public QObject {
     Q_OBJECT
 
 private slots:
+    void init() { PutFile(File(), "old"); }
+
     void theWindowGoesUnderWhateverIsOpen_data()
     {
-        QTest::addColumn<QString>("path"); // what is opened, one in the other
-        for (const char *path : {"action Goto", "action AutoRefresh", "action Fill", "action Save",
-                 "action Load", "menu", "menu|Go To...", "menu|Periodic Refresh...", "menu|Fill",
-                 "menu|Save", "menu|Load", "action Save|chooser", "menu|Save|chooser",
-                 "action Load|chooser", "menu|Copy Special", "menu|Memory Zone",
-                 "action Save|question", "addresses", "rates", "bar", "drag"})
-            QTest::newRow(path) << path;
+        AddRows<Path>({{"do Goto"}, {"do AutoRefresh"}, {"do Fill"}, {"do Save"}, {"do Load"},
+            {"menu"}, {"menu|Go To..."}, {"menu|Periodic Refresh..."}, {"menu|Fill"}, {"menu|Save"},
+            {"menu|Load"}, {"do Save|chooser"}, {"menu|Save|chooser"}, {"do Load|chooser"},
+            {"menu|Copy Special"}, {"menu|Memory Zone"}, {"do Save|question"}, {"addresses"},
+            {"rates"}, {"bar"}, {"drag"}});
     }
 
     void theWindowGoesUnderWhateverIsOpen()
     {
-        QFETCH(QString, path);
-        QTemporaryDir folder;
-        Put(folder.filePath("old.bin"), "old");
-        Commands c;
+        QFETCH(const Path, row);
+        const QStringList path = QString(row.name).split(u'|');
+        MemScript c;
         c.target.zones = "Default,Data";
         c.target.zoneCount = 2;
         const auto lose = [&c] { c.owner.reset(); };
-        const QString last = path.section(u'|', -1);
         const auto openNext = [&] {
-            if (last == "chooser")
+            if (path.last() == "chooser")
                 WhenOpen([&] {
                     WhenOpen(lose);
                     QApplication::activeModalWidget()->findChild<QPushButton *>()->click();
                 });
-            else if (last == "question")
+            else if (path.last() == "question")
                 WhenOpen([&] {
                     auto *dialog = qobject_cast<CMemDialog *>(QApplication::activeModalWidget());
-                    dialog->SetFileName(folder.filePath("old.bin"));
+                    dialog->SetFileName(File());
                     WhenOpen(lose);
                     dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
                 });
             else
                 WhenOpen(lose);
         };
-        const QString first = path.section(u'|', 0, 0);
-        if (first.startsWith("action ")) {
+        if (path.first().startsWith("do ")) {
             openNext();
-            c.Trigger(first.mid(7).toLatin1().constData());
-        } else if (first == "menu") {
+            c.Trigger(path.first().mid(3).toLatin1().constData());
+        } else if (path.first() == "menu") {
             WhenOpen([&] {
                 auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-                const QString entry = path.section(u'|', 1, 1);
-                if (entry.isEmpty())
+                QAction *entry = ActionIn(menu, path.value(1));
+                if (entry == nullptr)
                     return lose();
-                if (QMenu *sub = ActionIn(menu, entry)->menu()) {
-                    menu->setActiveAction(sub->menuAction());
+                if (QMenu *sub = entry->menu()) {
+                    menu->setActiveAction(entry);
                     sub->popup(menu->pos());
                     return lose();
                 }
-                openNext();
-                ClickEntry(menu, entry);
+                openNext(); // the menu activates the entry itself, as for a mouse
+                QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(entry).center());
             });
             emit c.window.customContextMenuRequested(QPoint(20, 20));
-        } else if (first == "addresses" || first == "rates") {
-            (first == "rates" ? c.rates : c.addressBox)->showPopup();
-            lose();
-        } else if (first == "bar") {
+        } else if (path.first() == "bar") {
             WhenOpen(lose);
             QContextMenuEvent event(
                 QContextMenuEvent::Mouse, {3, 30}, c.scrollBar->mapToGlobal(QPoint(3, 30)));
             QApplication::sendEvent(c.scrollBar, &event);
-        } else {
+        } else if (path.first() == "drag") {
             QMimeData data;
             data.setText("20000300");
             QDragEnterEvent enter(QPoint(9, 9), Qt::CopyAction, &data, Qt::LeftButton, {});
             QApplication::sendEvent(c.view->viewport(), &enter);
+            lose();
+        } else {
+            (path.first() == "rates" ? c.rates : c.addressBox)->showPopup();
             lose();
         }
         QApplication::processEvents();
@@ -120,57 +101,33 @@ private slots:
 
     void aHostDeletesTheWindowInItsMessage_data()
     {
-        QTest::addColumn<QByteArray>("command");
-        for (const char *command : {"Copy", "CopyText", "CopyBinary", "CopyIntList", "Paste",
-                 "Fill", "Save", "Load", "zone", "width", "typed", "close", "ViewData"})
-            QTest::newRow(command) << QByteArray(command);
+        // What is done, or what is done behind a typed change.
+        AddRows<Script>({{"Copy", "do Copy", ""}, {"CopyText", "do CopyText", ""},
+            {"CopyBinary", "do CopyBinary", ""}, {"CopyIntList", "do CopyIntList", ""},
+            {"Paste", "do Paste", ""}, {"Fill", "form V1; do Fill", ""},
+            {"Save", "form V~/old.bin; do Save", ""}, {"Load", "form V~/old.bin; do Load", ""},
+            {"ViewData", "", "do ViewData"}, {"zone", "", "zone Data"}, {"width", "", "width 2"},
+            {"close", "", "close"}, {"typed", "", "key Return; written?"},
+            {"before copying", "", "do Copy"}, {"before pasting", "", "do Paste"},
+            {"before a dialog", "", "do Save"}});
     }
 
-    /// With a typed change that cannot be written: its message comes before the command's own step.
+    /// With a typed change that cannot be written its message comes before the command's own step.
     void aHostDeletesTheWindowInItsMessage()
     {
-        QFETCH(QByteArray, command);
-        for (const bool typedFails : {false, true}) {
-            QTemporaryDir folder;
-            Put(folder.filePath("in.bin"), "data");
-            Commands c;
-            c.Select(kBase, kBase + 7);
-            c.PutOnClipboard(kBinary, "paste");
-            c.target.failAll = true;
-            c.target.onMessage = [&c] { c.owner.reset(); };
-            const bool needsTyped = command == "zone" || command == "width" || command == "typed"
-                || command == "close" || command == "ViewData";
-            if (typedFails || needsTyped) {
-                c.ClickByte(kBase + 0x20);
-                QTest::keyClick(c.view, 'a');
-            }
-            if (command == "Save" || command == "Load" || command == "Fill") {
-                if (!typedFails)
-                    c.Run(command.constData(),
-                        {{"pEditBoxGenVal", command == "Fill" ? "1" : folder.filePath("in.bin")}},
-                        command == "Save");
-                else
-                    c.Trigger(command.constData()); // ends before its dialog
-            } else if (command == "zone") {
-                c.window.SetZone("Data");
-            } else if (command == "width") {
-                c.window.SetAccessWidth(2);
-            } else if (command == "typed") {
-                QTest::keyClick(c.overlay, Qt::Key_Return);
-                c.window.OnEditUpdateTimerTimeout();
-            } else if (command == "close") {
-                c.window.close();
-            } else {
-                c.Trigger(command.constData());
-            }
-            QVERIFY(c.owner == nullptr);
-            QVERIFY(!c.target.messages.isEmpty());
-        }
+        QFETCH(const Script, row);
+        MemScript c;
+        c.Run("select @0 @7; put application/octet-stream 7061");
+        c.target.failAll = true;
+        c.target.onMessage = [&c] { c.owner.reset(); };
+        c.Run(*row.steps != '\0' ? row.steps : QStringLiteral("click @20; type a; ") + row.answers);
+        QVERIFY(c.owner == nullptr);
+        QVERIFY(!c.target.messages.isEmpty());
     }
 
     void aMessageThatRunsEventsGetsNoSecondOneUnderIt()
     {
-        Commands c;
+        MemScript c;
         c.Select(kBase, kBase + 7);
         c.target.failAll = true;
         int depth = 0;
@@ -188,6 +145,9 @@ private slots:
         QCOMPARE(deepest, 1);
         QVERIFY(c.target.messages.size() > 2); // none is lost
     }
+
+private:
+    static QString File() { return QDir::home().filePath("old.bin"); }
 };
 
 QTEST_MAIN(MemLifetimeTest)

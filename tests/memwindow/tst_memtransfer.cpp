@@ -1,208 +1,189 @@
-// Filling, saving, loading and dropping, from the action to file and target.
+// Filling, saving, loading and dropping, from the dialog to file and target.
 
-#include "memcommandwindow.h"
+#include "memscript.h"
+#include "rememberedfiles.h"
 
-#include <QDropEvent>
+#include <QFileDialog>
 #include <QProgressDialog>
-#include <QTemporaryDir>
 
 class MemTransferTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void fillWritesItsRangeOnly()
+    void typingBringsTheDialogInLine_data() // a name is what is typed into it
     {
-        Commands c;
-        c.Select(kBase + 3, kBase + 5);
-        c.TriggerWithDialog<CMemDialog>("Fill", [&](CMemDialog &dialog) {
-            QCOMPARE(dialog.GetStartAddress(), kBase + 3);
-            QCOMPARE(dialog.GetSize(), 3U);
-            dialog.reject();
+        const char *all = "20000000 2000014F 00000150 ok";
+        const char *none = "20000000 2000014F 00000150 why not";
+        AddRows<Script>({{"Vx", "Save", all}, {"V~/x.bin", "Save", all}, {"V", "Save", none},
+            {"V/tmp", "Save", none}, {"V/nonexistent/x", "Save", none},
+            {"V/dev/null", "Save", none},
+            {"Vx Sfffffff0", "Save", "fffffff0 10000013F 00000150 why not"},
+            {"Vx Sfffffeb0", "Save", "fffffeb0 FFFFFFFF 00000150 ok"},
+            {"Vx E20000010", "Save", "20000000 20000010 00000011 ok"},
+            {"Vx E10", "Save", "20000000 10  why not"}, {"Vx E", "Save", "20000000   why not"},
+            {"Vx N0", "Save", "20000000 20000000 0 why not"}, // a size of 0 means two
+            {"Vx N0 S1000", "Save", "1000  0 why not"},       // things, on purpose
+            {"Vx NFFFFFFFFFFFFFFFF", "Save", "20000000  FFFFFFFFFFFFFFFF why not"},
+            {"Vx Nxyz", "Save", "20000000 20000000 xyz why not"},
+            {"Vx Smain", "Save", "main 0000014F 00000150 why not"}, {"VFF", "Fill", all},
+            {"V0x1fE", "Fill", all}, {"Vffffffff", "Fill", all}, {"VG", "Fill", none},
+            {"V-1", "Fill", none}, {"V1000000AB", "Fill", none}, {"V ", "Fill", none},
+            {"V/tmp ", "Load", "20000000  00000000 why not"}});
+    }
+
+    void typingBringsTheDialogInLine()
+    {
+        QFETCH(const Script, row);
+        const QString steps = QStringLiteral("form %1 cancel; do %2; sent?");
+        QCOMPARE(MemScript().Run(steps.arg(row.name, row.steps)), QString(row.answers) + u'|');
+    }
+
+    void transfers_data()
+    {
+        AddRows<Script>({{"fill", // of the dialog only the value counts
+                             "select @3 @5; form V1FF N100; do Fill; sent?; item? @4; box?",
+                             "20000003 20000102 100 ok|@3:FFFFFF|FF|closed"},
+            {"fill what is on show", "form V0; do Fill; reads?; item? @13F",
+                "20000000 2000014F 00000150 ok|@0+150|00"},
+            {"save", "form V~/a.bin S20000010 N14; do Save; reads?; messages?; file? a.bin",
+                "20000010 20000023 14 ok|@10+14||101112131415161718191a1b1c1d1e1f20212223"},
+            {"over a file, with a hole",
+                "form V~/b.bin; do Save; bad @12; form V~/b.bin S20000010 N13; do Save; "
+                "file? b.bin; messages?; failed?",
+                "20000000 2000014F 00000150 ok|20000010 20000022 13 ok|replaced|"
+                "101100131415161718191a1b1c1d1e1f202122|1: Failed to read target memory|"
+                "Save: 1 of 19 bytes could not be read and are 00 in the file"},
+            {"nothing to save",
+                "host says; messages?; form V~/c.bin N13; do Save; messages?; form V~/c.bin; do "
+                "Load",
+                "|20000000 20000012 13 ok|1: Failed to read target memory|1: Failed to read target "
+                "memory|20000000  00000000 why not"},
+            {"load",
+                "form V~/d.bin S20000030 N8; do Save; click @18; form V~/d.bin; do Load; sent?; "
+                "item? @1F",
+                "20000030 20000037 8 ok|20000018 2000001F 00000008 ok|@18:3031323334353637|37"},
+            {"load what has gone",
+                "form V~/e.bin N8; do Save; form V~/e.bin gone; do Load; messages?; failed?; sent?",
+                "20000000 20000007 8 ok|20000000 20000007 00000008 ok|1: Could not open file for "
+                "reading|"
+                "Load: Could not open file for reading|"},
+            {"drop an address", "drop no address; drop  0x20000300; base?; addresses?",
+                "refused|taken|@300|0x20000300"},
+            {"drop a file",
+                "form V~/f.bin N8; do Save; drop ~/f.bin; form cancel; wait; sent?; features 1; "
+                "drop ~/f.bin",
+                "20000000 20000007 8 ok|taken|20000000 20000007 00000008 ok||refused"}});
+    }
+
+    void transfers() { RunScript(); }
+
+    void theDialogsTexts()
+    {
+        QString texts; // title, button, label of the first field; what cannot be used
+        for (const auto mode : {MemDialogMode::Load, MemDialogMode::Save, MemDialogMode::Fill}) {
+            CMemDialog dialog;
+            dialog.SetMode(mode);
+            texts += dialog.windowTitle() + u','
+                + dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->text()
+                + u',' + dialog.findChild<QLabel *>()->text();
+            for (const char *name :
+                {"pEditBoxAddr", "editBoxEndAddr", "pEditBoxSize", "pButtonSelectFile"}) {
+                const auto *part = dialog.findChild<QWidget *>(QLatin1String(name));
+                texts += part->isEnabled() && !part->isHidden() ? "" : name;
+            }
+        }
+        QCOMPARE(texts,
+            "Load Memory Data,Load,File:editBoxEndAddrpEditBoxSizeSave Memory Data,Save,"
+            "File:Fill Memory,Fill,Fill Value:pButtonSelectFile");
+    }
+
+    void theChooserRemembersItsFile()
+    {
+        MemScript script;
+        script.Run("form V~/chosen.bin N8; do Save");
+        const QString name = QDir::home().filePath("chosen.bin");
+        CMemDialog dialog;
+        dialog.SetMode(MemDialogMode::Load);
+        QTimer::singleShot(0, &dialog, [&name] {
+            auto *chooser = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+            QVERIFY(chooser != nullptr);
+            chooser->selectFile(name);
+            QMetaObject::invokeMethod(chooser, "accept");
         });
-        QCOMPARE(c.TakeWrites(), "");
-        c.Run(
-            "Fill", {{"pEditBoxGenVal", "1FF"}, {"pEditBoxSize", "100"}}); // only the value counts
-        QCOMPARE(c.TakeWrites(), "20000003:FFFFFF");
-        QCOMPARE(c.Item(kBase + 4), "FF");
-        QCOMPARE(c.window.focusWidget(), c.view);
-        c.Key(Qt::Key_Escape); // no selection: what is on show
-        c.Run("Fill", {{"pEditBoxGenVal", "0"}});
-        QCOMPARE(std::uint64_t(c.target.writes.at(0).written.size()), c.window.BytesPerPage());
-    }
-
-    void saveWritesTheRangeOfTheDialog()
-    {
-        QTemporaryDir folder;
-        const QString name = folder.filePath("out.bin");
-        const auto field = [](const QString &size, const QString &file) {
-            return std::vector<std::pair<const char *, QString>>{
-                {"pEditBoxGenVal", file}, {"pEditBoxAddr", "20000010"}, {"pEditBoxSize", size}};
-        };
-        Commands c;
-        c.Run("Save", field("14", name));
-        QCOMPARE(Contents(name).toHex(), "101112131415161718191a1b1c1d1e1f20212223");
-        QCOMPARE(c.LastRead(), (PageRange{kBase + 0x10, 0x14}));
-        QCOMPARE(c.TakeMessages(), "");
-        c.target.unreadable = {kBase + 0x12};
-        c.Run("Save", field("13", name), true); // what can be read is saved, to the last byte
-        QCOMPARE(Contents(name).toHex(),
-            "10110013"
-            "1415161718191a1b1c1d1e1f202122");
-        QCOMPARE(c.TakeMessages(), "1: Failed to read target memory");
-        QFile::remove(name);
-        c.target.failAll = true;
-        c.Run("Save", field("13", name));
-        QCOMPARE(c.TakeMessages(), "1: Failed to read target memory");
-        c.window.SetCallbacks({});
-        c.Run("Save", field("13", name));
-        QVERIFY(!QFile::exists(name));
-    }
-
-    void loadWritesTheFileAtTheCursor()
-    {
-        QTemporaryDir folder;
-        const QString name = folder.filePath("in.bin");
-        Put(name, "0123456789");
-        Commands c;
-        c.ClickByte(kBase + 0x18);
-        c.Run("Load", {{"pEditBoxGenVal", name}});
-        QCOMPARE(c.TakeWrites(), "20000018:30313233343536373839");
-        QVERIFY(c.Row(1).endsWith("01234567"));
-        c.TriggerWithDialog<CMemDialog>("Load", [&](CMemDialog &dialog) {
-            c.Field(dialog, "pEditBoxGenVal")->setText(name);
-            QVERIFY(QFile::remove(name)); // vanishes between the choice and the click
-            dialog.accept();
-        });
-        QCOMPARE(c.TakeMessages() + c.TakeWrites(), "1: Could not open file for reading");
-    }
-
-    void longRangesGoInPieces_data()
-    {
-        QTest::addColumn<std::uint64_t>("bytes");
-        QTest::addColumn<bool>("inOneCall");
-        QTest::newRow("the longest in one call") << std::uint64_t{512 * 1024} << true;
-        QTest::newRow("one byte more") << std::uint64_t{512 * 1024 + 1} << false;
-        QTest::newRow("longer") << std::uint64_t{5'000'001} << false;
+        dialog.findChild<QPushButton *>("pButtonSelectFile")->click();
+        QCOMPARE(dialog.GetSize(), 8U);
+        QCOMPARE(dialog.FilePath(), name);
+        QCOMPARE(MEMFILE_Remembered(RememberedFile::Open), name);
+        QCOMPARE(MEMFILE_Remembered(RememberedFile::Save), QDir::homePath() + "/data.bin");
     }
 
     void longRangesGoInPieces()
     {
-        QFETCH(std::uint64_t, bytes);
-        QFETCH(bool, inOneCall);
-        QTemporaryDir folder;
-        const QString name = folder.filePath("large.bin");
-        Commands c;
-        c.Run("Save", {{"pEditBoxGenVal", name}, {"pEditBoxSize", QString::number(bytes, 16)}});
-        QCOMPARE(c.target.reads.size() == 1, inOneCall);
-        std::uint64_t next = kBase;
-        for (const FakeTarget::Call &read : c.target.reads) { // no gap, no byte twice
-            QCOMPARE(read.address, std::exchange(next, next + read.length));
-            QVERIFY(read.length <= 512 * 1024);
-        }
-        QCOMPARE(next, kBase + bytes);
-        const QByteArray saved = Contents(name);
-        QCOMPARE(std::uint64_t(saved.size()), bytes);
-        for (const std::uint64_t at : {std::uint64_t{0}, bytes / 3, bytes - 1})
-            QCOMPARE(std::uint8_t(saved.at(qsizetype(at))), c.target.ByteAt(kBase + at));
+        for (const std::uint64_t bytes : {512 * 1024, 512 * 1024 + 1, 5'000'001}) {
+            const bool inOneCall = bytes == 512 * 1024;
+            MemScript c;
+            c.Run(QStringLiteral("form V~/long.bin N%1; do Save").arg(bytes, 0, 16));
+            QCOMPARE(c.target.reads.size() == 1, inOneCall);
+            std::uint64_t next = kBase;
+            for (const FakeTarget::Call &read : c.target.reads) { // no gap, no byte twice
+                QCOMPARE(read.address, std::exchange(next, next + read.length));
+                QVERIFY(read.length <= 512 * 1024);
+            }
+            QCOMPARE(next, kBase + bytes);
+            const QByteArray saved = FileContent(QDir::home().filePath("long.bin"));
+            QCOMPARE(std::uint64_t(saved.size()), bytes);
+            for (const std::uint64_t at : {std::uint64_t{0}, bytes / 3, bytes - 1})
+                QCOMPARE(std::uint8_t(saved.at(qsizetype(at))), c.target.ByteAt(kBase + at));
 
-        c.target.keepsWrites = false;
-        c.Run("Load", {{"pEditBoxGenVal", name}, {"pEditBoxAddr", "30000000"}});
-        QCOMPARE(c.target.writes.size() == 1, inOneCall);
-        QByteArray loaded;
-        for (const FakeTarget::Call &write : std::exchange(c.target.writes, {}))
-            loaded += write.written;
-        QVERIFY(loaded == saved);
+            c.target.keepsWrites = false;
+            c.Run("form V~/long.bin S30000000; do Load");
+            QCOMPARE(c.target.writes.size() == 1, inOneCall);
+            QByteArray loaded;
+            for (const FakeTarget::Call &write : c.target.writes)
+                loaded += write.written;
+            QVERIFY(loaded == saved);
+        }
     }
 
     void aLongTransferCanBeCancelled_data()
     {
-        QTest::addColumn<QByteArray>("action");
-        QTest::addColumn<bool>("windowGoes");
-        for (const char *action : {"Save", "Fill", "Load", "Copy", "CopyBinary", "Paste"}) {
-            QTest::addRow("%s, cancelled", action) << QByteArray(action) << false;
-            QTest::addRow("%s, window gone", action) << QByteArray(action) << true;
-        }
+        AddRows<Script>({{"save", "form V~/old.bin; do Save", ""}, {"fill", "form V0; do Fill", ""},
+            {"load", "form V~/old.bin S0; do Load", ""}, {"copy", "do Copy", ""},
+            {"copy bytes", "do CopyBinary", ""}, {"paste", "do Paste", ""}});
     }
 
     void aLongTransferCanBeCancelled()
     {
-        QFETCH(QByteArray, action);
-        QFETCH(bool, windowGoes);
-        QTemporaryDir folder;
-        const QString name = folder.filePath("old.bin");
-        Put(name, QByteArray(8 * 1024 * 1024, 'o'));
-        Commands c;
-        c.target.logs = false;
-        c.target.keepsWrites = false;
-        c.GoTo(0xFF00'0000);
-        c.SelectToTheEnd();
-        c.PutOnClipboard(kBinary, QByteArray(16 * 1024 * 1024, 'p'));
-        c.GoTo(0);                 // where the paste goes
-        c.target.callTakesMs = 60; // minutes, if nobody ends it
-        QTimer watch;
-        connect(&watch, &QTimer::timeout, &watch, [&] {
-            auto *dialog = qobject_cast<QProgressDialog *>(QApplication::activeModalWidget());
-            if (dialog == nullptr)
-                return;
-            watch.stop();
-            windowGoes ? c.owner.reset() : dialog->cancel();
-        });
-        watch.start(0);
-        if (action == "Save")
-            c.Run("Save", {{"pEditBoxGenVal", name}}, true);
-        else if (action == "Fill")
-            c.Run("Fill", {{"pEditBoxGenVal", "0"}});
-        else if (action == "Load")
-            c.Run("Load", {{"pEditBoxGenVal", name}, {"pEditBoxAddr", "0"}});
-        else
-            c.Trigger(action.constData());
-        QVERIFY2(!watch.isActive(), "no dialog came");
-        QCOMPARE(c.TakeMessages(), "");
-        QCOMPARE(QGuiApplication::overrideCursor(), nullptr);
-        QCOMPARE(
-            Contents(name), QByteArray(8 * 1024 * 1024, 'o')); // a cancelled save keeps the old
-        QCOMPARE(c.ClipboardData(kBinary).left(1), "p");
-    }
-
-    void droppedAddressesJumpAndDroppedFilesAsk()
-    {
-        QTemporaryDir folder;
-        const QString name = folder.filePath("drop.bin");
-        Put(name, "dropped");
-        QMimeData file;
-        file.setUrls({QUrl::fromLocalFile(name)});
-        QMimeData address;
-        address.setText(" 0x20000300\n");
-        QMimeData words;
-        words.setText("no address");
-
-        Commands c;
-        const auto drop = [&](QMimeData &contents) {
-            QDragEnterEvent enter(QPoint(9, 9), Qt::CopyAction, &contents, Qt::LeftButton, {});
-            QApplication::sendEvent(c.view->viewport(), &enter);
-            QDropEvent event(QPointF(9, 9), Qt::CopyAction, &contents, Qt::LeftButton, {});
-            if (enter.isAccepted())
-                QApplication::sendEvent(c.view->viewport(), &event);
-            return enter.isAccepted();
-        };
-        QVERIFY(!drop(words));
-        QVERIFY(drop(address));
-        QCOMPARE(c.window.BaseAddress(), kBase + 0x300);
-        QCOMPARE(c.AddressItems(), "0x20000300");
-
-        QVERIFY(drop(file));
-        QString asked;
-        QTimer::singleShot(0, &c.window, [&] {
-            auto *dialog = qobject_cast<CMemDialog *>(QApplication::activeModalWidget());
-            QVERIFY(dialog != nullptr);
-            asked = dialog->GenericValue() + QString::number(dialog->GetSize());
-            dialog->reject();
-        });
-        QApplication::processEvents();
-        QCOMPARE(asked, name + u'7');
-        QCOMPARE(c.TakeWrites(), ""); // a drop by itself writes nothing
-        c.window.SetFeatureFlags(kFeatureRefresh);
-        QVERIFY(!drop(file));
+        QFETCH(const Script, row);
+        const QString name = QDir::home().filePath("old.bin");
+        const QByteArray before(8 * 1024 * 1024, 'o');
+        for (const bool windowGoes : {false, true}) {
+            PutFile(name, before);
+            MemScript c;
+            c.target.logs = false;
+            c.target.keepsWrites = false;
+            c.Run("goto FF000000; hold Shift; key Ctrl+Shift+End; release Shift; goto 0"); // where
+                                                                                           // the
+                                                                                           // paste
+                                                                                           // goes
+            c.PutOnClipboard(kBinary, QByteArray(16 * 1024 * 1024, 'p'));
+            c.target.callTakesMs = 60; // minutes, if nobody ends it
+            QTimer watch;
+            connect(&watch, &QTimer::timeout, &watch, [&] {
+                auto *dialog = qobject_cast<QProgressDialog *>(QApplication::activeModalWidget());
+                if (dialog == nullptr)
+                    return;
+                watch.stop();
+                windowGoes ? c.owner.reset() : dialog->cancel();
+            });
+            watch.start(0);
+            c.Run(row.steps);
+            QVERIFY2(!watch.isActive(), "no dialog came");
+            QCOMPARE(c.TakeMessages(), "");
+            QCOMPARE(QGuiApplication::overrideCursor(), nullptr);
+            QVERIFY(FileContent(name) == before); // a cancelled save keeps the old file
+            QCOMPARE(c.ClipboardData(kBinary).left(1), "p");
+        }
     }
 };
 

@@ -1,10 +1,10 @@
 #include "randomseed.h"
 #include "rowpainter.h"
+#include "tablerows.h"
 #include "viewfont.h"
 
 #include <QFontMetrics>
 #include <QPainter>
-#include <QtTest>
 
 namespace {
 
@@ -20,108 +20,33 @@ constexpr RowColours kDark{.base = 0xFF1E1E1E,
     .runBackground = 0xFF1E1E1E,
     .highlight = 0xFF2A82DA,
     .highlightedText = 0xFF000000};
-constexpr RowColours kOwnRunBackground = [] {
-    RowColours colours = kDark;
-    colours.runBackground = 0xFFD0FFD0;
-    return colours;
-}();
+constexpr int kRows = 5;
 
 struct Setting {
-    QFont font;
-    int width;
-    int height;
+    const char *name;
+    const char *family;
+    int pixelSize;
+    qreal scale;
+    int heightPx = -1; ///< of a row; -1: as the font has it
 };
-
-Setting MakeSetting(const QString &family, int pixelSize)
-{
-    QFont font(family);
-    font.setPixelSize(pixelSize);
-    font.setStyleHint(QFont::TypeWriter);
-    return {GridFont(font), CharacterWidth(font), QFontMetrics(font).height()};
-}
 
 /// A row as the view may compose it, with runs where bytes would be.
-void FillRow(std::mt19937_64 &generator, ComposedLine &line)
+ComposedLine RandomRow(std::mt19937_64 &generator)
 {
+    ComposedLine line;
     line.length = 76;
     for (int column = 0; column < line.length; ++column) {
-        int character = Pick(generator, 32, 255);
-        if ((character >= 127 && character <= 160) || character == 173)
-            character = '.';
-        line.text[std::size_t(column)] = char(character);
+        const int character = Pick(generator, 32, 255);
+        const bool isShown = character < 127 || (character > 160 && character != 173);
+        line.text[std::size_t(column)] = isShown ? char(character) : '.';
     }
     line.text[76] = ' ';
-    line.runCount = 0;
-    for (int column = 10; column < 58; column += 3) {
+    for (int column = 10; column < 76; column += column < 58 ? 3 : 1) {
         if (Pick(generator, 0, 2) == 0)
             line.runs[std::size_t(line.runCount++)]
-                = {column, 2, std::uint8_t(Pick(generator, 1, 3))};
+                = {column, column < 58 ? 2 : 1, std::uint8_t(Pick(generator, 1, 3))};
     }
-    for (int column = 60; column < 76; ++column) {
-        if (Pick(generator, 0, 2) == 0)
-            line.runs[std::size_t(line.runCount++)]
-                = {column, 1, std::uint8_t(Pick(generator, 1, 3))};
-    }
-}
-
-/// The same rows by both painters, each on its own image.
-struct BothPainters {
-    RowPainter rows;
-    PlainRowPainter plain;
-    QImage copied;
-    QImage drawn;
-
-    BothPainters(const Setting &setting, const RowColours &colours)
-    {
-        rows.SetFont(setting.font, setting.width, setting.height);
-        rows.SetColours(colours);
-        rows.SetLeftMargin(2);
-        plain.SetFont(setting.font, setting.width, setting.height);
-        plain.SetColours(colours);
-        plain.SetLeftMargin(2);
-    }
-
-    /// @param place  of the view on the image
-    void Draw(QSize imageSize, QImage::Format format, const QTransform &place, int widthPx,
-        std::mt19937_64 &generator)
-    {
-        copied = QImage(imageSize, format);
-        copied.fill(Qt::magenta);
-        drawn = copied;
-        QPainter copier(&copied);
-        QPainter drawer(&drawn);
-        for (QPainter *painter : {&copier, &drawer}) {
-            painter->setTransform(place);
-            painter->setFont(plain.Font());
-        }
-        for (int row = 0; row < kRows; ++row) {
-            ComposedLine line;
-            FillRow(generator, line);
-            RowPicture picture{.line = line, .selection = {}};
-            picture.selection.Add(Pick(generator, 10, 30), Pick(generator, 1, 20));
-            picture.selection.Add(60, 8);
-            picture.cursorHexColumn = row % 2 == 0 ? Pick(generator, 10, 57) : -1;
-            picture.cursorTextColumn = row % 2 == 0 ? Pick(generator, 60, 75) : -1;
-            picture.isCursorHollow = row % 4 == 0;
-            rows.Begin(copier, widthPx);
-            rows.Draw(copier, row, picture);
-            plain.Draw(drawer, row * plain.LineHeight(), widthPx, picture);
-        }
-    }
-
-    static constexpr int kRows = 5;
-};
-
-/// Fails with the first pixel in which two pictures differ.
-void CompareImages(const QImage &a, const QImage &b)
-{
-    if (a == b)
-        return;
-    for (int y = 0; y < a.height(); ++y) {
-        for (int x = 0; x < a.width(); ++x)
-            QVERIFY2(a.pixel(x, y) == b.pixel(x, y),
-                qPrintable(QStringLiteral("at (%1, %2)").arg(x).arg(y)));
-    }
+    return line;
 }
 
 } // namespace
@@ -132,87 +57,71 @@ class RowPainterTest : public QObject {
 private slots:
     void copiedCellsEqualDrawnText_data()
     {
-        QTest::addColumn<QString>("family");
-        QTest::addColumn<int>("pixelSize");
-        QTest::addColumn<qreal>("scale");
-        for (const QString &family :
-            QStringList{"DejaVu Sans Mono", "Liberation Mono", "Nimbus Mono PS"}) {
+        AddRows<Setting>({{"a scale of no parts", "DejaVu Sans Mono", 12, 1.15},
+            {"of no size", "DejaVu Sans Mono", 1, 1, 0},
+            {"of no height", "DejaVu Sans Mono", 13, 1.5, 0},
+            {"higher than an image can be", "DejaVu Sans Mono", 13, 1.5, 100'000'000},
+            {"huge", "DejaVu Sans Mono", 3000, 1, 3500}});
+        for (const char *family : {"DejaVu Sans Mono", "Liberation Mono", "Nimbus Mono PS"}) {
             for (const int pixelSize : {9, 13, 21}) {
                 for (const qreal scale : {1.0, 1.25, 1.5, 1.75, 2.0})
-                    QTest::addRow("%s %d at %g", qPrintable(family), pixelSize, scale)
-                        << family << pixelSize << scale;
+                    QTest::addRow("%s %d at %g", family, pixelSize, scale)
+                        << Setting{"", family, pixelSize, scale};
             }
         }
-        QTest::newRow("a scale of no parts") << "DejaVu Sans Mono" << 12 << 1.15;
     }
 
+    /// The same random rows, copied from cells and drawn as texts, each on an image of its own.
     void copiedCellsEqualDrawnText()
     {
-        QFETCH(qreal, scale);
-        const Setting setting = FetchSetting();
+        QFETCH(const Setting, row);
+        QFont font(row.family);
+        font.setPixelSize(row.pixelSize);
+        font.setStyleHint(QFont::TypeWriter);
+        const int widthPx = CharacterWidth(font);
+        const int heightPx = row.heightPx < 0 ? QFontMetrics(font).height() : row.heightPx;
+        const QSize size = QSize(80 * widthPx, kRows * heightPx).boundedTo({3000, 1000});
         auto generator = SeededGenerator();
-        const QSize size(80 * setting.width, BothPainters::kRows * setting.height);
-        const bool whole = scale == int(scale);
-        for (const RowColours &colours : {kLight, kDark, kOwnRunBackground}) {
-            BothPainters both(setting, colours);
+        for (RowColours colours : {kLight, kDark, kDark}) {
+            RowPainter rows;
+            PlainRowPainter plain;
+            if (generator() % 2 == 0)
+                colours.runBackground = 0xFFD0FFD0; // a palette of the view's own
+            const auto prepare = [&](auto &painter) {
+                painter.SetFont(GridFont(font), widthPx, heightPx);
+                painter.SetColours(colours);
+                painter.SetLeftMargin(2);
+            };
+            prepare(rows);
+            prepare(plain);
+            QImage copied(size * row.scale + QSize(8, 8),
+                colours.base == kLight.base ? QImage::Format_RGB32
+                                            : QImage::Format_ARGB32_Premultiplied);
+            copied.fill(Qt::magenta);
+            QImage drawn = copied;
+            QPainter copier(&copied);
+            QPainter drawer(&drawn);
             // A view seldom begins on a whole device pixel.
-            const qreal dx = whole ? 3 : Pick(generator, 0, 15) / 4.0;
-            const qreal dy = whole ? 5 : Pick(generator, 0, 15) / 4.0;
-            both.Draw(size * scale + QSize(8, 8),
-                colours == kLight ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied,
-                QTransform(scale, 0, 0, scale, dx, dy), size.width(), generator);
-            CompareImages(both.copied, both.drawn);
+            const bool whole = row.scale == int(row.scale);
+            const QTransform place(row.scale, 0, 0, row.scale,
+                whole ? 3 : Pick(generator, 0, 15) / 4.0, whole ? 5 : Pick(generator, 0, 15) / 4.0);
+            for (QPainter *painter : {&copier, &drawer}) {
+                painter->setTransform(place);
+                painter->setFont(plain.Font());
+            }
+            for (int line = 0; line < kRows; ++line) {
+                RowPicture picture{.line = RandomRow(generator), .selection = {}};
+                picture.selection.Add(Pick(generator, 10, 30), Pick(generator, 1, 20));
+                picture.selection.Add(60, 8);
+                picture.cursorHexColumn = line % 2 == 0 ? Pick(generator, 10, 57) : -1;
+                picture.cursorTextColumn = line % 2 == 0 ? Pick(generator, 60, 75) : -1;
+                picture.isCursorHollow = line % 4 == 0;
+                rows.Begin(copier, size.width());
+                rows.Draw(copier, line, picture);
+                plain.Draw(drawer, line * plain.LineHeight(), size.width(), picture);
+            }
+            QCOMPARE(copied, drawn); // names the first pixel that differs
         }
-    }
-
-    void fontsOfAbsurdSizesAreDrawn_data()
-    {
-        QTest::addColumn<int>("pixelSize");
-        QTest::addColumn<int>("height");
-        QTest::newRow("of no size") << 1 << 0;
-        QTest::newRow("of no height") << 13 << 0;
-        QTest::newRow("higher than an image can be") << 13 << 100'000'000;
-        QTest::newRow("huge") << 3000 << 3500;
-    }
-
-    void fontsOfAbsurdSizesAreDrawn()
-    {
-        QFETCH(int, pixelSize);
-        QFETCH(int, height);
-        auto generator = SeededGenerator();
-        Setting setting = MakeSetting("DejaVu Sans Mono", pixelSize);
-        setting.height = height;
-        for (const qreal scale : {1.0, 1.5}) {
-            BothPainters both(setting, kLight);
-            both.Draw({200, 100}, QImage::Format_RGB32, QTransform::fromScale(scale, scale), 100,
-                generator);
-            CompareImages(both.copied, both.drawn);
-        }
-    }
-
-    void everyGlyphStandsOnItsColumn_data() { copiedCellsEqualDrawnText_data(); }
-
-    void everyGlyphStandsOnItsColumn()
-    {
-        QFETCH(qreal, scale);
-        const Setting setting = FetchSetting();
-        auto generator = SeededGenerator();
-        QString text;
-        for (int column = 0; column < 210; ++column)
-            text += QLatin1Char("0123456789ABCDEF -.~Wgij"[Pick(generator, 0, 23)]);
-        const auto drawInPieces = [&](int pieceChars) {
-            QImage image(QSize(220 * setting.width, setting.height) * scale, QImage::Format_RGB32);
-            image.fill(Qt::white);
-            QPainter painter(&image);
-            painter.scale(scale, scale);
-            painter.setFont(setting.font);
-            for (int column = 0; column < text.size(); column += pieceChars)
-                painter.drawText(
-                    QPointF(2 + column * setting.width, QFontMetrics(setting.font).ascent()),
-                    text.mid(column, pieceChars));
-            return image;
-        };
-        CompareImages(drawInPieces(210), drawInPieces(1));
     }
 
     void aChangeColourThatIsHardToSeeIsUnderlined()
@@ -221,12 +130,13 @@ private slots:
             QVERIFY(!IsHardToSee(colour, kLight.base));
         QVERIFY(!IsHardToSee(0xFFFF0000, kDark.base));
         QVERIFY(IsHardToSee(0xFFAA0000, kDark.base));
-        const Setting setting = MakeSetting("DejaVu Sans Mono", 13);
+        const QFont font("DejaVu Sans Mono", 10);
+        const int widthPx = CharacterWidth(font);
         RowPainter rows;
-        rows.SetFont(setting.font, setting.width, setting.height);
+        rows.SetFont(GridFont(font), widthPx, QFontMetrics(font).height());
         for (const RowColours &colours : {kLight, kDark}) {
             rows.SetColours(colours);
-            QImage image(10 * setting.width, setting.height, QImage::Format_RGB32);
+            QImage image(10 * widthPx, QFontMetrics(font).height(), QImage::Format_RGB32);
             QPainter painter(&image);
             ComposedLine line;
             line.length = 4;
@@ -240,16 +150,8 @@ private slots:
                 for (int y = 0; y < image.height(); ++y)
                     marked += image.pixel(x, y) == colours.text;
             }
-            QCOMPARE(marked, colours == kDark ? 2 * setting.width : 0);
+            QCOMPARE(marked, colours == kDark ? 2 * widthPx : 0);
         }
-    }
-
-private:
-    static Setting FetchSetting()
-    {
-        QFETCH(QString, family);
-        QFETCH(int, pixelSize);
-        return MakeSetting(family, pixelSize);
     }
 };
 

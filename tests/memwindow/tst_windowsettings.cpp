@@ -1,40 +1,26 @@
-#include "rememberedfiles.h"
+// What a window keeps, and what it makes of a file that somebody else has written.
+
+#include "memscript.h"
 #include "windowsettings.h"
 
-#include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <QSettings>
-#include <QTest>
 
 namespace {
 
-const QString kWindow = QStringLiteral("HexEditor");
-
-QString StoreFile()
+/// What is loaded from a file with these lines: base, item bytes, width, tool bar, boxes, last
+/// text.
+QByteArray Loaded(const QByteArray &lines)
 {
-    return QSettings().fileName();
-}
-
-/// Puts an INI file there as an editor would.
-void HandEdit(const QByteArray &contents)
-{
-    QDir().mkpath(QFileInfo(StoreFile()).path());
-    QFile file(StoreFile());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(contents);
-    file.close();
+    QSettings().clear();
     QSettings().sync();
-}
-
-void CheckFirstStart(const WindowSettings &settings)
-{
-    QCOMPARE(settings.baseAddress, 0U);
-    QCOMPARE(int{settings.bytesPerItem}, 1);
-    QCOMPARE(int{settings.accessWidth}, 0);
-    QCOMPARE(settings.showToolbar, true);
-    QCOMPARE(settings.addressBoxItems, QStringList());
-    QCOMPARE(settings.lastInputText, "0");
+    QDir().mkpath(QFileInfo(QSettings().fileName()).path());
+    PutFile(QSettings().fileName(), "[AppData]\n" + lines);
+    QSettings().sync();
+    const WindowSettings settings = WINSET_Load("HexEditor");
+    return QByteArray::number(settings.baseAddress, 16) + ' '
+        + QByteArray::number(settings.bytesPerItem) + ' ' + QByteArray::number(settings.accessWidth)
+        + (settings.showToolbar ? " shown [" : " [")
+        + settings.addressBoxItems.join(u' ').toLatin1() + "] " + settings.lastInputText.toLatin1();
 }
 
 } // namespace
@@ -43,59 +29,60 @@ class WindowSettingsTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void init() { QSettings().clear(); }
-    void anEmptyStoreIsAFirstStart() { CheckFirstStart(WINSET_Load(kWindow)); }
-
     void everythingComesBackFromItsKey()
     {
-        WindowSettings saved{0x1'8000'0010, 4, 2, false, {"0x20000A00", "main, or so"}, "a, b"};
-        WINSET_Save(kWindow, saved);
-        QFile file(StoreFile());
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(),
+        MemScript c; // the last jump counts, not where scrolling has led
+        c.Run("enter 20000b00; enter main, or so; accept 0x20000c05; do Goto; scroll -7; "
+              "do View2ByteItems; do Access4ByteItems; do ShowToolbar; destroy");
+        QSettings().sync();
+        QCOMPARE(FileContent(QSettings().fileName()),
             "[AppData]\n"
-            "HexEditor\\Access%20Width=2\n"
-            "HexEditor\\Address%20Box%20Items=0x20000A00, \"main, or so\"\n"
-            "HexEditor\\Base%20Address=6442450960\n"
-            "HexEditor\\Bytes%20Per%20Item=4\n"
-            "HexEditor\\Last%20Input%20Text=\"a, b\"\n"
+            "HexEditor\\Access%20Width=4\n"
+            "HexEditor\\Address%20Box%20Items=0x20000C05, \"main, or so\", 20000B00\n"
+            "HexEditor\\Base%20Address=536873989\n"
+            "HexEditor\\Bytes%20Per%20Item=2\n"
+            "HexEditor\\Last%20Input%20Text=0x20000c05\n"
             "HexEditor\\Show%20Toolbar=false\n");
-        for (const QStringList &items : {saved.addressBoxItems, {"7"}, QStringList()}) {
-            saved.addressBoxItems = items;
-            WINSET_Save(kWindow, saved);
-            const WindowSettings loaded = WINSET_Load(kWindow);
-            QCOMPARE(loaded.baseAddress, 0x8000'0010U); // loses its upper half
-            QCOMPARE(loaded.bytesPerItem, saved.bytesPerItem);
-            QCOMPARE(loaded.accessWidth, saved.accessWidth);
-            QCOMPARE(loaded.showToolbar, saved.showToolbar);
-            QCOMPARE(loaded.addressBoxItems, items);
-            QCOMPARE(loaded.lastInputText, saved.lastInputText);
-        }
+
+        CHexEditor next;
+        next.SetCallbacks(c.target.Callbacks());
+        next.SetFeatureFlags(kFeatureAccessWidth);
+        next.resize(900, 400); // gets its size after it has restored the address
+        c.target.reads.clear();
+        next.show();
+        QApplication::processEvents();
+        QCOMPARE(c.target.reads.size(), 1U);
+        QCOMPARE(c.target.reads.at(0).address, kBase + 0xC00);
+        QCOMPARE(int{c.target.reads.at(0).accessWidth}, 4);
+        QCOMPARE(next.BytesPerItem(), 2);
+        for (const char *checked : {"View2ByteItems", "Access4ByteItems"})
+            QVERIFY(next.findChild<QAction *>(QString("pActionMemory") + checked)->isChecked());
+        QVERIFY(!next.findChild<QToolBar *>("pToolBar")->isVisible());
+        QCOMPARE(
+            next.findChild<AddressBox *>()->Items().join(u'|'), "0x20000C05|main, or so|20000B00");
     }
 
-    void nonsenseInTheFileReadsAsAFirstStart()
+    void aFileOfSomebodyElseIsBroughtIntoForm()
     {
-        HandEdit("[AppData]\n"
-                 "HexEditor\\Base%20Address=-5\n"
-                 "HexEditor\\Bytes%20Per%20Item=3\n"
-                 "HexEditor\\Access%20Width=4294967297\n"
-                 "HexEditor\\Address%20Box%20Items=@Variant(\\0\\0\\0\\x2)\n"
-                 "HexEditor\\Last%20Input%20Text=0\n");
-        CheckFirstStart(WINSET_Load(kWindow));
-        HandEdit("[AppData]\nHexEditor\\Base%20Address=\"1,2\"\nHexEditor\\Bytes%20Per%20Item=a,b\n"
-                 "HexEditor\\Access%20Width=@Size(3 4)\n[AppData\nHexEditor=7\n\0\xFF=\n");
-        CheckFirstStart(WINSET_Load(kWindow));
-    }
-
-    void theDialogsPathsComeBack()
-    {
-        MEMFILE_Remember(RememberedFile::Save, "/tmp/a, b.bin");
-        QCOMPARE(MEMFILE_Remembered(RememberedFile::Save), "/tmp/a, b.bin");
-        QCOMPARE(MEMFILE_Remembered(RememberedFile::Open), QDir::homePath() + "/data.bin");
-        QCOMPARE(QSettings().value("AppData/HexEditorMemDialog/DefaultDirSave").toString(),
-            "/tmp/a, b.bin");
+        const QByteArray first = "0 1 0 shown [] 0"; // as at a first start
+        QCOMPARE(Loaded(""), first);
+        QCOMPARE(
+            Loaded("HexEditor\\Base%20Address=-5\nHexEditor\\Bytes%20Per%20Item=3\nHexEditor\\"
+                   "Access%20Width=4294967297\nHexEditor\\Address%20Box%20Items=@Variant(\\0)\n"),
+            first);
+        QCOMPARE(Loaded("HexEditor\\Base%20Address=\"1,2\"\nHexEditor\\Bytes%20Per%20Item=a,b\n"
+                        "HexEditor\\Access%20Width=@Size(3 4)\n[AppData\nHexEditor=7\n\xFF=\n"),
+            first);
+        QCOMPARE(Loaded("HexEditor\\Base%20Address=6442450960\n"), "80000010 1 0 shown [] 0");
+        QCOMPARE(Loaded("HexEditor\\Last%20Input%20Text=a, b\n"), "0 1 0 shown [] a, b");
+        const QByteArray items = "HexEditor\\Address%20Box%20Items=";
+        QCOMPARE(Loaded(items + "0x1a, , 0x1A, main\n"), "0 1 0 shown [0x1A main] 0");
+        QCOMPARE(Loaded(items + "9, 8, 7, 6, 5, 4, 3, 2, 1, A, B\n"),
+            "0 1 0 shown [9 8 7 6 5 4 3 2 1 A] 0");
+        QCOMPARE(
+            Loaded(items + QByteArray(5000, 'x')), "0 1 0 shown [" + QByteArray(256, 'x') + "] 0");
     }
 };
 
-QTEST_GUILESS_MAIN(WindowSettingsTest)
+QTEST_MAIN(WindowSettingsTest)
 #include "tst_windowsettings.moc"
