@@ -1,4 +1,4 @@
-// How often a machine is left halted when whoever reads it is killed. Needs an emulator that runs:
+// How often a machine is left halted when its reader is killed. Needs a running emulator:
 //
 //   bench_kill STUB_PORT MONITOR_PORT ADDRESS KILLS MILLISECONDS...
 //
@@ -59,7 +59,7 @@ int ConnectTo(int port)
     return descriptor;
 }
 
-/// One direction of a slow line: what is taken in leaves after the latency, an end too.
+/// One direction of a slow line: bytes, and the end of the stream, leave after the latency.
 class SlowPipe {
 public:
     SlowPipe(int from, int to, milliseconds latency)
@@ -162,7 +162,8 @@ private:
     {
         const int on = 1;
         setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-        // The client's connect() takes there and back; whoever dies before that has sent nothing.
+        // The client's connect() takes one round trip; a client killed before that has sent
+        // nothing.
         std::this_thread::sleep_for(2 * m_latency);
         char first = 0;
         const ssize_t alive = recv(client, &first, 1, MSG_PEEK | MSG_DONTWAIT);
@@ -203,7 +204,7 @@ private:
     std::thread m_thread;
 };
 
-// The last line that the emulator's monitor answers to a command.
+// The last line of the monitor's reply to a command.
 std::string Monitor(int port, const char *command)
 {
     const int descriptor = ConnectTo(port);
@@ -224,7 +225,7 @@ std::string Monitor(int port, const char *command)
     return all;
 }
 
-// The child: reads until it is killed, and says by a byte when it begins to refresh.
+// The child: reads until it is killed, and sends a byte when it begins to refresh.
 int BeReader(const char *selector, const char *address)
 {
     const auto place = static_cast<std::uint32_t>(std::strtoul(address, nullptr, 16));

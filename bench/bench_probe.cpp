@@ -70,7 +70,7 @@ double Progress(std::uint32_t page, std::uint32_t counter, std::uint32_t count, 
         / std::chrono::duration<double>(last.time - first.time).count();
 }
 
-// Seconds with and without reads take turns, so that what else the machine does meets both alike.
+// Seconds with and without reads alternate, so that other load of the machine affects both alike.
 void BenchCost(std::uint32_t page, std::uint32_t counter, std::uint32_t count, int reads)
 {
     constexpr int kPairs = 7;

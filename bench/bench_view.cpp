@@ -1,5 +1,5 @@
-// Times of the memory view's operations. Instructions, which repeat exactly, are counted by
-// count_view under valgrind; see run.
+// Measures the times of the memory view's operations. Their instructions, which are exactly
+// repeatable, are counted by count_view under valgrind; see run.
 #include "viewcases.h"
 
 #include <QApplication>

@@ -183,7 +183,7 @@ class JumpFar : public WindowCase {
     std::uint64_t m_address = 0;
 };
 
-/// The text engine's least work for the same page: a string for each row, made beforehand.
+/// The least work of the text engine for the same page: one prepared string for each row.
 class Limit : public ViewCase {
 public:
     Limit()

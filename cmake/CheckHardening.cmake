@@ -1,5 +1,5 @@
-# A program or library that is delivered is hardened: its code lies anywhere, its tables are read-only
-# once it runs, overwritten stacks and buffers are noticed, and it searches no folder for libraries.
+# Checks that a delivered program or library is hardened: position-independent code, tables that are
+# read-only once it runs, guarded stacks and buffers, and no search path for libraries.
 foreach(part -h -l -d --dyn-syms)
   execute_process(COMMAND "${READELF}" -W ${part} "${FILE}" OUTPUT_VARIABLE text RESULT_VARIABLE result)
   if(NOT result EQUAL 0)

@@ -18,7 +18,7 @@ namespace {
 /// The target: a pattern, with holes, and what the window wrote last.
 struct Target {
     std::uint8_t holes = 0; ///< bit n: the bytes n of every eight cannot be read
-    int answer = 0;         ///< 0: the truth; else a count that a broken library might give
+    int answer = 0;         ///< 0: the true count; else one that a broken library might return
     int writes = 0;
     std::uint64_t writeAddress = 0;
     QByteArray written;

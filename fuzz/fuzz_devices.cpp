@@ -1,4 +1,4 @@
-// What a probe library says of the devices that it knows, as the device list takes it.
+// Device records of a probe library, as the device list reads them.
 
 #include "cdevicedatamodel.h"
 #include "cdevicedataproxymodel.h"

@@ -46,7 +46,7 @@ std::string Escaped(std::string_view text)
     return payload;
 }
 
-/// As a stub may shorten it: a byte that comes five times is told once, with a count.
+/// A payload as a stub may shorten it: a byte that occurs five times is sent once, with a count.
 std::string Shortened(std::string_view payload)
 {
     std::string text;
@@ -121,7 +121,7 @@ private:
 
     bool Serve(const std::string &request)
     {
-        m_runs = request == "c"; // also when nobody is there any more to hear of it
+        m_runs = request == "c"; // also when the client has gone already
         if (m_acks && !Send("+"))
             return false;
         return m_runs || Deliver(Answer(request));

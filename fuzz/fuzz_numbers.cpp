@@ -22,7 +22,7 @@ namespace {
 
 constexpr std::array kFields = {"pEditBoxAddr", "editBoxEndAddr", "pEditBoxSize", "pEditBoxGenVal"};
 
-/// A second opinion on what a hexadecimal number is.
+/// An independent definition of a hexadecimal number, to compare with.
 std::optional<quint64> HexByQt(const QString &text)
 {
     static const QRegularExpression form(

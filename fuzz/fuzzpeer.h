@@ -15,7 +15,7 @@
 
 /// The far end of a socket pair, served on a thread of its own until either side has enough.
 ///
-/// Where both sides wait for each other the far end hangs up after a moment, so that no
+/// When both sides wait for each other, the far end hangs up after a moment, so that no
 /// conversation waits for a time limit.
 class FuzzPeer {
 public:
@@ -103,7 +103,7 @@ private:
 };
 
 /// Reads and writes as the input says, and compares what is read as long as the far end is honest.
-/// @param lied  whether the far end has sent something that nobody can tell from an honest answer
+/// @param lied  whether the far end has sent a false answer that cannot be told from a true one
 template <typename Target>
 void FuzzTransfers(
     Target &target, FuzzMemory &memory, FuzzInput &input, const std::atomic<bool> &lied)

@@ -21,8 +21,8 @@ struct TargetChoice {
     std::string error;   // not empty: the text that Open returns instead of opening anything
 };
 
-/// Reads a selector as typed into the host field. Never fails: a text that is none gives a
-/// choice whose error says so.
+/// Reads a selector as typed into the host field. Never fails: for any other text the choice has an
+/// error that says so.
 ///   blank, localhost        gdb localhost:1234
 ///   HOST, HOST:PORT         gdb, except port 6666: tcl
 ///   gdb:HOST[:PORT]         GDB remote protocol, port 1234 unless given

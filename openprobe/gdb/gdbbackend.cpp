@@ -158,8 +158,8 @@ void GdbBackend::FindCoreId()
     EndAccess();
 }
 
-// Empty where there is none. A document comes in parts: "m" and a part with more behind it, or "l"
-// and the last one.
+// Empty when there is no such document. A document comes in parts: "m" and a part with more to
+// follow, or "l" and the last one.
 std::string GdbBackend::ReadDocument(const std::string &name)
 {
     std::string text;

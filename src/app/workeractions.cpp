@@ -41,7 +41,7 @@ void Post(Job &job)
         WORKER_PostJob(&job);
 }
 
-/// Ends a job on the worker, and asks for it anew if somebody did so meanwhile.
+/// Ends a job on the worker, and posts it again if that was requested meanwhile.
 void EndJob(JobKind kind)
 {
     if (!TheStandingJobs().End(kind))

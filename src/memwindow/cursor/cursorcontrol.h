@@ -21,9 +21,9 @@ class QWidget;
 
 /// The edit cursor and the selection of one window, moved by keys and mouse.
 ///
-/// One rule for all cursor keys: the page comes to a cursor that is out of sight, then the key
-/// counts, then the page follows until the cursor's row is wholly visible. A selection ends only by
-/// what ends it: Escape, another selection, a followed pointer. GUI thread only.
+/// One rule for all cursor keys: the page first moves to a cursor that is out of sight, then the
+/// key moves the cursor, then the page scrolls until the cursor's row is wholly visible. A
+/// selection ends only by Escape, another selection or a followed pointer. GUI thread only.
 class CursorControl : public QObject, public RowMarks {
     Q_OBJECT
 
@@ -36,7 +36,7 @@ public:
     /// A cursor key; with Shift the selection goes along. @param key  Up to RowEnd, or with Ctrl
     /// FirstPage and LastPage in the place of RowHome and RowEnd
     void Move(MemKey key, const QKeyEvent *event);
-    /// The key that held the page is released: now the page is read.
+    /// Page Up or Page Down is released: reads the page.
     void ReleasePageKey();
     /// The view has the focus now: its cursor looks different.
     void TakeFocus() { m_page.RepaintRow(m_cursor.address); }
@@ -45,7 +45,7 @@ public:
     /// Shift goes down: a selection begins at the cursor. Unless a shifted move follows, the
     /// selection that was there comes back with DropShift.
     void PressShift();
-    /// Another key than a shifted move comes.
+    /// Another key than a shifted move is pressed.
     void DropShift();
     void ReleaseShift();
 
@@ -62,13 +62,13 @@ public:
     void Place(const EditCursor &cursor);
     /// Puts the cursor on a typed byte's neighbour and lets the page follow it.
     void Follow(const CursorMove &move);
-    /// The page comes to the cursor when it is out of sight: typing must show where it goes.
+    /// Moves the page to a cursor that is out of sight, so that what is typed can be seen.
     void Reveal();
     /// Selects first .. last and leaves the cursor.
     void Select(std::uint64_t first, std::uint64_t last);
     void ClearSelection();
 
-    /// What the arrow keys would do from a cursor.
+    /// The moves that the arrow keys make from a cursor.
     [[nodiscard]] Navigation Keys() const;
     /// Where the menu key opens the menu: the cell below the cursor, or the nearest one on show.
     [[nodiscard]] QPoint MenuCell() const;
@@ -90,7 +90,7 @@ private:
     MemoryPage &m_page;
     EditCursor m_cursor;
     Selection m_selection;
-    std::optional<Selection> m_beforeShift; // what Shift alone has put aside
+    std::optional<Selection> m_beforeShift; // the selection before Shift was pressed alone
     WheelNotches m_wheel;
     QTimer m_autoScrollTimer;
     QPoint m_pressPoint;

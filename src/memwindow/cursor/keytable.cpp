@@ -16,7 +16,7 @@ constexpr Qt::KeyboardModifiers kCtrl = Qt::ControlModifier;
 constexpr Qt::KeyboardModifiers kAny
     = kShift | kCtrl | Qt::AltModifier | Qt::MetaModifier | Qt::GroupSwitchModifier;
 
-// The first row that fits counts. The keypad counts as the other keys.
+// The first matching row counts. Keys of the keypad mean the same as the others.
 constexpr std::array kKeys = {
     KeyRow{Qt::Key_Up, {}, kShift | kCtrl, MemKey::Up},
     KeyRow{Qt::Key_Down, {}, kShift | kCtrl, MemKey::Down},

@@ -2,9 +2,9 @@
 
 #include <qnamespace.h>
 
-/// What a key of the memory view means together with its modifiers.
+/// The meaning of a key of the memory view together with its modifiers.
 enum class MemKey {
-    None, ///< nothing here; it is left to others
+    None, ///< none here; other widgets may handle the key
     Up,
     Down,
     Left,

@@ -126,7 +126,7 @@ CursorMove Navigation::PageUp(EditCursor cursor) const
     CursorMove move = Stay(cursor);
     if (m_geometry.BytesPerPage() == 0)
         return move;
-    // Near address 0 the page moves by what is left and the cursor keeps its place in it.
+    // Near address 0 the page moves by the rows that are left; the cursor keeps its place in it.
     const std::uint64_t step = std::min(PageStep(), m_page.base);
     move.pageBase = m_page.base - step;
     if (cursor.address >= step)

@@ -34,7 +34,7 @@ public:
 
     /// At the top row the page scrolls instead and the cursor keeps its address.
     [[nodiscard]] CursorMove Up(EditCursor cursor) const;
-    /// The last, partly visible row is never entered: there the page scrolls instead.
+    /// The cursor never enters the last, partly visible row: the page scrolls instead.
     [[nodiscard]] CursorMove Down(EditCursor cursor) const;
     /// To the next digit on the screen, or to the next character.
     [[nodiscard]] CursorMove Right(EditCursor cursor) const;

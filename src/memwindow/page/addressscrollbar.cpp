@@ -26,8 +26,8 @@ void AddressScrollBar::ShowPage(std::uint64_t base, const ViewGeometry &geometry
         setValue(SliderOfAddress(base));
 }
 
-/// Where an action takes the page. The bar runs against the rows: its "add" goes to higher
-/// addresses.
+/// The base to which an action moves the page. The bar runs against the rows: its "add" goes to
+/// higher addresses.
 std::uint64_t AddressScrollBar::AddressOf(int action) const
 {
     const auto rows = std::int64_t{m_geometry->VisibleRows()};
@@ -57,7 +57,7 @@ void AddressScrollBar::Act(int action)
         emit AddressWanted(AddressOfSlider(sliderPosition()), isSliderDown());
     else
         emit AddressWanted(AddressOf(action), false);
-    // The bar has already stepped by itself; it shows where the page went instead.
+    // The bar has already stepped by itself; set it to where the page really is.
     ShowPage(m_base, *m_geometry);
 }
 

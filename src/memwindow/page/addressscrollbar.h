@@ -10,8 +10,8 @@
 
 /// The scroll bar over the address space.
 ///
-/// Whatever moves it (arrows, page areas, wheel, its menu, the handle) comes out as one wish for an
-/// address; where the page really went is shown by ShowPage. It is repainted only when the handle
+/// Every movement (arrows, page areas, wheel, its menu, the handle) is reported as one requested
+/// address; ShowPage then shows where the page really is. It is repainted only when the handle
 /// moves by a pixel: scrolling by a row hardly ever does that in a space of 2^32 addresses.
 class AddressScrollBar : public QScrollBar {
     Q_OBJECT

@@ -18,9 +18,8 @@ public:
 
     void Clear();
     /// Makes page the range that the array covers.
-    /// @param keepsOutside  whether bytes that leave the page keep their age for when they come
-    /// back;
-    ///                      without ticks nothing would ever end it
+    /// @param keepsOutside  whether bytes that leave the page keep their age until they return.
+    ///                      False without ticks: nothing would ever end the age
     void MoveTo(PageRange page, bool keepsOutside);
     /// The byte changed at this refresh. Ignored outside the page.
     void SetChanged(std::uint64_t address);

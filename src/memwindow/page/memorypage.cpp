@@ -80,7 +80,7 @@ void MemoryPage::ViewIsReady()
     m_viewIsReady = true;
     if (m_jumpWaits)
         Arrive();
-    else // a window that is merely shown again knows its page already
+    else // a window that is merely shown again still has its page
         Refresh(m_resizeTimer.interval() == 0 ? PageRead::Missing : PageRead::Whole);
 }
 
@@ -262,8 +262,8 @@ void MemoryPage::StoreSettled()
     m_stored = settled;
 }
 
-/// What the read has not come to counts as not loaded: it was asked for because it may be out of
-/// date.
+/// Bytes that the read has not reached count as not loaded: they were requested because they may be
+/// out of date.
 void MemoryPage::AbandonRead()
 {
     m_restTimer.stop();

@@ -28,11 +28,11 @@ enum class PageRead {
     None,    ///< nothing yet; the caller reads later
 };
 
-/// The page on show: which addresses, what is known of their bytes, and what is read when.
+/// The visible page: which addresses it covers, what is known of their bytes, what is read when.
 ///
 /// The page starts at a row: its base is a multiple of the row length. Only a drag of the scroll
 /// bar puts it anywhere. When rows get another length the page still starts at the row of the
-/// address that was wanted last. Nobody else sets the base, and nobody else reads for the screen.
+/// address that was wanted last. No other code sets the base or reads for the screen.
 ///
 /// A read holds the event loop for its first call and 100 ms of fallbacks at most. The rest is
 /// asked for from the event loop until the page is whole or has moved. GUI thread only.
@@ -65,13 +65,13 @@ public:
     void ShowView();
     /// The view has another size. It is read once, when the user has stopped resizing it.
     void ResizeView(int widthPx, int heightPx);
-    /// What ResizeTimer is for: a jump that has waited for the view's size is made, or the page is
-    /// read; of a view that was only shown again what is missing.
+    /// Called when ResizeTimer fires: makes the jump that has waited for the view's size, or reads
+    /// the page. For a view that was only shown again, reads only what is missing.
     void ViewIsReady();
     [[nodiscard]] QTimer &ResizeTimer() { return m_resizeTimer; }
     /// Shows the row of an address at the top and reads it afresh, at once or as soon as the view
     /// is ready. An address beyond the space shows the last row.
-    /// @param placeCursor  handed on by Arrived
+    /// @param placeCursor  passed on by Arrived
     void JumpTo(std::uint64_t address, bool placeCursor);
     /// @return whether JumpTo would have to wait
     [[nodiscard]] bool IsWaitingForView() const { return !m_viewIsReady || IsEmpty(); }
@@ -79,12 +79,12 @@ public:
     void MoveTo(std::uint64_t base, PageRead read);
     /// Moves the page as far as scrolling goes. @param rows  > 0 towards lower addresses
     void ScrollBy(int rows, PageRead read = PageRead::Missing);
-    /// Follows the scroll bar's handle: the addresses move, nothing is known of their bytes.
+    /// Follows the scroll bar's handle: the addresses move, their bytes are unknown.
     void DragTo(std::uint64_t address);
-    /// The handle is released: now the page is read.
+    /// The handle is released: reads the page.
     void EndDrag();
 
-    /// Reads the page, or what is missing of it. What looks different afterwards is repainted.
+    /// Reads the page, or what is missing of it. Repaints the rows that look different afterwards.
     void Refresh(PageRead which);
     /// A tick of the periodic refresh: changes fade, then all is read. A read of the page that is
     /// still under way is that refresh already.
@@ -119,7 +119,7 @@ signals:
     void RowsChanged();
     /// Everything looks different.
     void AllChanged();
-    /// The target was asked for this page, this long. Sent while a periodic refresh is on.
+    /// A read of this page has taken so long. Sent while a periodic refresh is on.
     void WasRead(int elapsedMs);
 
 private:

@@ -35,7 +35,7 @@ public:
     /// The bytes of the page from the first to the last that is NotLoaded; length 0 when none is.
     [[nodiscard]] PageRange MissingRange() const;
 
-    /// Nothing is known of a range any more, as far as it lies in the page.
+    /// Marks a range as NotLoaded, as far as it lies in the page.
     void Forget(std::uint64_t address, std::uint64_t length);
 
     /// Takes freshly read bytes and compares them with what is there. Rows that look different

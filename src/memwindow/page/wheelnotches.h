@@ -1,6 +1,6 @@
 #pragma once
 
-/// Turns wheel movement into rows: three for each full notch of 120 units. Touch pads send
+/// Converts wheel movement into rows: three for each full notch of 120 units. Touch pads send
 /// fractions of a notch; they add up until the direction changes.
 class WheelNotches {
 public:

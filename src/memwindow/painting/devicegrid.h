@@ -5,7 +5,7 @@
 #include <cmath>
 #include <optional>
 
-/// A device pixel is counted in so many parts. At the usual scale factors (1.25, 1.5, 1.75 and
+/// The number of parts of a device pixel. At the usual scale factors (1.25, 1.5, 1.75 and
 /// whole ones) every position of the view is a whole number of parts.
 inline constexpr int kPixelParts = 4;
 

@@ -89,7 +89,7 @@ char *LineComposer::ComposeLine(char *buffer, char *bufferEnd, std::uint64_t add
     *out++ = ' ';
     const bool anythingRead = data != nullptr && status != nullptr;
     out = ComposeHexColumn(out, bufferEnd, length, data, anythingRead ? status : nullptr);
-    if (out == nullptr) // the row is wider than the buffer, nothing behind it fits either
+    if (out == nullptr) // the row is wider than the buffer, so nothing after it fits either
         return bufferEnd;
     if (out < bufferEnd)
         *out++ = ' ';

@@ -10,7 +10,7 @@
 inline constexpr int kLineChars = 2000;
 inline constexpr int kMaxColourRuns = 256;
 
-/// Characters of a line that show bytes which changed lately.
+/// Characters of a line that show recently changed bytes.
 struct ColourRun {
     int start = 0;        ///< character column
     int length = 0;       ///< characters

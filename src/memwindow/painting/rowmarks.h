@@ -6,8 +6,7 @@
 #include <cstdint>
 #include <span>
 
-/// What is typed and not written yet; it is shown over what the target holds, so that nobody types
-/// blindly.
+/// Typed bytes that have not been written yet; they are shown in place of the target's bytes.
 class TypedBytes {
 public:
     [[nodiscard]] virtual bool Touches(std::uint64_t address, std::uint64_t length) const = 0;

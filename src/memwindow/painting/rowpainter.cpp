@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Widths up to this one are copied by code made for them.
+/// Cells up to this width are copied by code instantiated for each width.
 constexpr std::size_t kMaxCellWidth = 32;
 using CopyCell = RowPainter::CopyCell;
 
@@ -173,7 +173,7 @@ void RowPainter::DrawStrip(QPainter &painter, int topParts) const
         RowLeft() - m_grid.originX / kParts, PixelAt(topParts) - m_grid.originY / kParts);
     const CellLayout::Window window = m_cells.Layout().WindowOf(FractionAt(topParts));
     const QRect lines(0, window.first, RowWidth(), window.count);
-    if (m_grid.scale == kPixelParts && lines == m_strip.rect()) { // dearer with the source named
+    if (m_grid.scale == kPixelParts && lines == m_strip.rect()) { // slower with a source rectangle
         painter.drawImage(target, m_strip);
         return;
     }

@@ -13,8 +13,8 @@ class QPainter;
 /// Brings composed rows to the screen.
 ///
 /// A row looks as PlainRowPainter draws it. On a raster image the same pixels are copied from
-/// ready-made cells at a fraction of the cost; elsewhere (a printer, a recording) rows are drawn
-/// plainly, so that real text arrives there.
+/// ready-made cells at a fraction of the cost; elsewhere (a printer, a recording) rows are drawn as
+/// text, which such devices can use.
 class RowPainter {
 public:
     /// @param font  advances by exactly characterWidthPx

@@ -21,7 +21,7 @@ void TakeSize(QFont &font, const QFontInfo &from)
 QFont FixedPitchFont(const QFont &applicationFont)
 {
     QFont wanted(applicationFont);
-    // A family that nobody has lets the style hint decide.
+    // With a family that does not exist, the style hint decides.
     wanted.setFamilies(QStringList{QStringLiteral("unknown")});
     wanted.setStyleHint(QFont::TypeWriter, QFont::PreferBitmap);
     QFontInfo found(wanted);
