@@ -24,6 +24,7 @@ class SimTargetTest : public QObject {
 private slots:
     void initTestCase() { qputenv("OPENPROBE_EXTRA_DEVICES", "10000"); }
     void init() { s_nowMs = 1000; }
+
     void theDeviceListIsLongUniqueAndHandsOutWholeRecords()
     {
         const int count = RANVOARM_DEVICE_GetInfo(-1, nullptr);
