@@ -12,7 +12,7 @@ namespace {
 /// Clears the data of bytes that are not valid, so that it is neither shown nor compared.
 void Sanitise(std::span<std::uint8_t> data, std::span<ByteStatus> status)
 {
-    // Nearly always every byte is valid; this loop, without a branch, is a few instructions for many.
+    // Nearly always every byte is valid: this loop has no branch and takes many bytes at once.
     static_assert(std::uint8_t(ByteStatus::Valid) == 0);
     std::uint8_t seen = 0;
     for (std::size_t i = 0; i < data.size(); ++i)
