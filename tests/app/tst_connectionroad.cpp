@@ -126,6 +126,17 @@ private slots:
         SOON_COMPARE(app.Boxes(), QStringList("Error|Could not connect to Ranvo:\nlet go"));
         QCOMPARE(g_opens.load(), 3);
         QVERIFY(g_entered.Acquire(1, kLimit));
+        app.Trigger("&Connect");
+        QVERIFY(g_entered.Acquire(1, kLimit));
+        for (int press = 0; press < 40; ++press) // while it hangs, they are the same attempt
+            app.Trigger("&Connect");
+        g_letGo.Release();
+        SOON(app.Boxes().size() == 2);
+        g_openSucceeds = true;
+        g_letGo.Release();
+        app.Trigger("&Connect");
+        SOON(app.MemoryWindow() != nullptr);
+        QCOMPARE(g_opens.load(), 5);
     }
 
     void aTargetLostInAPageReadEndsTheReadAndIsReportedOnce()
