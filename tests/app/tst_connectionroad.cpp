@@ -5,6 +5,7 @@
 
 #include "appstate.h"
 #include "mainwindow.h"
+#include "workerring.h"
 
 #include "chexeditor.h"
 #include "configdialog.h"
@@ -124,8 +125,17 @@ private slots:
         g_letGo.Release();
         Configure(app, DialogAnswer::Accept, ChooseOtherByteOrder);
         SOON_COMPARE(app.Boxes(), QStringList("Error|Could not connect to Ranvo:\nlet go"));
+        AwaitIdleWorker();
         QCOMPARE(g_opens.load(), 3);
         QVERIFY(g_entered.Acquire(1, kLimit));
+        app.Trigger("&Connect");
+        QVERIFY(g_entered.Acquire(1, kLimit));
+        for (int press = 0; press < 40; ++press) // while it hangs, they are the same attempt
+            app.Trigger("&Connect");
+        g_letGo.Release();
+        AwaitIdleWorker();
+        QCOMPARE(g_opens.load(), 4);
+        SOON(app.Boxes().size() == 2);
     }
 
     void aTargetLostInAPageReadEndsTheReadAndIsReportedOnce()
@@ -158,6 +168,15 @@ private slots:
     }
 
 private:
+    /// What has been asked of the worker is done.
+    static void AwaitIdleWorker()
+    {
+        static TestSemaphore done;
+        static Job last = {static_cast<JobKind>(99), 0, [](Job *) { done.Release(); }, {}, nullptr};
+        WORKER_PostJob(&last);
+        QVERIFY(done.Acquire(1, kLimit));
+    }
+
     static void Configure(
         AppHarness &app, DialogAnswer answer, const std::function<void(ConfigDialog &)> &edit)
     {

@@ -136,31 +136,32 @@ private slots:
         app.Window().resize(400, 300);
         app.Window().move(2700, 700); // beyond the lower right corner of the second screen
         QWidget *about = nullptr;
-        bool hasReported = false;
+        bool isPlaced = false;
+        int visibleBoxes = -1;
         QTimer look; // inside what is open
         connect(&look, &QTimer::timeout, &look, [&] {
             QWidget *const modal = QApplication::activeModalWidget();
             if (modal != nullptr && about == nullptr) {
-                QCOMPARE(modal->windowTitle(), "About");
-                QVERIFY(QRect(1600, 0, 1280, 800).contains(modal->geometry()));
                 about = modal;
                 APP_ShowError("first");
-            } else if (modal != about && AppHarness::VisibleBoxes() > 0 && !hasReported) {
-                hasReported = true;
-                QCOMPARE(modal->parentWidget(), about);
-                QVERIFY(modal->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+            } else if (modal != about && visibleBoxes < 0 && AppHarness::VisibleBoxes() > 0) {
+                isPlaced = QRect(1600, 0, 1280, 800).contains(about->geometry())
+                    && about->windowTitle() == "About" && modal->parentWidget() == about
+                    && modal->windowFlags().testFlag(Qt::WindowStaysOnTopHint);
                 for (unsigned i = 0; i < 3 * kMaxReports; ++i)
                     APP_ShowWarning((std::to_string(i) + std::string(1000, 'x')).c_str());
                 QCoreApplication::processEvents();
-                QCOMPARE(AppHarness::VisibleBoxes(), 1);
+                visibleBoxes = AppHarness::VisibleBoxes();
                 app.AnswerBoxes(true);
-            } else if (modal == about && app.Boxes().size() == int(kMaxReports)) {
+            } else if (modal == about && visibleBoxes >= 0) {
                 look.stop();
                 QTest::mouseClick(about->findChild<QPushButton *>(), Qt::LeftButton);
             }
         });
         look.start(1);
         app.Trigger("&About...");
+        QVERIFY(isPlaced);
+        QCOMPARE(visibleBoxes, 1);
         QCOMPARE(app.Boxes().size(), int(kMaxReports)); // the first ones, cut
         QCOMPARE(app.Boxes()[0], "Error|first");
         QCOMPARE(app.Boxes()[1], "Warning|0" + QString(kReportTextSize - 2, u'x'));

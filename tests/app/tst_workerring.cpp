@@ -57,7 +57,7 @@ private slots:
         std::vector<Job> jobs;
         for (int i = 0; i < int(kRingSlots) - 1 + kWaiting; ++i)
             jobs.push_back(HandlerJob(NoteOrder, i));
-        for (int round = 0; round < 5; ++round) {
+        for (int round = 0; round < 6; ++round) {
             g_order.clear();
             WORKER_PostJob(&holder);
             QVERIFY(g_blocked.Acquire(1, kLimit));
@@ -65,16 +65,21 @@ private slots:
                 QCOMPARE(WORKER_PostJobWithin(&jobs[i], 1), SYS_WAIT_OK);
             QCOMPARE(WORKER_PostJobWithin(&refused, 5), SYS_WAIT_TIMEOUT);
             TestSemaphore entered;
-            std::thread waiting([&] { // with the ring's lock
+            const auto postMore = [&] { // waits for a slot with the ring's lock
                 entered.Release();
-                for (int i = 0; i < kWaiting; ++i)
-                    WORKER_PostJob(&jobs[kRingSlots - 1 + std::size_t(i)]);
-            });
-            QVERIFY(entered.Acquire(1, kLimit));
+                for (std::size_t i = kRingSlots - 1; i < jobs.size(); ++i)
+                    WORKER_PostJob(&jobs[i]);
+            };
+            std::thread waiting;
+            if (round % 2 == 0) { // else nobody waits when the worker posts
+                waiting = std::thread(postMore);
+                QVERIFY(entered.Acquire(1, kLimit));
+            }
             g_unblock.Release();
-            waiting.join();
-            QVERIFY(g_done.Acquire(unsigned(jobs.size()) + 2, kLimit));
-            std::vector<int> order(jobs.size() + 2, -1); // right after the job that posted them
+            QVERIFY(g_done.Acquire(2, kLimit)); // right after the job that posted them
+            waiting.joinable() ? waiting.join() : postMore();
+            QVERIFY(g_done.Acquire(unsigned(jobs.size()), kLimit));
+            std::vector<int> order(jobs.size() + 2, -1);
             std::iota(order.begin() + 2, order.end(), 0);
             QCOMPARE(g_order, order);
         }

@@ -22,10 +22,11 @@ private slots:
 
     void itOpensOnTheCurrentDeviceAndFindsItAgain()
     {
-        std::vector<RanvoDeviceInfo> records(2000, MakeRecord("Maker", "Chip", 0, 1, 0, 0));
+        std::vector<RanvoDeviceInfo> records(2000, MakeRecord("Maker", "Chip", 0, 0, 0, 0));
         records[1500].name = "wanted";
         Open(records, "wanted");
         QCOMPARE(Selected(), "wanted");
+        QCOMPARE(Child<QComboBox>("pComboBoxCore")->currentText(), "Core #0"); // at least one
         const QRect view = m_table->viewport()->rect();
         QVERIFY(view.contains(m_table->visualRect(Cell(1501))) && m_table->hasFocus());
         m_table->verticalScrollBar()->setValue(0);
