@@ -75,12 +75,11 @@ private slots:
         QStringList faults;
         const auto look = [&](const QWidget *window) { faults << Faults(window); };
         int dialogs = 0;
-        app.EditDialog([&](ConfigDialog &dialog) {
+        app.AnswerDialog(AppHarness::DialogAnswer::Accept, [&](ConfigDialog &dialog) {
             look(&dialog);
             ++dialogs;
         });
-        app.Start();
-        QTRY_VERIFY(app.MemoryWindow() != nullptr);
+        app.StartConnected();
         look(&app.Window());
         for (const MemDialogMode mode :
             {MemDialogMode::Load, MemDialogMode::Save, MemDialogMode::Fill}) {

@@ -48,29 +48,36 @@ AccessibleGrid::AccessibleGrid(MemoryPage &page, CursorControl &cursor, ViewSurf
     m_pause.setInterval(kPauseMs);
     connect(&m_soon, &QTimer::timeout, this, &AccessibleGrid::Tell);
     connect(&m_pause, &QTimer::timeout, this, &AccessibleGrid::Tell);
-    connect(&cursor, &CursorControl::Moved, this, &AccessibleGrid::FollowCursor);
-    // A program that runs already has made the toolkit give the widget an interface of its own
-    // kind.
-    if (QAccessible::isActive()) {
-        QAccessibleInterface *early = QAccessible::queryAccessibleInterface(surface.Widget());
-        QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(early));
-    }
+    // The toolkit has given the widget an interface of its own kind while it was built.
+    QAccessibleInterface *early = QAccessible::queryAccessibleInterface(surface.Widget());
+    QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(early));
+    QAccessible::installActivationObserver(this);
+    accessibilityActiveChanged(QAccessible::isActive());
 }
 
 AccessibleGrid::~AccessibleGrid()
 {
+    QAccessible::removeActivationObserver(this);
     if (m_interface != nullptr) // the cells go with it
         QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(m_interface));
+}
+
+void AccessibleGrid::accessibilityActiveChanged(bool active)
+{
+    disconnect(&m_page, nullptr, this, nullptr);
+    disconnect(&m_cursor, nullptr, this, nullptr);
+    if (!active)
+        return;
+    connect(&m_page, &MemoryPage::AllChanged, this, &AccessibleGrid::TellSoon);
+    connect(&m_page, &MemoryPage::RowsChanged, this, &AccessibleGrid::TellSoon);
+    connect(&m_page, &MemoryPage::Moved, this, &AccessibleGrid::TellSoon);
+    connect(&m_cursor, &CursorControl::Moved, this, &AccessibleGrid::TellSoon);
+    TellSoon();
 }
 
 QAccessibleInterface *AccessibleGrid::CreateInterface()
 {
     m_interface = new GridInterface(*this);
-    connect(
-        &m_page, &MemoryPage::AllChanged, this, &AccessibleGrid::TellSoon, Qt::UniqueConnection);
-    connect(
-        &m_page, &MemoryPage::RowsChanged, this, &AccessibleGrid::TellSoon, Qt::UniqueConnection);
-    connect(&m_page, &MemoryPage::Moved, this, &AccessibleGrid::TellSoon, Qt::UniqueConnection);
     return m_interface;
 }
 
@@ -94,14 +101,6 @@ void AccessibleGrid::TakeFocus()
 {
     // The toolkit says that the table has the focus, after this; the cell has to be told anew.
     m_told.cell.reset();
-    FollowCursor();
-}
-
-void AccessibleGrid::FollowCursor()
-{
-    if (!QAccessible::isActive())
-        return;
-    QAccessible::queryAccessibleInterface(m_surface.Widget()); // made now, if not before
     TellSoon();
 }
 
@@ -129,8 +128,9 @@ AccessibleGrid::Told AccessibleGrid::Now() const
 
 void AccessibleGrid::Tell()
 {
-    if (m_interface == nullptr || !QAccessible::isActive())
+    if (!QAccessible::isActive())
         return;
+    QAccessible::queryAccessibleInterface(m_surface.Widget()); // made now, if not before
     Told now = Now();
     if (now.range != m_told.range)
         TellPage();

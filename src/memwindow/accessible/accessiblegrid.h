@@ -2,6 +2,7 @@
 
 #include "gridcontent.h"
 
+#include <QAccessible>
 #include <QObject>
 #include <QString>
 #include <QTimer>
@@ -15,15 +16,14 @@ class QAccessibleInterface;
 /// Shows the grid to assistive technology, as a table whose cells are told apart by their
 /// addresses.
 ///
-/// The toolkit asks for the interface of the view's widget when an assistive program looks at it or
-/// the cursor moves under one, and only then does this listen to the page: without one a refresh
+/// It listens to the other owners only while assistive technology is active: otherwise a refresh
 /// costs nothing. What has changed is told from the event loop, once for all that happened before,
 /// and only about the cell under the cursor: a page that changes ten times a second floods nobody.
 /// Nothing is read from the target. The interfaces end with this object; a program that still holds
 /// one gets errors.
 ///
 /// Owned by the window, which it must not outlive. GUI thread only.
-class AccessibleGrid : public QObject {
+class AccessibleGrid : public QObject, private QAccessible::ActivationObserver {
     Q_OBJECT
 
 public:
@@ -61,7 +61,7 @@ private:
 
     friend QAccessibleInterface *MakeGridInterface(const QString &className, QObject *object);
     QAccessibleInterface *CreateInterface();
-    void FollowCursor();
+    void accessibilityActiveChanged(bool active) override;
     void TellSoon();
     void Tell();
     [[nodiscard]] Told Now() const;

@@ -38,6 +38,8 @@ public:
 
     QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State) override
     {
+        if (size.isEmpty()) // a style's icons have no size on a screen of next to no dots per inch
+            return {};
         const QColor ink = InkOf(mode);
         const QString key = QStringLiteral("%1 %2x%3 %4")
                                 .arg(m_fileName, QString::number(size.width()),

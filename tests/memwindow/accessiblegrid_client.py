@@ -1,0 +1,59 @@
+"""Prints what a screen reader hears of the cells under the cursor, and answers on its input:
+"row" with the cells of the cursor's row, "held" with what has become of the cell that had the focus
+last."""
+import sys
+
+import pyatspi
+from gi.repository import GLib
+
+held = None
+
+
+def say(*words):
+    print(*words, flush=True)
+
+
+def hear(event):
+    global held
+    cell = event.source
+    try:
+        if cell.getRole() != pyatspi.ROLE_TABLE_CELL:
+            return
+    except GLib.Error:  # it has left the page
+        return
+    cell.clearCache()
+    if event.type == 'object:state-changed:focused' and event.detail1:
+        held = cell
+        table = cell.parent.queryTable()
+        header = table.getRowHeader(table.getRowAtIndex(cell.getIndexInParent()))
+        selected = cell.getState().contains(pyatspi.STATE_SELECTED)
+        say('focus', header.name, cell.name, '(selected)' if selected else '')
+    elif event.type == 'object:text-caret-moved':
+        say('caret', cell.queryText().getText(event.detail1, event.detail1 + 1))
+    elif event.type == 'object:property-change:accessible-description':
+        say('news', cell.description)
+
+
+def answer(source, condition):
+    question = sys.stdin.readline().strip()
+    if question == 'row':
+        table = held.parent.queryTable()
+        row = table.getRowAtIndex(held.getIndexInParent())
+        say('row', *(table.getAccessibleAt(row, column).name for column in range(table.nColumns)))
+        say('rows on show', held.parent.childCount / table.nColumns)
+    elif question == 'held':
+        try:
+            held.clearCache()
+            say('held', held.getRoleName())
+        except GLib.Error:
+            say('held gone')
+    else:
+        pyatspi.Registry.stop()
+    return True
+
+
+pyatspi.Registry.registerEventListener(
+    hear, 'object:state-changed:focused', 'object:text-caret-moved', 'object:property-change')
+GLib.io_add_watch(sys.stdin, GLib.IO_IN | GLib.IO_HUP, answer)
+say('listening')
+pyatspi.Registry.start()
