@@ -4,6 +4,7 @@
 #include "mainwindow.h"
 #include "probesession.h"
 
+#include <QAccessible>
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QSessionManager>
@@ -74,6 +75,7 @@ ProcessEnd::ProcessEnd()
     // Objects made before these two calls still exist when the functions run. They need the
     // settings.
     (void)QSettings().allKeys();
+    QAccessible::removeActivationObserver(nullptr); // the memory window takes itself off this list
     std::atexit(LeaveWithoutDestructors);
     std::atexit(CloseWithoutDisplay); // runs first
     g_signalEvent = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);

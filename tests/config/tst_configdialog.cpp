@@ -340,9 +340,9 @@ private slots:
         QCOMPARE(order,
             QStringList(
                 {"pRBtnUSB=USB", "pCheckBoxSerialNo=Serial No.", "pLineEditSN=Serial number",
-                    "pLineEditDevice=Target device", "pPBtnSelTarget=Select target device",
-                    "pComboBoxEndian=Byte order", "pComboBoxTIF=Target interface",
-                    "pRBtnFrequency=Fixed", "pComboBoxFrequency=Interface speed in kHz",
+                    "pLineEditDevice=Device", "pPBtnSelTarget=Select target device",
+                    "pComboBoxEndian=Byte order", "pComboBoxTIF=Interface", "pRBtnFrequency=Fixed",
+                    "pComboBoxFrequency=Interface speed in kHz",
                     "pGBoxJTAGTargets=Scan chain with multiple devices", "pComboBoxDRPre=Position",
                     "pLineEditIRPre=IRPre", "pPBtnOK=OK", "pPBtnCancel=Cancel"}));
     }
