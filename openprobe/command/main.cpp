@@ -60,7 +60,7 @@ std::string WithoutBlanks(const std::string &text)
 /// @return the sentence that says why the text selects no target; empty if it does
 std::string WhyNoSelector(const std::string &selector)
 {
-    const std::string why = OpenProbe::ParseSelector(selector, 0).error;
+    std::string why = OpenProbe::ParseSelector(selector, 0).error;
     if (why.empty() && !PRESET_IsUsable(selector))
         return "A selector has at most 63 characters, all of them printable.";
     return why;
