@@ -2,20 +2,16 @@
 
 #include "faulthooks.h"
 
-#include <QThread>
-
 #include <array>
-#include <string>
+#include <atomic>
 #include <thread>
 
 /// What may be wrong with a function of the probe library. A call that does not return does so on
 /// the GUI thread, the one on which the process began: no window survives it there.
-enum class Fault { Missing, Failing, Nonsense, NeverReturning, Slow };
+enum class Fault { Missing, Failing, Nonsense, NeverReturning };
 
-/// The fault and the function that has it, with its prefix: one at a time. Written before the hook
-/// that reads them. Never destroyed, since the process may end with somebody inside.
+/// One at a time. Written before the hook that reads it.
 inline Fault g_fault = Fault::Missing;
-inline std::string &g_faultyName = *new std::string;
 /// Whether calls that do not return stay inside; those that did fail when it becomes false.
 inline std::atomic<bool> g_holdsCalls = false;
 inline const std::thread::id kGuiThread = std::this_thread::get_id();
@@ -32,18 +28,11 @@ template <typename Result> Result FaultyAnswer()
 
 /// From now on a function has a fault.
 template <typename Result, typename... Arguments>
-void SetFault(std::atomic<Result (*)(Arguments...)> &hook, const char *name, Fault fault)
+void SetFault(std::atomic<Result (*)(Arguments...)> &hook, Fault fault)
 {
     g_fault = fault;
-    g_faultyName = name;
     g_holdsCalls = fault == Fault::NeverReturning;
-    hook = [](Arguments... arguments) -> Result {
-        if (g_fault == Fault::Slow) {
-            QThread::usleep(1'000);
-            using Function = Result (*)(Arguments...);
-            return reinterpret_cast<Function>(FAULT_RealFunction(g_faultyName.c_str()))(
-                arguments...);
-        }
+    hook = [](Arguments...) -> Result {
         if (std::this_thread::get_id() != kGuiThread)
             g_holdsCalls.wait(true);
         return FaultyAnswer<Result>();
@@ -82,9 +71,7 @@ struct LibraryFunction {
 #define ROW(name, setup)                                                                           \
     LibraryFunction                                                                                \
     {                                                                                              \
-#name, setup,                                                                              \
-            [](FaultHooks & hooks,                                                                 \
-                Fault fault) { SetFault(hooks.name, "RANVOARM_" #name, fault); }                   \
+#name, setup, [](FaultHooks & hooks, Fault fault) { SetFault(hooks.name, fault); }         \
     }
 constexpr std::array kLibraryFunctions
     = {ROW(Open, kUsual), ROW(Close, kScanChain), ROW(IsConnected, kUsual), ROW(SelectIP, kHost),

@@ -22,7 +22,7 @@ namespace {
 enum Step { kConnecting, kRefreshing, kEditing, kSaving, kDisconnecting, kClosing };
 constexpr std::array kStepNames
     = {"connecting", "refreshing", "editing", "saving", "disconnecting", "closing"};
-constexpr std::array kFaultNames = {"missing", "failing", "nonsense", "never returning", "slow"};
+constexpr std::array kFaultNames = {"missing", "failing", "nonsense", "never returning"};
 constexpr std::array kScreens
     = {std::pair("right", QPoint(2600, 600)), std::pair("left", QPoint(-1400, -300))};
 
@@ -100,14 +100,12 @@ private:
     bool Is(const char *function) const { return qstrcmp(m_function->name, function) == 0; }
     bool IsFaulty() const { return m_step >= m_begins; }
     bool Hangs() const { return IsFaulty() && m_fault == Fault::NeverReturning; }
-    /// The function answers wrongly by now.
-    bool Lies() const { return IsFaulty() && m_fault != Fault::Slow; }
 
     QStringList BoxesOfConnecting() const
     {
         const QString unknown = "Error|Could not connect to target for unknown reason";
         const QString notOpen = "Error|Could not connect to Ranvo:\n";
-        if (!Lies() || Hangs())
+        if (!IsFaulty() || Hangs())
             return {};
         if (Is("Open"))
             return {std::array{unknown, notOpen + "it failed",
@@ -179,7 +177,7 @@ private:
     bool HasMemory(bool isNeeded) const
     {
         return m_app->MemoryWindow() != nullptr && BoxesOfConnecting().isEmpty() && !Hangs()
-            && !(isNeeded && Lies());
+            && !(isNeeded && IsFaulty());
     }
 
     void Edit()
@@ -205,7 +203,7 @@ private:
             QCOMPARE(file.size(), qint64(kSavedBytes));
             QCOMPARE(std::uint8_t(file.read(1).at(0)), TargetByte(kFreeRam));
         }
-        if (Is("ReadMemEx") && Lies() && m_fault != Fault::Nonsense)
+        if (Is("ReadMemEx") && IsFaulty() && m_fault != Fault::Nonsense)
             QVERIFY(!file.exists()); // it would be a file of nothing
         SettleConnected();
     }
