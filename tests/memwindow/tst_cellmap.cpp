@@ -55,6 +55,7 @@ private slots:
             const std::uint64_t length = std::min(
                 {std::uint64_t(bytes) * unsigned(rows), kAddressSpaceEnd - base, kMaxCacheBytes});
             QCOMPARE(geometry.PageAt(base).length, length);
+            QCOMPARE(geometry.PageAt(kAddressSpaceEnd).length, 0U);
             const std::uint64_t address = base + Pick(generator, std::uint64_t{0}, length - 1);
             const int row = int(cells.RowOfAddress(address));
             for (int digit = 0; digit < 2; ++digit) {
@@ -78,6 +79,14 @@ private slots:
             QVERIFY(cells.ItemStart(address) <= address && cells.ItemEnd(address) >= address);
             QVERIFY(cells.ItemEnd(address) - cells.ItemStart(address) < unsigned(bytesPerItem));
         }
+    }
+
+    void anUnknownItemSizeShowsNothing()
+    {
+        ViewGeometry geometry;
+        geometry.SetViewSize(80, 10);
+        geometry.SetBytesPerItem(0);
+        QCOMPARE(geometry.BytesPerPage() + unsigned(geometry.TextColumnStart()), 0U);
     }
 
     void cellsStandForTheNearestByte()

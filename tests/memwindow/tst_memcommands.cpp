@@ -21,7 +21,7 @@ private slots:
             {"initializer", "select @53 @4E; do CopyIntList; clip?; messages?",
                 "0x4E, 0x4F, 0x50, 0x51, 0x52, 0x53|0: Memory selection copied to the clipboard "
                 "(format=hex as C initializer)"},
-            {"items are little-endian", "size 4; select @40 @43; big; do CopyIntList; clip?",
+            {"whole little-endian items", "select @40 @44; size 4; big; do CopyIntList; clip?",
                 "0x43424140"},
             {"over a group and an item's end",
                 "select @44 @49; do CopyIntList; clip?; size 2; select @44 @49; do Copy; clip?; "
@@ -59,10 +59,12 @@ private slots:
                 "FFFFFEC0+140||Copy: More than 256 MiB cannot be copied,Copy: More than 16 MiB "
                 "cannot be copied,Copy: More than 16 MiB cannot be copied"},
             {"from a host that cannot read",
-                "select @0 @3; host says; messages?; do CopyHex; clip?; messages?; host; do "
+                "select @0 @3; host says; messages?; do CopyHex; clip?; messages?; put text/plain "
+                "41; do Paste; failed?; host; do "
                 "CopyBinary; binary?",
                 "|.. .. .. ..|1: Failed to read target memory|1: Failed to read target memory|0: "
-                "Memory selection copied to the clipboard (format=hex)|00000000"},
+                "Memory selection copied to the clipboard (format=hex)|Copy: Failed to read target "
+                "memory,Paste: Failed to write target memory|00000000"},
             {"paste", // not cut at the zero byte
                 "click @25.1; put text/plain 41000A; key Ctrl+V; sent?; reads?; row? 2",
                 "@25:41000A|@25+3|20000020  20 21 22 23 24 41 00 0A  28 29 2A 2B 2C 2D 2E 2F  "
@@ -142,6 +144,10 @@ private slots:
                     "set @21 08 05 00 20; bad @23; read; click @21; do ViewData; base?; good; "
                     "read; do ViewData; base?",
                     "@0|@500"},
+                {"out of sight, where it is known",
+                    "set @21 08 05 00 20; select @21 @24; scroll -100; bad @22; do ViewData; "
+                    "base?; good; do ViewData; base?",
+                    "@640|@500"},
                 {"by what was typed",
                     "set @20 08 05 00 20; read; size 4; click @22; type 10; do ViewData; base?",
                     "20100500"},
@@ -181,6 +187,13 @@ private slots:
                 "zones 99 Default,,Data, Secure; menu Data; reads?; menu Secure; reads?; menu "
                 "Default; reads?; title?",
                 "@0+150@Data|@0+150@Secure|@0+150|Memory @ 20000000"},
+            {"a zone of a long name",
+                "zone "
+                "zzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzz"
+                "zzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzz; title?",
+                "Memory @ 20000000, Zone: "
+                "zzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzz"
+                "zzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzz"},
             {"sizes", "key Ctrl+3; row? 4; checked? View4ByteItems; key Ctrl+2; row? 4",
                 "20000040  43424140 47464544  4B4A4948 4F4E4D4C  @ABCDEFGHIJKLMNO|yes|20000040  "
                 "4140 4342 4544 4746  4948 4B4A 4D4C 4F4E  @ABCDEFGHIJKLMNO"},
@@ -190,12 +203,11 @@ private slots:
                 "@0+150/2|yes|@0+150|yes"},
             {"the tool bar goes", "focus pEditBoxAddr; do ShowToolbar; box?; toolbar?",
                 "closed|hidden"},
-            {"everything is offered",
-                "enter 20000000; zones 2 Default,Data; zone Data; menu; toolbar?",
+            {"everything is offered", "enter 20000000; zones 2 Default,Data; menu; toolbar?",
                 "Copy, Copy Special, (Copy Text, Copy Hex, Copy Hex As C Initializer, Copy "
                 "Binary,) - View Data, - Display 1 Byte Items* Display 2 Byte Items, Display 4 "
                 "Byte Items, Access 1 Byte Items, Access 2 Byte Items, Access 4 Byte Items, Set "
-                "access width automatically* Memory Zone, (Default, Data*) - Fill, Load, Save, - "
+                "access width automatically* Memory Zone, (Default* Data,) - Fill, Load, Save, - "
                 "Go Back, Go To..., Periodic Refresh..., - Toolbar*|- Display 1 Byte Items* "
                 "Display 2 Byte Items, Display 4 Byte Items, - Go Back, - Fill, Save, Load,"},
             {"little is offered", "features 0; menu; toolbar?",
@@ -220,6 +232,19 @@ private slots:
         QApplication::sendEvent(c.view, &menuKey);
         const QPoint below = c.ByteCentre(kBase + 0x48) - QPoint(c.widthPx / 2, c.heightPx / 2);
         QCOMPARE(place, c.view->viewport()->mapToGlobal(below));
+    }
+
+    void aMenuOfTheHostOffersTheZones()
+    {
+        MemTestWindow c;
+        c.target.zones = "Default, Data";
+        c.target.zoneCount = 2;
+        QMenu menu;
+        c.window.AddZoneMenu(&menu);
+        menu.actions().at(0)->menu()->actions().at(1)->trigger();
+        c.window.AddZoneMenu(&menu);
+        QVERIFY(menu.actions().at(1)->menu()->actions().at(1)->isChecked());
+        QCOMPARE(c.window.windowTitle(), "Memory @ 20000000, Zone: Data");
     }
 
     void theListOfAddressesJumpsWhenOneIsChosen()
@@ -250,6 +275,7 @@ private slots:
             QApplication::postEvent(w.view, new QKeyEvent(QEvent::KeyPress, Qt::Key_Up, {}));
         QTRY_COMPARE(w.window.BaseAddress(), 0x1000U - 3 * 16); // every second one scrolls
         QCOMPARE(w.target.reads.size(), 3U);
+        QTRY_VERIFY(w.target.reads.size() > 3U); // then the next tick comes
     }
 
     void everyIconIsDrawnInTheTextColour()

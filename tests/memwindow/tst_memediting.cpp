@@ -90,6 +90,7 @@ private slots:
                 {"one digit beside a hole",
                     "bad @35; size 4; item? @34; click @37.0; type a; box?; type =; written?",
                     "3736--34|A736--34 1|@37:A7"},
+                {"a second digit", "bad @35; size 4; click @37.1; type a=; written?", "@37:3A"},
                 {"up to the hole",
                     "bad @35; size 4; click @37.0; type 1234; box?; type =; written?",
                     "1234--34 4|@36:3412"},
@@ -200,6 +201,9 @@ private slots:
         w.GoTo(0x1000);
         w.Mouse(QEvent::MouseButtonPress, w.CellCentre(1, 16));
         w.Mouse(QEvent::MouseMove, w.CellCentre(2, 20));
+        QCursor::setPos(w.view->viewport()->mapToGlobal(QPoint(100, 40)));
+        w.window.OnAutoScrollSelectionTimerTimeout();
+        QCOMPARE(w.window.BaseAddress(), 0x1000U); // not within the view
         std::uint64_t base = 0x1010;
         for (const int yPx : {w.view->height() + 30, -30, -30}) {
             QCursor::setPos(w.view->viewport()->mapToGlobal(QPoint(100, yPx)));

@@ -20,6 +20,7 @@ private slots:
             {"Vx Sfffffff0", "Save", "fffffff0 10000013F 00000150 why not"},
             {"Vx Sfffffeb0", "Save", "fffffeb0 FFFFFFFF 00000150 ok"},
             {"Vx E20000010", "Save", "20000000 20000010 00000011 ok"},
+            {"Vx E20000000", "Save", "20000000 20000000 00000001 ok"},
             {"Vx E10", "Save", "20000000 10  why not"}, {"Vx E", "Save", "20000000   why not"},
             {"Vx N0", "Save", "20000000 20000000 0 why not"}, // a size of 0 means two
             {"Vx N0 S1000", "Save", "1000  0 why not"},       // things, on purpose
