@@ -165,7 +165,7 @@ private slots:
                 "@10|19:10 19:60|@20|18:10 18:60"},
             {"pages near 0",
                 "goto 20; click 45; key PgUp; base?; cursor?; key PgUp; base?; cursor?; key "
-                "Ctrl+Home; key Up; base?; cursor?",
+                "Ctrl+Home; key Up; key Left; base?; cursor?",
                 "0|2:25 2:65|0|2:25 2:65|0|0:10 0:60"},
             {"pages near the end",
                 "goto FFFFFE00; click FFFFFE13; key PgDown; base?; cursor?; key PgDown; base?; "
