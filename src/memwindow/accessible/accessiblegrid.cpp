@@ -52,7 +52,7 @@ AccessibleGrid::AccessibleGrid(MemoryPage &page, CursorControl &cursor, ViewSurf
     QAccessibleInterface *early = QAccessible::queryAccessibleInterface(surface.Widget());
     QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(early));
     QAccessible::installActivationObserver(this);
-    accessibilityActiveChanged(QAccessible::isActive());
+    Follow(QAccessible::isActive());
 }
 
 AccessibleGrid::~AccessibleGrid()
@@ -63,6 +63,11 @@ AccessibleGrid::~AccessibleGrid()
 }
 
 void AccessibleGrid::accessibilityActiveChanged(bool active)
+{
+    Follow(active);
+}
+
+void AccessibleGrid::Follow(bool active)
 {
     disconnect(&m_page, nullptr, this, nullptr);
     disconnect(&m_cursor, nullptr, this, nullptr);

@@ -62,6 +62,7 @@ private:
     friend QAccessibleInterface *MakeGridInterface(const QString &className, QObject *object);
     QAccessibleInterface *CreateInterface();
     void accessibilityActiveChanged(bool active) override;
+    void Follow(bool active); ///< the page and the cursor, only while somebody listens
     void TellSoon();
     void Tell();
     [[nodiscard]] Told Now() const;
