@@ -31,8 +31,8 @@ bool IsInLine(const ColourRun &run, const ComposedLine &line)
     return run.start + run.length <= line.length;
 }
 
-/// The line with blanks where colour runs are drawn: in two colours, one over the other, edges of
-/// thin digits would mix, and a 0 look like an 8.
+/// The line with blanks where colour runs are drawn. A thin digit drawn twice, in one colour over
+/// another, has edges of both: a 0 would look like an 8.
 QString TextWithoutRuns(const ComposedLine &line)
 {
     QString text = TextOf(line, 0, line.length);
@@ -71,7 +71,7 @@ void PlainRowPainter::SetColours(const RowColours &colours)
 void PlainRowPainter::Draw(QPainter &painter, int topPx, int widthPx, const RowPicture &picture)
 {
     const bool clips = painter.paintEngine()->type() == QPaintEngine::Raster;
-    if (clips) { // ink that leaves its row would outlive the row's next paint
+    if (clips) { // ink outside the row would stay when the row alone is painted anew
         painter.save();
         painter.setClipRect(0, topPx, widthPx, FilledHeight(), Qt::IntersectClip);
     }
@@ -86,7 +86,7 @@ void PlainRowPainter::Draw(QPainter &painter, int topPx, int widthPx, const RowP
         painter.restore();
 }
 
-/// Before any ink, since a character's may reach into its neighbour's cell.
+/// Comes before all ink, since a character's ink may reach into its neighbour's cell.
 void PlainRowPainter::FillBackgrounds(
     QPainter &painter, int topPx, int widthPx, const RowPicture &picture) const
 {
@@ -104,8 +104,8 @@ void PlainRowPainter::FillBackgrounds(
     }
 }
 
-/// The line as one string. Only where a substitute font's character would push the rest off the
-/// grid is it drawn in pieces.
+/// Draws the line as one string, or in pieces where a character of a substitute font would push the
+/// rest off the grid.
 void PlainRowPainter::DrawLine(QPainter &painter, int baselinePx, const ComposedLine &line)
 {
     painter.setPen(QColor(m_colours.text));
@@ -133,7 +133,7 @@ void PlainRowPainter::DrawRun(
     painter.drawText(QPointF(ColumnX(run.start), baselinePx), TextOf(line, run.start, run.length));
 }
 
-/// Over all ink, since a character's may reach into its neighbour's cell.
+/// Comes after all ink, since a character's ink may reach into its neighbour's cell.
 void PlainRowPainter::DrawUnderlines(QPainter &painter, int topPx, const ComposedLine &line) const
 {
     const int y = topPx + std::min(m_ascentPx + 1, m_heightPx - 1);
@@ -159,7 +159,7 @@ void PlainRowPainter::DrawCursorCell(
     painter.drawText(QPointF(ColumnX(column), topPx + m_ascentPx), TextOf(picture.line, column, 1));
 }
 
-/// Filled edge by edge, since a pen's edges are rounded in another way at fractional scales.
+/// Fills edge by edge, since the engine rounds a pen's edges differently at fractional scales.
 void PlainRowPainter::DrawCursorFrame(QPainter &painter, const QRect &cell) const
 {
     const QColor colour(m_colours.highlight);
