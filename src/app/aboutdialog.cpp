@@ -92,7 +92,8 @@ void AboutDialog::_Slot_OnBtnOK()
 void AboutDialog::paintEvent(QPaintEvent *event)
 {
     QDialog::paintEvent(event);
+    // Filled, since a pen's line falls outside on two sides at fractional scales.
     QPainter painter(this);
-    painter.setPen(palette().color(QPalette::Mid));
-    painter.drawRect(rect().adjusted(0, 0, -1, -1));
+    painter.fillRect(rect(), palette().brush(QPalette::Mid));
+    painter.fillRect(rect().adjusted(1, 1, -1, -1), palette().brush(QPalette::Window));
 }

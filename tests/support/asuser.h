@@ -4,8 +4,8 @@
 
 #include <unistd.h>
 
-/// Root's privileges are laid down while one of these exists, so that the modes of files count. A
-/// test that is not run by root stays the user that it is.
+/// Gives up root's privileges while one of these exists, so that the modes of files count. A test
+/// that another user runs stays that user.
 class AsUser {
 public:
     AsUser() { Become(kNobody); }

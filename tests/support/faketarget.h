@@ -15,7 +15,7 @@
 #include <vector>
 
 /// Target memory for the memory window: bytes with a value each, addresses that cannot be read and
-/// a log of the calls. One at a time, since the host's callbacks carry no context.
+/// a log of the calls. Only one may exist at a time, since the host's callbacks carry no context.
 class FakeTarget {
 public:
     struct Call {

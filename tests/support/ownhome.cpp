@@ -13,7 +13,7 @@ namespace {
 
 std::string &OwnHome()
 {
-    static std::string *path = new std::string; // still there when the process ends
+    static std::string *path = new std::string; // never freed: it is read while the process ends
     return *path;
 }
 
@@ -31,7 +31,7 @@ void RemoveOwnHome()
 // environment.
 [[gnu::constructor(101)]] void UseOwnHome()
 {
-    // A program that a test starts finds the mark as well, and keeps the home that it is given.
+    // A program that a test starts inherits this variable, and keeps the home that it is given.
     if (std::getenv("PELIMO_TEST_HOME") != nullptr)
         return;
     const char *folder = std::getenv("TMPDIR");

@@ -4,9 +4,9 @@
 #include <functional>
 #include <thread>
 
-/// A TCP server of 127.0.0.1 whose every connection is served by one function on a thread of its
-/// own. The function reads and writes through this object and returns when the connection is over.
-/// Clients have to close before this goes.
+/// A TCP server at 127.0.0.1. One function, on a thread of its own, serves each connection: it
+/// reads and writes through this object and returns when the connection is over. Clients have to
+/// close before this is deleted.
 class ScriptedPeer {
 public:
     using Serve = std::function<void(ScriptedPeer &)>;
@@ -15,9 +15,9 @@ public:
     ~ScriptedPeer();
 
     quint16 Port() const { return m_port; }
-    /// Sends all of it. False when the client is gone.
+    /// Sends all of the bytes. @return false when the client has closed
     bool Send(const QByteArray &bytes) const;
-    /// What has come, at least one byte; empty when the client is gone.
+    /// Waits for bytes. @return at least one, or none when the client has closed
     QByteArray Receive() const;
     /// Whether bytes wait to be received.
     bool MoreWaits() const;

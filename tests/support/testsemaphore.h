@@ -3,13 +3,13 @@
 #include <chrono>
 #include <semaphore>
 
-/// Where threads of a test meet. Made of the standard library's semaphore, whose ordering the
-/// thread sanitizer sees, which it does not inside the distribution's Qt.
+/// Where threads of a test meet. It uses the standard library's semaphore, because the thread
+/// sanitizer cannot see what the distribution's Qt orders.
 class TestSemaphore {
 public:
     void Release() { m_semaphore.release(); }
     void Acquire() { m_semaphore.acquire(); }
-    /// @return whether count permits came, each within the limit; only a failure waits that long
+    /// @return whether count permits came, each within the limit; only a failing test waits so long
     [[nodiscard]] bool Acquire(unsigned count, std::chrono::milliseconds limit)
     {
         for (unsigned i = 0; i < count; ++i) {
@@ -18,7 +18,7 @@ public:
         }
         return true;
     }
-    /// Takes every permit that is there.
+    /// Takes all permits there are.
     void Drain()
     {
         while (m_semaphore.try_acquire()) { }

@@ -224,9 +224,9 @@ void CEditOverlay::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     const QRect frame(0, 0, width(), m_cellHeightPx + kFrameBelowPx);
-    painter.fillRect(frame, palette().brush(QPalette::Base));
-    painter.setPen(palette().color(QPalette::Highlight));
-    painter.drawRect(frame.adjusted(0, 0, -1, -1));
+    // Filled, since a pen's line falls outside on two sides at fractional scales.
+    painter.fillRect(frame, palette().brush(QPalette::Highlight));
+    painter.fillRect(frame.adjusted(1, 1, -1, -1), palette().brush(QPalette::Base));
 
     const QString digits = ShownDigits();
     const int caret = cursorPosition();

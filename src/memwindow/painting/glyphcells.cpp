@@ -9,8 +9,8 @@
 
 namespace {
 
-/// Past this many cells for each fraction, or pixels in all, the cells are forgotten; those in use
-/// come back at once.
+/// With more cells than this for each fraction, or more pixels in all, every cell is forgotten.
+/// Those in use are drawn again by the next paint.
 constexpr std::size_t kMaxCells = 6000;
 constexpr std::size_t kMaxPixels = 1U << 22;
 constexpr int kColumns = 5;     // of a drawing; blank columns catch ink around the three cells
@@ -142,7 +142,8 @@ QImage GlyphCells::Draw(const Neighbours &cells)
     return image;
 }
 
-/// Draws a character alone and looks where its ink ends. What leaves the row is cut off anyway.
+/// Draws a character alone and looks where its ink ends. Ink above or below the row is cut off
+/// anyway.
 std::uint8_t GlyphCells::Measure(char character, int fractionX)
 {
     std::uint8_t &overhang
@@ -205,8 +206,8 @@ std::int32_t GlyphCells::LoneCell(CellStyle style, char character, int fractionX
 bool GlyphCells::FindPlaces(std::span<const char> text, std::span<const CellStyle> styles,
     RowOrigin origin, std::span<std::int32_t> places)
 {
-    // When all cells were forgotten on the way, the first places are void; with the few cells of
-    // one row there is room the next time.
+    // When all cells are forgotten in the middle of a row, the places found before mean nothing any
+    // more. There is room for the few cells of one row at the second attempt.
     constexpr int kAttempts = 2;
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         const int generation = m_generation;
@@ -218,7 +219,7 @@ bool GlyphCells::FindPlaces(std::span<const char> text, std::span<const CellStyl
     return false;
 }
 
-/// Most rows consist of known cells alone, which takes one look at the table for each.
+/// A cell that is known takes one look at the table, and most rows have no other cells.
 bool GlyphCells::FindPlacesOnce(std::span<const char> text, std::span<const CellStyle> styles,
     RowOrigin origin, std::span<std::int32_t> places)
 {
@@ -239,13 +240,13 @@ bool GlyphCells::FindPlacesOnce(std::span<const char> text, std::span<const Cell
     return FindOtherPlaces(firstOther, text, styles, origin, places);
 }
 
-/// Cells that are not in the table: they have never been drawn, or ink leaves them, which changes
-/// the cells beside them too.
+/// Finds the cells that are not in the table: those that have never been drawn, and those that ink
+/// leaves, which changes the cells beside them too.
 bool GlyphCells::FindOtherPlaces(std::size_t first, std::span<const char> text,
     std::span<const CellStyle> styles, RowOrigin origin, std::span<std::int32_t> places)
 {
     const int fractionY = FractionAt(origin.topY);
-    std::size_t besideEnd = first; // columns before this one have ink of the last such character
+    std::size_t besideEnd = first; // the last such character has ink in the columns before this one
     for (std::size_t column = first; column < text.size(); ++column) {
         const bool isUnknown = places[column] < 0;
         if (!isUnknown && column >= besideEnd)

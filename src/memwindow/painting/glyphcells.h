@@ -30,9 +30,10 @@ struct RowOrigin {
 /// Ready-made pictures of single characters: drawn by the plain painter once for each font,
 /// palette and scale, copied from then on.
 ///
-/// Where a column starts inside a device pixel, the engine draws another picture; so there is one
-/// for each such fraction. Lines are rounded by themselves; underlined and framed pictures also
-/// depend on the fraction at which the row starts.
+/// The text engine draws a character differently for each part of a device pixel at which its
+/// column starts, so each such fraction has a picture of its own. The edges of underlines and
+/// frames are rounded to device pixels; their pictures also depend on the fraction at which the row
+/// starts.
 ///
 /// Many fonts let the ink of some characters reach a pixel into the next cell. A cell beside such
 /// a character is a picture of its own, kept with its neighbours as the key.
@@ -54,7 +55,7 @@ public:
         RowOrigin origin, std::span<std::int32_t> places);
     /// Pixels of the layout's width and height, line by line, valid until the next FindPlaces.
     [[nodiscard]] const QRgb *Pixels(std::int32_t place) const { return m_pixels.data() + place; }
-    /// Changes whenever the places known so far have lost their meaning.
+    /// Another number than before means that no place found before may be used.
     [[nodiscard]] int Generation() const { return m_generation; }
 
     /// Whether ink of the character reaches into the cell on its left.
@@ -71,7 +72,7 @@ private:
         kOverhangTooWide = 4, ///< beyond the next cell, or the character's advance is another
         kOverhangUnknown = 8,
     };
-    /// Three cells side by side, of which the middle one is meant.
+    /// The cell that is wanted, between the two beside it.
     struct Neighbours {
         std::array<char, 3> text{' ', ' ', ' '};
         std::array<CellStyle, 3> styles{};

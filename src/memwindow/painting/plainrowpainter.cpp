@@ -21,6 +21,28 @@ double Luminance(QRgb colour)
         + 0.0722 * linear(qBlue(colour));
 }
 
+double Contrast(QRgb one, QRgb other)
+{
+    const auto [darker, lighter] = std::minmax({Luminance(one), Luminance(other)});
+    return (lighter + 0.05) / (darker + 0.05);
+}
+
+/// The palette's colour for selected cells is one that has been darkened: away from a light base,
+/// but towards a dark one. Where it disappears there, some of the text's colour in the base takes
+/// its place.
+QRgb VisibleSelection(const RowColours &colours)
+{
+    constexpr double kVisibleContrast = 1.3;
+    constexpr int kTextPercent = 15;
+    if (Luminance(colours.base) > Luminance(colours.text)
+        || Contrast(colours.selection, colours.base) >= kVisibleContrast)
+        return colours.selection;
+    const auto mix = [](int base, int text) { return base + (text - base) * kTextPercent / 100; };
+    return qRgb(mix(qRed(colours.base), qRed(colours.text)),
+        mix(qGreen(colours.base), qGreen(colours.text)),
+        mix(qBlue(colours.base), qBlue(colours.text)));
+}
+
 QString TextOf(const ComposedLine &line, int first, int count)
 {
     return QString::fromLatin1(line.text.data() + first, count);
@@ -31,8 +53,8 @@ bool IsInLine(const ColourRun &run, const ComposedLine &line)
     return run.start + run.length <= line.length;
 }
 
-/// The line with blanks where colour runs are drawn: in two colours, one over the other, edges of
-/// thin digits would mix, and a 0 look like an 8.
+/// The line with blanks where colour runs are drawn. A thin digit drawn twice, in one colour over
+/// another, has edges of both: a 0 would look like an 8.
 QString TextWithoutRuns(const ComposedLine &line)
 {
     QString text = TextOf(line, 0, line.length);
@@ -48,8 +70,7 @@ QString TextWithoutRuns(const ComposedLine &line)
 bool IsHardToSee(QRgb text, QRgb background)
 {
     constexpr double kReadableContrast = 3.0;
-    const auto [darker, lighter] = std::minmax({Luminance(text), Luminance(background)});
-    return (lighter + 0.05) / (darker + 0.05) < kReadableContrast;
+    return Contrast(text, background) < kReadableContrast;
 }
 
 void PlainRowPainter::SetFont(const QFont &font, int characterWidthPx, int lineHeightPx)
@@ -64,6 +85,7 @@ void PlainRowPainter::SetFont(const QFont &font, int characterWidthPx, int lineH
 void PlainRowPainter::SetColours(const RowColours &colours)
 {
     m_colours = colours;
+    m_selection = VisibleSelection(colours);
     for (std::size_t age = 0; age < kAgeColours.size(); ++age)
         m_isHardToSee[age] = IsHardToSee(kAgeColours[age], colours.base);
 }
@@ -71,7 +93,7 @@ void PlainRowPainter::SetColours(const RowColours &colours)
 void PlainRowPainter::Draw(QPainter &painter, int topPx, int widthPx, const RowPicture &picture)
 {
     const bool clips = painter.paintEngine()->type() == QPaintEngine::Raster;
-    if (clips) { // ink that leaves its row would outlive the row's next paint
+    if (clips) { // ink outside the row would stay when the row alone is painted anew
         painter.save();
         painter.setClipRect(0, topPx, widthPx, FilledHeight(), Qt::IntersectClip);
     }
@@ -86,7 +108,7 @@ void PlainRowPainter::Draw(QPainter &painter, int topPx, int widthPx, const RowP
         painter.restore();
 }
 
-/// Before any ink, since a character's may reach into its neighbour's cell.
+/// Comes before all ink, since a character's ink may reach into its neighbour's cell.
 void PlainRowPainter::FillBackgrounds(
     QPainter &painter, int topPx, int widthPx, const RowPicture &picture) const
 {
@@ -95,7 +117,7 @@ void PlainRowPainter::FillBackgrounds(
         painter.fillRect(ColumnX(column), topPx, count * m_widthPx, FilledHeight(), QColor(colour));
     };
     for (const CellRange &range : picture.selection.Ranges())
-        fill(range.first, range.count, m_colours.selection);
+        fill(range.first, range.count, m_selection);
     for (const ColourRun &run : picture.line.Runs()) {
         if (Underlines(run.age))
             fill(run.start, run.length, kAgeColours[run.age - 1U]);
@@ -104,8 +126,8 @@ void PlainRowPainter::FillBackgrounds(
     }
 }
 
-/// The line as one string. Only where a substitute font's character would push the rest off the
-/// grid is it drawn in pieces.
+/// Draws the line as one string, or in pieces where a character of a substitute font would push the
+/// rest off the grid.
 void PlainRowPainter::DrawLine(QPainter &painter, int baselinePx, const ComposedLine &line)
 {
     painter.setPen(QColor(m_colours.text));
@@ -133,7 +155,7 @@ void PlainRowPainter::DrawRun(
     painter.drawText(QPointF(ColumnX(run.start), baselinePx), TextOf(line, run.start, run.length));
 }
 
-/// Over all ink, since a character's may reach into its neighbour's cell.
+/// Comes after all ink, since a character's ink may reach into its neighbour's cell.
 void PlainRowPainter::DrawUnderlines(QPainter &painter, int topPx, const ComposedLine &line) const
 {
     const int y = topPx + std::min(m_ascentPx + 1, m_heightPx - 1);
@@ -159,7 +181,7 @@ void PlainRowPainter::DrawCursorCell(
     painter.drawText(QPointF(ColumnX(column), topPx + m_ascentPx), TextOf(picture.line, column, 1));
 }
 
-/// Filled edge by edge, since a pen's edges are rounded in another way at fractional scales.
+/// Fills edge by edge, since the engine rounds a pen's edges differently at fractional scales.
 void PlainRowPainter::DrawCursorFrame(QPainter &painter, const QRect &cell) const
 {
     const QColor colour(m_colours.highlight);

@@ -16,7 +16,7 @@ class QRect;
 struct RowColours {
     QRgb base = 0; ///< background of a row
     QRgb text = 0;
-    QRgb selection = 0;     ///< background of selected cells
+    QRgb selection = 0;     ///< background of selected cells, where it can be seen on the base
     QRgb runBackground = 0; ///< background of changed bytes, drawn where it is not the base
     QRgb highlight = 0;     ///< background of the cursor's cells
     QRgb highlightedText = 0;
@@ -39,9 +39,10 @@ struct RowPicture {
     bool isCursorHollow = false; ///< a frame around each of them: keys go elsewhere
 };
 
-/// Draws rows through the text engine: all backgrounds, the line as one string with room for the
-/// colour runs, each run in its room, and the cursor's cells over it all. No character is drawn
-/// in two colours, one over the other. This is what a row looks like.
+/// Draws rows through the text engine: all backgrounds, the line as one string with blanks for the
+/// colour runs, each run in the place of its blanks, and the cursor's cells over it all. No
+/// character is drawn in two colours, one over the other. Every other way to draw a row gives these
+/// pixels.
 class PlainRowPainter {
 public:
     /// @param font  advances by exactly characterWidthPx
@@ -49,8 +50,8 @@ public:
     void SetFont(const QFont &font, int characterWidthPx, int lineHeightPx);
     void SetColours(const RowColours &colours);
     void SetLeftMargin(int leftMarginPx) { m_leftMarginPx = leftMarginPx; }
-    /// Lets a row's backgrounds and ink go on below the row, for a picture that is cut to its
-    /// height afterwards.
+    /// Draws a row's backgrounds and ink this far beyond the row's lower edge, for a picture that
+    /// is cut to its height afterwards.
     void SetRoomBelow(int roomPx) { m_roomBelowPx = roomPx; }
 
     [[nodiscard]] const QFont &Font() const { return m_font; }
@@ -86,6 +87,7 @@ private:
     int m_leftMarginPx = 0;
     int m_roomBelowPx = 0;
     RowColours m_colours;
+    QRgb m_selection = 0; // the one that is drawn
     std::array<bool, kAgeColours.size()> m_isHardToSee{};
     std::bitset<256> m_advanceKnown;
     std::bitset<256> m_leavesGrid;

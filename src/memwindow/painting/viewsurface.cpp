@@ -19,7 +19,7 @@ QPlainTextEdit *CreateWidget(QWidget *parent, int leftMarginPx)
     auto *view = new QPlainTextEdit(parent);
     view->setObjectName(QStringLiteral("pTextEditor"));
     view->setAccessibleName(QObject::tr("Memory"));
-    // Nothing but a surface: no text, no text cursor that would blink, no scroll bars of its own.
+    // The widget is only painted on: it has no text, no blinking text cursor and no scroll bars.
     view->setReadOnly(true);
     view->setTextInteractionFlags(Qt::NoTextInteraction);
     view->setUndoRedoEnabled(false);
@@ -100,7 +100,7 @@ void ViewSurface::RepaintRows()
     Viewport()->update(region);
 }
 
-/// Qt then asks for the uncovered rows only.
+/// After a scroll Qt asks for the uncovered rows only.
 void ViewSurface::FollowPage(std::uint64_t oldBase)
 {
     QWidget *viewport = Viewport();
@@ -140,7 +140,7 @@ bool ViewSurface::Paint(const QWidget *widget)
     painter.setFont(m_widget->font());
     m_rowPainter.Begin(painter, viewport->width());
     const int lineHeight = m_page.Geometry().LineHeight();
-    // The region's rectangles are sorted by bands, so every touched row comes up once.
+    // Qt sorts a region's rectangles from top to bottom, so no row has to be painted twice.
     std::int64_t nextRow = 0;
     for (const QRect &rect : exposed.isEmpty() ? QRegion(viewport->rect()) : exposed) {
         const std::int64_t lastRow = rect.bottom() / lineHeight;

@@ -16,8 +16,8 @@ class QPlainTextEdit;
 
 /// The widget that the page is painted on.
 ///
-/// The only one who paints and who schedules painting: the rows that the page has marked, the rows
-/// that an event's region touches, or the picture moved by whole rows. GUI thread only.
+/// Nothing else paints or schedules painting: of the rows that the page has marked, of the rows
+/// that an event's region touches, or of the picture moved by whole rows. GUI thread only.
 class ViewSurface : public QObject {
     Q_OBJECT
 
@@ -25,12 +25,13 @@ public:
     /// @param parent  of the text widget that serves as surface; page and marks must outlive this
     ViewSurface(QWidget *parent, MemoryPage &page);
 
-    /// Who knows the selection, the cursor and what was typed. Before the first paint.
+    /// Sets who is asked for the selection, the cursor and the typed bytes. To be called before the
+    /// first paint; both must outlive this.
     void SetMarks(const RowMarks &marks, const TypedBytes &typed);
 
     [[nodiscard]] QPlainTextEdit *Widget() const { return m_widget; }
     [[nodiscard]] QWidget *Viewport() const;
-    /// Whether keys come here, or to what lies over the page. The cursor is hollow otherwise.
+    /// Whether the view, or the edit box over it, has the keyboard. The cursor is hollow otherwise.
     [[nodiscard]] bool HasFocus() const;
 
     /// Takes the fixed-pitch font that belongs to the application's font.
@@ -38,9 +39,9 @@ public:
 
     /// The row that starts at an address as it is shown, with what was typed over it.
     void ComposeRow(std::uint64_t address, ComposedLine &line);
-    /// What the next Paint is about.
+    /// Sets the region that the next Paint draws.
     void Expose(const QRegion &region) { m_exposed = region; }
-    /// Paints what was exposed, all of the viewport when nothing was.
+    /// Paints the exposed region, or all of the viewport when none was exposed.
     /// @return false when the widget is not the viewport
     bool Paint(const QWidget *widget);
     /// Schedules the rows that the page has marked.

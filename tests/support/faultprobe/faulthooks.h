@@ -4,13 +4,13 @@
 
 #include <atomic>
 
-/// Takes the place of single functions of the probe library. A null hook: the simulated target
-/// answers. Set and cleared by the test while calls may be under way, hence atomic.
+/// Replaces single functions of the probe library. Where a hook is null, the simulated target
+/// answers. The hooks are atomic because tests set and clear them while calls may be under way.
 struct FaultHooks {
-    /// Called first in every function, with its name, prefix included, and the numbers and texts
-    /// that it is given, with blanks between them; any thread.
+    /// Called first in every function, on any thread, with the function's name, prefix included,
+    /// and the numbers and texts that it is given, separated by blanks.
     std::atomic<void (*)(const char *call)> onCall;
-    /// Called when the library is taken down at the end of the process.
+    /// Called when the library is unloaded at the end of the process.
     std::atomic<void (*)()> onUnload;
     std::atomic<decltype(&RANVOARM_Open)> Open;
     std::atomic<decltype(&RANVOARM_Close)> Close;

@@ -28,7 +28,7 @@ void *RealFunction(const char *name)
     return function;
 }
 
-/// What the library is told: buffers that it fills, or takes memory from, are left out.
+/// The numbers and texts given to the library, without the buffers that it fills or copies from.
 template <typename Argument> std::string Told([[maybe_unused]] Argument argument)
 {
     if constexpr (std::is_integral_v<Argument>)
