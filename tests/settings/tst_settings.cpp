@@ -1,6 +1,10 @@
+#include "connectionsettings.h"
+#include "presethost.h"
+#include "ranvoapi.h"
 #include "settingshost.h"
 #include "settingsstore.h"
 #include "sysmutex.h"
+#include "utiltext.h"
 
 #include "asuser.h"
 #include "testfile.h"
@@ -18,6 +22,13 @@ namespace {
 
 QByteArrayList shownErrors;
 QByteArrayList quietTexts;
+QByteArray firstDevice; // null: the probe library fails
+int reconnects = 0;
+
+bool AreSame(const ConnectionRecord &record, const ConnectionRecord &other)
+{
+    return std::memcmp(&record, &other, sizeof record) == 0; // also behind the texts' ends
+}
 
 /// What the key K of the section S reads as, in every kind.
 QByteArray Readings()
@@ -52,13 +63,22 @@ QByteArray Readings()
 
 } // namespace
 
-class SettingsStoreTest : public QObject {
+int RANVOARM_DEVICE_GetInfo(int index, RanvoDeviceInfo *info)
+{
+    if (index != 0 || !info || info->sizeOfStruct != RANVO_DEVICE_INFO_SIZE)
+        qFatal("asked for another record");
+    info->name = firstDevice == "nameless" ? nullptr : firstDevice.constData();
+    return firstDevice.isNull() ? -1 : 0;
+}
+
+class SettingsTest : public QObject {
     Q_OBJECT
 
 private slots:
     void initTestCase()
     {
-        SETTINGS_SetHost({[](const char *text) { shownErrors.append(text); }, nullptr});
+        SETTINGS_SetHost(
+            {[](const char *text) { shownErrors.append(text); }, [] { ++reconnects; }});
         SETTINGS_SetQuietReport([](const char *text) { quietTexts.append(text); });
     }
 
@@ -74,7 +94,7 @@ private slots:
     void theDefaultFileLiesUnderItsOldName()
     {
         const QString folder = QDir::homePath() + "/.config/TOLVEN";
-        const QString expected = folder + "\\tst_settingsstoreSettings.ini";
+        const QString expected = folder + "\\tst_settingsSettings.ini";
         SETTINGS_SetPath("");
         QCOMPARE(QString::fromUtf8(SETTINGS_GetPath()), expected);
         QCOMPARE(SETTINGS_WriteDecimal("S", "K", 4000), SETTINGS_OK);
@@ -274,7 +294,104 @@ private slots:
             SYS_CloseMutex(&mutex);
     }
 
+    void aFileGivesARecord()
+    {
+        // Interface, max. speed, adaptive, kHz, device, host.
+        const auto loaded = [this](const QByteArray &content, const QByteArray &library = "LIB") {
+            firstDevice = library;
+            const ConnectionRecord record = Load(content);
+            const QString numbers = QString("%1 %2 %3 %4 ")
+                                        .arg(record.TargetIF)
+                                        .arg(record.UseMaxSpeed)
+                                        .arg(record.UseAdaptive)
+                                        .arg(record.Speed);
+            const bool isKept = Content() == content; // loading writes nothing
+            return isKept ? numbers + record.Device.data() + ' ' + record.HostName.data()
+                          : "written";
+        };
+        QCOMPARE(loaded(""), "1 1 0 4000 LIB ");
+        QCOMPARE(loaded("[CPU]\r\nDevice=\"MINE\""), "1 1 0 4000 MINE ");
+        QCOMPARE(loaded("", QByteArray()), "1 1 0 4000  "); // the library fails
+        QCOMPARE(loaded("", "nameless"), "1 1 0 4000  ");
+        QCOMPARE(loaded("", QByteArray(500, 'n')), "1 1 0 4000 " + QString(127, 'n') + ' ');
+        QCOMPARE(loaded("[TIF]\r\nTargetIF = 0\r\nUseAdaptive = 1"), "0 0 1 4000 LIB ");
+        QCOMPARE(loaded("[TIF]\r\nUseAdaptive = 1\r\nUseMaxSpeed = 0"), "1 0 0 4000 LIB ");
+        QCOMPARE(loaded("[TIF]\r\nSpeed = -5"), "1 1 0 4000 LIB ");
+        QCOMPARE(loaded("[TIF]\r\nSpeed = 0"), "1 1 0 0 LIB ");
+        QCOMPARE(loaded("[TIF]\r\nSpeed = fast"), "1 1 0 4000 LIB ");
+        QCOMPARE(loaded("[GENERAL]\r\nHostName=\" \tmy host \""), "1 1 0 4000 LIB my host");
+        QCOMPARE(loaded("[GENERAL]\r\nHostName=\" \t\""), "1 1 0 4000 LIB ");
+    }
+
+    void applyingSavesEveryFieldAndReconnects()
+    {
+        firstDevice = "LIB";
+        ConnectionRecord record = Load("");
+        QVERIFY(!SETTINGS_Apply(&record));
+        QVERIFY(reconnects == 0 && Content().isEmpty()); // unchanged: nothing is written
+        record = {.UseSerialNo = 1,
+            .InitRegs = 0,
+            .LocalhostOnly = 0,
+            .MultipleTargets = 1,
+            .USBSerialNo = 0xFEDCBA98,
+            .ConnectMode = 2,
+            .TargetIF = 0,
+            .UseMaxSpeed = 0,
+            .UseAdaptive = 1,
+            .Speed = 12345,
+            .DRPre = 2,
+            .IRPre = 9,
+            .EndianMode = 1,
+            .Device = {"DEV"},
+            .HostName = {"probe.example:19020"}};
+        QVERIFY(SETTINGS_Apply(&record) && AreSame(record, SETTINGS_Snapshot()));
+        QCOMPARE(Content(),
+            "[GENERAL]\r\nHostName=\"probe.example:19020\"\r\nUSBSerialNo = 0xFEDCBA98\r\n"
+            "UseSerialNo = 1\r\nConnectMode = 2\r\n"
+            "[CPU]\r\nEndianMode = 1\r\nDevice=\"DEV\"\r\n"
+            "[TIF]\r\nIRPre = 9\r\nDRPre = 2\r\nMultipleTargets = 1\r\nSpeed = 12345\r\n"
+            "UseAdaptive = 1\r\nUseMaxSpeed = 0\r\nTargetIF = 0\r\n");
+        QVERIFY(AreSame(Load(Content()), record));
+        record.LocalhostOnly = 1; // counts as a change, but is not saved
+        QVERIFY(SETTINGS_Apply(&record) && reconnects == 2);
+    }
+
+    void aPresetTargetCountsForOneRunAndIsNotSaved()
+    {
+        const QByteArray stored = "[GENERAL]\r\nHostName=\"kept\"\r\nConnectMode = 1\r\n";
+        for (const QByteArray &refused : {QByteArray(""), QByteArray(" x"), QByteArray("x "),
+                 QByteArray("a\nb"), QByteArray(64, 'x')}) {
+            qputenv(kPresetHostVariable, refused);
+            QCOMPARE(Load(stored).ConnectMode, kConnectModeUsb);
+        }
+        qputenv(kPresetHostVariable, "gdb:board:1");
+        ConnectionRecord record = Load(stored);
+        QCOMPARE(record.ConnectMode, kConnectModeTcpIp);
+        QCOMPARE(record.HostName.data(), "gdb:board:1");
+        record.EndianMode = 1;
+        SETTINGS_Apply(&record);
+        QVERIFY(Content().startsWith("[GENERAL]\r\nUSBSerialNo = 0x00\r\nUseSerialNo = "
+                                     "0\r\nHostName=\"kept\"\r\nConnectMode = 1\r\n"));
+        UTIL_CopyText(record.HostName, "sim");
+        SETTINGS_Apply(&record);
+        QVERIFY(Content().contains("HostName=\"sim\"\r\n"));
+        UTIL_CopyText(record.HostName, "gdb:board:1"); // chosen by the user this time
+        SETTINGS_Apply(&record);
+        qunsetenv(kPresetHostVariable);
+        QCOMPARE(Load(Content()).HostName.data(), "gdb:board:1");
+    }
+
 private:
+    ConnectionRecord Load(const QByteArray &content)
+    {
+        Put(content);
+        ConnectionRecord record;
+        std::memset(&record, 0xEE, sizeof record);
+        SETTINGS_Load(&record);
+        if (!AreSame(record, SETTINGS_Snapshot()))
+            qFatal("the global record differs");
+        return record;
+    }
     void Put(const QByteArray &content) const
     {
         PutFile(m_path, content);
@@ -289,5 +406,5 @@ private:
     QString m_path = m_folder.filePath("test.ini");
 };
 
-QTEST_GUILESS_MAIN(SettingsStoreTest)
-#include "tst_settingsstore.moc"
+QTEST_GUILESS_MAIN(SettingsTest)
+#include "tst_settings.moc"
