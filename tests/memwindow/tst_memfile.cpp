@@ -72,18 +72,25 @@ private slots:
 
     void aSaveThatDoesNotEndLeavesTheOldFileOrNone()
     {
-        const std::vector<std::uint8_t> much(1024 * 1024, 'x');
         for (const char *name : {"old.bin", "new.bin"}) {
-            MemFileWriter dropped;
-            QVERIFY(dropped.Open(Path(name)) && dropped.Write(much));
-            QVERIFY(InChild([&] { // with as little room as on a full disk
-                std::signal(SIGXFSZ, SIG_IGN);
-                const rlimit limit{64 * 1024, 64 * 1024};
-                setrlimit(RLIMIT_FSIZE, &limit);
-                MemFileWriter writer;
-                return writer.Open(Path(name)) && !(writer.Write(much) && writer.Commit());
-            }));
+            for (const std::size_t size : {1000, 1024 * 1024}) { // one that waits in a buffer too
+                const std::vector<std::uint8_t> bytes(size, 'x');
+                MemFileWriter dropped;
+                QVERIFY(dropped.Open(Path(name)) && dropped.Write(bytes));
+                QVERIFY(InChild([&] { // with as little room as on a full disk
+                    std::signal(SIGXFSZ, SIG_IGN);
+                    const rlimit limit{size / 2, size / 2};
+                    setrlimit(RLIMIT_FSIZE, &limit);
+                    MemFileWriter writer;
+                    return writer.Open(Path(name)) && !(writer.Write(bytes) && writer.Commit());
+                }));
+            }
         }
+        // As on a disk without room for a further file, nothing can be made beside this one.
+        const QString longName = m_folder->filePath(QString(254, u'o'));
+        PutFile(longName, "precious");
+        QVERIFY(!WriteMemoryFile(longName, "new"));
+        QCOMPARE(FileContent(longName), "precious");
         QCOMPARE(FileContent(Path("old.bin")), "precious");
     }
 
