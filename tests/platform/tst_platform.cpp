@@ -26,17 +26,13 @@ namespace {
 /// What standard output receives while `action` runs.
 template <typename Action> QByteArray Printed(Action action)
 {
-    std::fflush(stdout);
-    const int saved = dup(STDOUT_FILENO);
-    QTemporaryFile file;
-    if (!file.open() || dup2(file.handle(), STDOUT_FILENO) < 0)
-        qFatal("standard output cannot be caught");
+    char *text = nullptr;
+    std::size_t size = 0;
+    FILE *const before = std::exchange(stdout, open_memstream(&text, &size));
     action();
-    std::fflush(stdout);
-    dup2(saved, STDOUT_FILENO);
-    close(saved);
-    file.seek(0);
-    return file.readAll();
+    std::fclose(std::exchange(stdout, before));
+    const std::unique_ptr<char, decltype(&std::free)> freed(text, &std::free);
+    return {text, qsizetype(size)};
 }
 
 QByteArray Framed(const QByteArray &title, const QByteArray &text)

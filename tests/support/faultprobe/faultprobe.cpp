@@ -68,25 +68,4 @@ FAULT_EXPORT void *FAULT_TheRealFunction(const char *name)
     return RealFunction(name);
 }
 
-FAULT_FUNCTION(const char *, Open, ())
-FAULT_FUNCTION(void, Close, ())
-FAULT_FUNCTION(signed char, IsConnected, ())
-FAULT_FUNCTION(int, SelectIP, (const char *host, int port), host, port)
-FAULT_FUNCTION(int, SelectUSB, (int index), index)
-FAULT_FUNCTION(int, EMU_SelectByUSBSN, (uint32_t serialNumber), serialNumber)
-FAULT_FUNCTION(int, ExecCommand, (const char *command, char *reply, int size), command, reply, size)
-FAULT_FUNCTION(int, SetEndian, (int endianMode), endianMode)
-FAULT_FUNCTION(int, TIF_Select, (int targetInterface), targetInterface)
-FAULT_FUNCTION(int, ConfigJTAG, (int irPre, int drPre), irPre, drPre)
-FAULT_FUNCTION(int, SetSpeed, (uint32_t speedKHz), speedKHz)
-FAULT_FUNCTION(int, SetMaxSpeed, ())
-FAULT_FUNCTION(int, Connect, ())
-FAULT_FUNCTION(void, GetIdData, (void *idData), idData)
-FAULT_FUNCTION(int, GetSpeed, ())
-FAULT_FUNCTION(uint32_t, GetHardwareVersion, ())
-FAULT_FUNCTION(int, ReadMemEx, (uint32_t address, uint32_t count, void *data, uint32_t accessWidth),
-    address, count, data, accessWidth)
-FAULT_FUNCTION(int, WriteMemEx,
-    (uint32_t address, uint32_t count, const void *data, uint32_t accessWidth), address, count,
-    data, accessWidth)
-FAULT_FUNCTION(int, DEVICE_GetInfo, (int index, RanvoDeviceInfo *info), index, info)
+FAULT_FUNCTIONS(FAULT_FUNCTION)
