@@ -120,20 +120,12 @@ void FakeStub::Serve(ScriptedPeer &peer)
         if (request == "c" && m_manners.printedPackets > 0)
             peer.Send(
                 Packet("O" + QByteArray("61").repeated(1000)).repeated(m_manners.printedPackets));
-        const QByteArray spoiled = m_manners.spoil ? m_manners.spoil(request) : QByteArray();
-        if (!spoiled.isEmpty()) {
-            peer.Send(spoiled);
-            if (m_manners.hangUpAfterSpoiled)
-                return;
-        } else if (request != "c") {
-            m_lastPacket = m_manners.before + Packet(Answer(request));
+        if (request != "c") {
+            m_lastPacket = Packet(Answer(request));
             QByteArray sent = m_lastPacket;
             if (m_manners.badChecksums-- > 0)
                 sent.back() = '?';
-            const bool moreAsked = m_input.count('#') > 1; // "continue" has no reply
-            if (!m_manners.deliver)
-                peer.Send(sent);
-            else if (!m_manners.deliver(peer, sent, moreAsked))
+            if (!(m_manners.deliver ? m_manners.deliver(peer, request, sent) : peer.Send(sent)))
                 return;
         }
         acks = acks && request != "QStartNoAckMode";

@@ -1,60 +1,58 @@
 #include "backendtools.h"
 #include "fakestub.h"
 #include "faketclserver.h"
-#include "loopback.h"
 #include "peerprocess.h"
 #include "probelibrary.h"
 
 #include <QtTest>
+#include <future>
 #include <unistd.h>
 
 using namespace OpenProbe;
 
-static std::unique_ptr<Backend> BackendAt(TargetKind kind, quint16 port)
+/// What opening a peer fails with, without the port.
+static QString OpenErrorAt(TargetKind kind, quint16 port)
 {
-    TargetChoice choice = At(port);
-    choice.kind = kind;
-    return MakeBackend(choice);
+    const auto backend = MakeBackend(At(port, kind));
+    const QString text = OpenError(*backend);
+    backend->Close();
+    return QString(text).remove(QString(":%1").arg(port));
 }
 
 /// Peers that keep to no protocol, at the start and in the middle, on both kinds of connection.
 class BadPeersTest : public QObject {
     Q_OBJECT
 private slots:
-    void aPeerThatIsNoneGetsAText_data()
-    {
-        QTest::addColumn<QByteArray>("says");
-        QTest::addColumn<char>("then"); // it waits, hangs up, or goes on
-        QTest::newRow("nothing") << QByteArray() << 'w';
-        QTest::newRow("another protocol") << QByteArray("HTTP/1.1 400 Bad Request\r\n\r\n") << 'w';
-        QTest::newRow("endless noise") << QByteArray(4096, 'x') << 'g';
-        QTest::newRow("an endless packet") << "$" + QByteArray(4096, 'x') << 'g';
-        QTest::newRow("endless acknowledgements") << QByteArray(4096, '+') << 'g';
-        QTest::newRow("endless stops") << QByteArray("$S05#b8").repeated(100) << 'g';
-        QTest::newRow("half a packet") << QByteArray("+$PacketSi") << 'w';
-        QTest::newRow("too many answers") << QByteArray("Open On-Chip Debugger\x1amore\x1a") << 'w';
-    }
-
     void aPeerThatIsNoneGetsAText()
     {
         SetPatience(1);
-        QFETCH(QByteArray, says);
-        QFETCH(char, then);
-        ScriptedPeer peer([&](ScriptedPeer &self) {
-            self.Send(says);
-            if (then == 'w')
+        const std::map<QString, QByteArray> peers = {{"nothing", ""},
+            {"another protocol", "HTTP/1.1 400 Bad Request\r\n\r\n"},
+            {"endless noise", QByteArray(4096, 'x')},
+            {"endless packet", "$" + QByteArray(4096, 'x')},
+            {"endless acknowledgements", QByteArray(4096, '+')},
+            {"endless stops", QByteArray("$S05#b8").repeated(100)}, {"half a packet", "+$PacketSi"},
+            {"too many answers", "Open On-Chip Debugger\x1amore\x1a"}};
+        const auto textOf = [](TargetKind kind, const QString &name, const QByteArray &says) {
+            const ScriptedPeer peer([&](const ScriptedPeer &self) {
+                for (bool more = self.Send(says); more && name.startsWith("endless");)
+                    more = self.Send(says.right(4096));
                 self.AwaitClient();
-            while (then == 'g' && self.Send(says.right(4096))) { }
-        });
-        const QString here = QString("127.0.0.1:%1 accepted the connection but does not answer as ")
-                                 .arg(peer.Port());
-        const auto stub = BackendAt(TargetKind::Gdb, peer.Port());
-        QCOMPARE(OpenError(*stub), here + "a debug stub (another debugger may hold it).");
-        stub->Close();
-        const auto server = BackendAt(TargetKind::Tcl, peer.Port());
-        QCOMPARE(
-            OpenError(*server), here + "OpenOCD's Tcl server. For a debug stub use gdb:HOST:PORT.");
-        server->Close();
+            });
+            return name + ": " + OpenErrorAt(kind, peer.Port());
+        };
+        std::vector<std::future<QString>> texts; // all at once: each waits until its time is over
+        QStringList expected;
+        for (const auto &[name, says] : peers) {
+            const QString here
+                = name + ": 127.0.0.1 accepted the connection but does not answer as ";
+            texts.push_back(std::async(std::launch::async, textOf, TargetKind::Gdb, name, says));
+            expected += here + "a debug stub (another debugger may hold it).";
+            texts.push_back(std::async(std::launch::async, textOf, TargetKind::Tcl, name, says));
+            expected += here + "OpenOCD's Tcl server. For a debug stub use gdb:HOST:PORT.";
+        }
+        for (std::size_t i = 0; i < texts.size(); ++i)
+            QCOMPARE(texts[i].get(), expected[qsizetype(i)]);
     }
 
     void aServerInTroubleGetsAText()
@@ -67,10 +65,7 @@ private slots:
                     return command.contains(asked) || isDead ? answer : PoliteTclAnswer(command);
                 });
             });
-            const auto backend = BackendAt(TargetKind::Tcl, peer.Port());
-            const QString text = OpenError(*backend);
-            backend->Close();
-            return QString(text).replace(QString(":%1").arg(peer.Port()), "");
+            return OpenErrorAt(TargetKind::Tcl, peer.Port());
         };
         QVERIFY(textOf("target names", "\x1a").startsWith("OpenOCD at 127.0.0.1 has no target. "));
         QVERIFY(textOf("curstate", "unknown\x1a")
@@ -140,9 +135,9 @@ private slots:
         QFETCH(char, peer);
         QFETCH(bool, lost);
         FakeStub::Manners manners;
-        manners.hangUpAfterSpoiled = peer == 'h';
-        manners.spoil = [&](const QByteArray &request) {
-            return request.startsWith("m1") ? spoiled : QByteArray();
+        manners.deliver = [&](const ScriptedPeer &self, auto &request, auto &reply) {
+            const bool isSpoiled = request.startsWith("m1");
+            return self.Send(isSpoiled ? spoiled : reply) && !(isSpoiled && peer == 'h');
         };
         FakeStub stub(manners);
         ScriptedPeer server([&](ScriptedPeer &self) {
@@ -151,8 +146,8 @@ private slots:
                                                                  : PoliteTclAnswer(command);
             });
         });
-        const auto backend = peer == 't' ? BackendAt(TargetKind::Tcl, server.Port())
-                                         : BackendAt(TargetKind::Gdb, stub.Port());
+        const auto backend
+            = MakeBackend(peer == 't' ? At(server.Port(), TargetKind::Tcl) : At(stub.Port()));
         QCOMPARE(OpenError(*backend), QString());
         if (lost)
             SetPatience(1); // nothing more will come

@@ -6,7 +6,29 @@
 
 using namespace OpenProbe;
 
-Q_DECLARE_METATYPE(FakeStub::Manners)
+using Manners = FakeStub::Manners;
+Q_DECLARE_METATYPE(Manners)
+
+static bool ReadsSixteen(Backend &backend)
+{
+    return Bytes(backend, 0x1000, 16).size() == 16;
+}
+
+/// A connection in which `use` reads and writes, from its beginning to its end.
+/// @param kinds  an expression for requests
+/// @return how it went, those requests that the stub was asked, and what the target does then
+static QString Course(FakeStub &stub, const QString &kinds,
+    const std::function<bool(Backend &)> &use = ReadsSixteen, const CancelSignal &cancel = {})
+{
+    GdbBackend backend(At(stub.Port()));
+    const bool good = backend.Open(cancel).empty() && use(backend);
+    backend.Close();
+    const bool over = QTest::qWaitFor([&] { return stub.Served() == 1; }, 60'000);
+    QStringList course = stub.Requests().filter(QRegularExpression("^(" + kinds + ")"));
+    course.prepend(over ? good ? "good" : "failed" : "hangs");
+    course.append(stub.Runs() ? "runs" : "halted");
+    return course.join(' ');
+}
 
 class GdbBackendTest : public QObject {
     Q_OBJECT
@@ -14,191 +36,131 @@ private slots:
     void initTestCase() { SetPatience(60); }
     void everyMannerOfStubIsUnderstood_data()
     {
-        QTest::addColumn<FakeStub::Manners>("manners");
-        const auto row = [](const char *name, auto change) {
-            FakeStub::Manners manners;
-            change(manners);
-            QTest::newRow(name) << manners;
+        QTest::addColumn<Manners>("manners");
+        const auto row
+            = [](const char *name, const Manners &manners) { QTest::newRow(name) << manners; };
+        const auto inFront = [](const QByteArray &bytes) {
+            return [bytes](const ScriptedPeer &peer, auto &, auto &reply) {
+                return peer.Send(bytes + reply);
+            };
         };
-        using M = FakeStub::Manners;
-        row("it ran before", [](M &m) { m.ranBefore = true; });
-        row("answers while it runs", [](M &m) { m.stopAnswer = "S00"; });
-        row("without acknowledgements",
-            [](M &m) { m.features = "PacketSize=400;QStartNoAckMode+"; });
-        row("tells nothing of itself", [](M &m) { m.features = ""; });
-        row("smallest packets", [](M &m) { m.features = "PacketSize=28"; });
-        row("packets larger than we use", [](M &m) { m.features = "PacketSize=fffff"; });
-        row("damaged replies", [](M &m) { m.badChecksums = 2; });
-        row("refused requests", [](M &m) { m.refusals = 2; });
-        row("prints in between", [](M &m) { m.before = "$O48690a#bb"; });
-        row("notifies in between", [](M &m) { m.before = "%Other:x#b4"; });
-        row("an emulator that ran", [](M &m) { m.emulator = m.ranBefore = true; });
-        row("an emulator that says what it is", [](M &m) {
-            m.emulator = m.ranBefore = true;
-            m.features += ";vContSupported+;multiprocess+";
-        });
-        row("a halted emulator", [](M &m) { m.emulator = true; });
-        row("prints 200 KiB between reads", [](M &m) {
-            m.ranBefore = true;
-            m.features = "PacketSize=1000;QStartNoAckMode+";
-            m.printedPackets = 100;
-        });
+        row("it ran before", {.ranBefore = true});
+        row("answers while it runs", {.stopAnswer = "S00"});
+        row("without acknowledgements", {.features = "PacketSize=400;QStartNoAckMode+"});
+        row("tells nothing of itself", {.features = ""});
+        row("smallest packets", {.features = "PacketSize=28"});
+        row("packets larger than we use", {.features = "PacketSize=fffff"});
+        row("damaged replies", {.badChecksums = 2});
+        row("refused requests", {.refusals = 2});
+        row("prints in between", {.deliver = inFront("$O48690a#bb")});
+        row("notifies in between", {.deliver = inFront("%Other:x#b4")});
+        row("an emulator that ran", {.ranBefore = true, .emulator = true});
+        row("an emulator that says what it is",
+            {.features = "PacketSize=1000;vContSupported+;multiprocess+",
+                .ranBefore = true,
+                .emulator = true});
+        row("a halted emulator", {.emulator = true});
+        row("prints 200 KiB between reads",
+            {.features = "PacketSize=1000;QStartNoAckMode+",
+                .ranBefore = true,
+                .printedPackets = 100});
     }
 
     void everyMannerOfStubIsUnderstood()
     {
-        QFETCH(FakeStub::Manners, manners);
+        QFETCH(Manners, manners);
         FakeStub stub(manners);
         const QByteArray memory = stub.m_memory;
-        {
-            GdbBackend backend(At(stub.Port()));
-            QCOMPARE(OpenError(backend), QString());
-            QCOMPARE(Bytes(backend, 0x1001, 3000), memory.mid(1, 3000));
+        const QString course = Course(stub, "OFFENCE", [&](Backend &backend) {
             QByteArray data(3000, '\0');
-            QCOMPARE(Read(backend, 0x1F00, data), 256);
-            QCOMPARE(data.left(256), memory.right(256));
-            QCOMPARE(Write(backend, 0x1101, "hello world, how are you"), 24);
-            QCOMPARE(Write(backend, 0x1FFE, "hello world"), -1);
-            QVERIFY(backend.Alive());
-            backend.Close();
-        }
-        QTRY_COMPARE_WITH_TIMEOUT(stub.Served(), 1, 60'000);
-        QCOMPARE(stub.Runs(), manners.ranBefore);
-        QCOMPARE(stub.Requests().filter("OFFENCE"), QStringList());
-        QCOMPARE(stub.m_memory.mid(0x101, 24), "hello world, how are you");
-        QCOMPARE(stub.m_memory.right(2), memory.right(2));
+            return Bytes(backend, 0x1001, 3000) == memory.mid(1, 3000)
+                && Read(backend, 0x1F00, data) == 256 && data.startsWith(memory.right(256))
+                && Write(backend, 0x1101, "hello world, how are you") == 24
+                && Write(backend, 0x1FFE, "hello world") == -1 && backend.Alive();
+        });
+        QCOMPARE(course, manners.ranBefore ? "good runs" : "good halted");
+        QCOMPARE(stub.m_memory, QByteArray(memory).replace(0x101, 24, "hello world, how are you"));
     }
 
     void requestsAreAsLongAndAsWideAsAllowed()
     {
         const auto requests = [](const char *features, quint32 address, int count, quint32 width) {
-            FakeStub::Manners manners;
-            manners.features = features;
-            FakeStub stub(manners);
-            GdbBackend backend(At(stub.Port()));
-            const bool opened = OpenError(backend).isEmpty();
-            const qsizetype before = stub.Requests().size();
-            const bool good = opened && Bytes(backend, address, count, width).size() == count;
-            backend.Close();
-            const QStringList asked = stub.Requests().mid(before);
-            return good ? asked.filter(QRegularExpression("^m")).join(' ') : "failed";
+            FakeStub stub({.features = features});
+            return Course(stub, "m1", [&](Backend &backend) {
+                return Bytes(backend, address, count, width).size() == count;
+            });
         };
         const char *const usual = "PacketSize=1000";
-        QCOMPARE(requests(usual, 0x1001, 13, 0), "m1001,d");
-        QCOMPARE(requests(usual, 0x1000, 2052, 0), "m1000,800 m1800,4");
-        QCOMPARE(requests(usual, 0x1000, 3, 1), "m1000,1 m1001,1 m1002,1");
-        QCOMPARE(requests(usual, 0x1001, 6, 2), "m1001,1 m1002,2 m1004,2 m1006,1");
-        QCOMPARE(requests(usual, 0x1003, 12, 4), "m1003,1 m1004,8 m100c,2 m100e,1");
-        QCOMPARE(requests("PacketSize=18", 0x1000, 16, 0), "m1000,c m100c,4");
-        QCOMPARE(requests("", 0x1000, 129, 0), "m1000,80 m1080,1");
+        QCOMPARE(requests(usual, 0x1001, 13, 0), "good m1001,d halted");
+        QCOMPARE(requests(usual, 0x1000, 2052, 0), "good m1000,800 m1800,4 halted");
+        QCOMPARE(requests(usual, 0x1000, 3, 1), "good m1000,1 m1001,1 m1002,1 halted");
+        QCOMPARE(requests(usual, 0x1001, 6, 2), "good m1001,1 m1002,2 m1004,2 m1006,1 halted");
+        QCOMPARE(requests(usual, 0x1003, 12, 4), "good m1003,1 m1004,8 m100c,2 m100e,1 halted");
+        QCOMPARE(requests("PacketSize=18", 0x1000, 16, 0), "good m1000,c m100c,4 halted");
+        QCOMPARE(requests("", 0x1000, 129, 0), "good m1000,80 m1080,1 halted");
     }
 
     void theTargetIsLeftAsItWasFound()
     {
-        const CancelSignal cancel;
-        const auto asked = [&](auto change) {
-            FakeStub::Manners manners;
-            change(manners);
+        const auto course = [](const Manners &manners) {
             FakeStub stub(manners);
-            const QString outcome = ReadOnce(stub, cancel, "interrupt|c");
-            return outcome + (stub.Runs() ? " runs" : " halted");
+            return Course(stub, "interrupt|c$");
         };
-        using M = FakeStub::Manners;
-        QCOMPARE(asked([](M &) {}), " halted");
-        QCOMPARE(asked([](M &m) { m.ranBefore = true; }), "c interrupt c runs");
-        QCOMPARE(asked([](M &m) { // a breakpoint that was faster than the interrupt
-            m.ranBefore = true;
-            m.interruptAnswer = "T05thread:01;";
-        }),
-            "c interrupt halted");
-        const auto server = [](const char *features, const char *stopAnswer) {
-            return [=](M &m) {
-                m.features = features;
-                m.stopAnswer = stopAnswer;
-            };
-        };
+        QCOMPARE(course({}), "good halted");
+        QCOMPARE(course({.ranBefore = true}), "good c interrupt c runs");
+        QCOMPARE(course({.ranBefore = true, .interruptAnswer = "T05thread:01;"}),
+            "good c interrupt halted"); // a breakpoint that was faster than the interrupt
         const char *const debugServer = "PacketSize=1000;qXfer:memory-map:read+";
-        QVERIFY(asked(server(debugServer, "T02")).startsWith("c ")); // its halt was for us
-        QCOMPARE(asked(server(debugServer, "T05")), " halted");      // stands at a breakpoint
-        QCOMPARE(asked(server("PacketSize=1000", "T02")), " halted");
-        for (const bool ranBefore : {false, true}) { // last: cancelled in a read
-            QCOMPARE(asked([&](M &m) {
-                m.ranBefore = ranBefore;
-                m.spoil = [&cancel](const QByteArray &request) {
-                    if (request == "m1000,10")
-                        cancel.Raise(); // while the reply is on its way, which it then is not
-                    return request == "m1000,10" ? QByteArray("$00") : QByteArray();
-                };
-            }),
-                ranBefore ? "failed c interrupt c runs" : "failed  halted");
-            cancel.Clear();
-        }
+        QVERIFY(course({.features = debugServer, .stopAnswer = "T02"})
+                    .startsWith("good c ")); // its halt was for us
+        QCOMPARE(course({.features = debugServer, .stopAnswer = "T05"}), "good halted");
+        QCOMPARE(course({.stopAnswer = "T02"}), "good halted");
     }
 
-    void aCancelledOpenLeavesTheTargetRunning()
+    void aCancelledCallLeavesTheTargetAsItWas()
     {
-        const auto cancelledAt = [](const QByteArray &place, const char *features) {
+        // Raised when that is asked; the answer is half sent, or comes all the same.
+        const auto cancelled = [](const QByteArray &place, const char *features,
+                                   bool ranBefore = true, bool half = false) {
             const CancelSignal cancel;
-            FakeStub::Manners manners;
-            manners.ranBefore = true;
-            manners.features = features;
+            Manners manners{.features = features, .ranBefore = ranBefore};
             manners.emulator = manners.features.contains("multiprocess");
-            manners.spoil = [&](const QByteArray &request) {
+            manners.deliver = [&](const ScriptedPeer &peer, auto &request, auto &reply) {
                 if (request == place)
-                    cancel.Raise(); // and the answer comes all the same
-                return QByteArray();
+                    cancel.Raise();
+                return peer.Send(half && request == place ? reply.left(3) : reply);
             };
             if (place.isEmpty())
                 cancel.Raise();
             FakeStub stub(manners);
-            const QString outcome = ReadOnce(stub, cancel, "c");
-            return stub.Runs() ? outcome : "halted";
+            return Course(stub, "interrupt|c$", ReadsSixteen, cancel);
         };
         const char *const plain = "PacketSize=1000";
         const char *const emulator = "PacketSize=1000;vContSupported+;multiprocess+";
+        QCOMPARE(cancelled("m1000,10", plain, false, true), "failed halted");
+        QCOMPARE(cancelled("m1000,10", plain, true, true), "failed c interrupt c runs");
         // As early as it can come: the stub has seen the connection and stopped its target.
-        QCOMPARE(cancelledAt("", plain), "failed c");
-        QCOMPARE(cancelledAt("", emulator), "failed c");
+        QCOMPARE(cancelled("", plain), "failed c runs");
+        QCOMPARE(cancelled("", emulator), "failed c runs");
         // Later an answer may be faster than the cancel.
         for (const char *const place : {"qSupported", "?"})
-            QVERIFY2(cancelledAt(place, plain).endsWith("c"), place);
+            QVERIFY2(cancelled(place, plain).endsWith("c runs"), place);
         for (const char *const place : {"qSupported", "qqemu.sstepbits"})
-            QVERIFY2(cancelledAt(place, emulator).endsWith("c"), place);
+            QVERIFY2(cancelled(place, emulator).endsWith("c runs"), place);
     }
 
     void longReadsLetTheTargetRunAndWritesAskFirst()
     {
-        FakeStub::Manners manners;
-        manners.ranBefore = true;
-        FakeStub stub(manners);
-        GdbBackend backend(At(stub.Port()));
-        QCOMPARE(OpenError(backend), QString());
-        QCOMPARE(Bytes(backend, 0x1000, 2048, 1).size(), 2048);
-        const qsizetype before = stub.Requests().size();
-        QVERIFY(stub.Requests().count("interrupt") >= 4);
-        QCOMPARE(Write(backend, 0x1010, "abcd"), 4); // what has just been displayed
-        QCOMPARE(Write(backend, 0x1E00, "abcd"), 4);
-        backend.Close();
-        QTRY_COMPARE_WITH_TIMEOUT(stub.Served(), 1, 60'000);
-        QVERIFY(stub.Runs());
-        const QString tail
-            = stub.Requests().mid(before).filter(QRegularExpression("^[mM]")).join(' ');
-        QCOMPARE(tail, "M1010,4:61626364 m1e00,4 M1e00,4:61626364");
-        QCOMPARE(stub.Requests().count("c"), stub.Requests().count("interrupt") + 1);
-    }
-
-private:
-    /// A connection with one read of 16 bytes in it, from its beginning to its end.
-    /// @return how the read went, and the requests of those kinds that the stub was asked
-    static QString ReadOnce(FakeStub &stub, const CancelSignal &cancel, const QString &kinds)
-    {
-        GdbBackend backend(At(stub.Port()));
-        const bool opened = backend.Open(cancel).empty();
-        const bool good = opened && Bytes(backend, 0x1000, 16) == stub.m_memory.left(16);
-        backend.Close();
-        const bool over = QTest::qWaitFor([&] { return stub.Served() == 1; }, 60'000);
-        const QStringList asked = stub.Requests().filter(QRegularExpression("^(" + kinds + ")$"));
-        return (over ? good ? "" : "failed " : "hangs ") + asked.join(' ');
+        FakeStub stub({.ranBefore = true});
+        const QString course = Course(stub, "interrupt|c$|m1e|M", [](Backend &backend) {
+            return Bytes(backend, 0x1000, 2048, 1).size() == 2048
+                && Write(backend, 0x1010, "abcd") == 4 // what has just been displayed
+                && Write(backend, 0x1E00, "abcd") == 4;
+        });
+        const QString pauses = " c interrupt";
+        QVERIFY2(course.startsWith("good" + pauses.repeated(4)), qPrintable(course));
+        QCOMPARE(QString(course).remove(pauses),
+            "good M1010,4:61626364 m1e00,4 M1e00,4:61626364 c runs");
     }
 };
 

@@ -1,5 +1,4 @@
 #include "backendtools.h"
-#include "randomseed.h"
 #include "ranvoapi.h"
 #include "simbackend.h"
 
@@ -71,36 +70,6 @@ private slots:
         constexpr quint64 kYear = 365ULL * 24 * 3600 * 1000; // is caught up with at once
         s_nowMs += kYear;
         QCOMPARE(Word(*backend, 0x20000020), quint32(1'000'066 + kYear));
-    }
-
-    // The rule for a range, by single bytes: all, a prefix with nothing behind it, or a failure.
-    void readsAgreeWithSingleBytes()
-    {
-        const auto backend = Connected();
-        QCOMPARE(WriteWord(*backend, SimTarget::kPeripherals + 0x4008, 1), 4); // time stands still
-        auto random = SeededGenerator();
-        const quint32 places[] = {0x7E0, 0x850, 0x8F8, 0x910, 0x20000000 + 0x3FFF0, 0x7FFF7FF0,
-            0x7FFFFFF0, 0x80007FF0, 0xFFFEFFF0, 0xFFFFFFC0, 0x00000000, 0x080FFFF0};
-        for (int round = 0; round < 3000; ++round) {
-            const quint32 address
-                = places[random() % std::size(places)] + quint32(Pick(random, 0, 31));
-            const auto count = int(std::min<quint64>(1 + random() % 160, (1ULL << 32) - address));
-            QByteArray expected;
-            bool behind = false;
-            bool hole = false;
-            for (int i = 0; i < count; ++i) {
-                const QByteArray byte = Bytes(*backend, address + quint32(i), 1);
-                behind = behind || (hole && byte.size() == 1);
-                hole = hole || byte.size() != 1;
-                if (!hole)
-                    expected += byte;
-            }
-            QByteArray data(count, '\0');
-            const int got = Read(*backend, address, data);
-            QVERIFY2(
-                got == (behind ? -1 : expected.size()) && (behind || data.left(got) == expected),
-                qPrintable(QString("at %1 count %2").arg(address, 0, 16).arg(count)));
-        }
     }
 
     void registersHaveSideEffectsAndSomeMemoryIsProtected()
