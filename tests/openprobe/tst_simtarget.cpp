@@ -27,7 +27,6 @@ private slots:
     void theDeviceListIsLongUniqueAndHandsOutWholeRecords()
     {
         const int count = RANVOARM_DEVICE_GetInfo(-1, nullptr);
-        QVERIFY2(count >= 10'060, qPrintable(QString::number(count)));
         QSet<QByteArray> names;
         RanvoDeviceInfo info;
         for (int i = count - 1; i >= 0; --i) {
@@ -35,11 +34,12 @@ private slots:
             info.sizeOfStruct = RANVO_DEVICE_INFO_SIZE;
             QCOMPARE(RANVOARM_DEVICE_GetInfo(i, &info), 0);
             names.insert(info.name);
-            QVERIFY2(info.byteOrder <= 1 && info.numCores >= 1, info.name);
-            QVERIFY2(std::ranges::count(info.reserved, 0) == sizeof info.reserved, info.name);
+            QVERIFY2(info.byteOrder <= 1 && info.numCores >= 1
+                    && std::ranges::count(info.reserved, 0) == sizeof info.reserved,
+                info.name);
         }
         QCOMPARE(info.name, "SIM-M4");
-        QCOMPARE(names.size(), count);
+        QVERIFY(count >= 10'060 && names.size() == count);
         for (int i = 0; i < DeviceCount() - 10'000; ++i) { // each says that it is simulated
             const DeviceEntry &device = *DeviceAt(i);
             const quint32 ram = device.ramSize != 0 ? device.ramAddress : 0x20000000U;
@@ -49,8 +49,8 @@ private slots:
         for (const int index : {-2, -1, count, INT_MAX})
             QCOMPARE(RANVOARM_DEVICE_GetInfo(index, &info), -1);
         info.sizeOfStruct -= 4;
-        QCOMPARE(RANVOARM_DEVICE_GetInfo(0, &info), -1);
-        QCOMPARE(RANVOARM_DEVICE_GetInfo(0, nullptr), -1);
+        QVERIFY(
+            RANVOARM_DEVICE_GetInfo(0, &info) == -1 && RANVOARM_DEVICE_GetInfo(0, nullptr) == -1);
     }
 
     void countersFollowTheClockAndKeepWhatIsWritten()

@@ -1,6 +1,5 @@
 #include "backendtools.h"
-#include "fakestub.h"
-#include "faketclserver.h"
+#include "fakeservers.h"
 #include "gdbbackend.h"
 #include "randomseed.h"
 #include "tclbackend.h"

@@ -22,10 +22,10 @@ private slots:
     void placesAreTriedInTheirOrder()
     {
         const auto files = [](const std::vector<std::string> &paths) {
-            QStringList list;
+            std::string all;
             for (const std::string &path : paths)
-                list << QString::fromStdString(path);
-            return list.join(' ');
+                all += path + ' ';
+            return QString::fromStdString(all).trimmed();
         };
         QCOMPARE(files(PROBE_FilesBesideModule("/a/")), "/a/libranvoarm_x86.so /a/libranvoarm.so");
         QCOMPARE(files(PROBE_FilesBesideModule("")), "");

@@ -9,13 +9,16 @@
 
 #include <dlfcn.h>
 
-namespace {
+#define FAULT_EXPORT extern "C" __attribute__((visibility("default")))
 
-FaultHooks g_hooks = {};
+FAULT_EXPORT FaultHooks FAULT_TheHooks;
+FaultHooks FAULT_TheHooks = {};
+
+namespace {
 
 __attribute__((destructor)) void Unload()
 {
-    if (const auto onUnload = g_hooks.onUnload.load())
+    if (const auto onUnload = FAULT_TheHooks.onUnload.load())
         onUnload();
 }
 
@@ -43,7 +46,7 @@ template <typename Result, typename... Arguments>
 Result Call(const std::atomic<Result (*)(Arguments...)> &hook, const std::string &name,
     Arguments... arguments)
 {
-    if (const auto onCall = g_hooks.onCall.load())
+    if (const auto onCall = FAULT_TheHooks.onCall.load())
         onCall((name + ... + Told(arguments)).c_str());
     const auto chosen = hook.load();
     const auto real = reinterpret_cast<Result (*)(Arguments...)>(RealFunction(name.c_str()));
@@ -52,17 +55,12 @@ Result Call(const std::atomic<Result (*)(Arguments...)> &hook, const std::string
 
 } // namespace
 
-#define FAULT_EXPORT extern "C" __attribute__((visibility("default")))
 #define FAULT_FUNCTION(result, name, parameters, ...)                                              \
     FAULT_EXPORT result RANVOARM_##name parameters                                                 \
     {                                                                                              \
-        return Call(g_hooks.name, "RANVOARM_" #name __VA_OPT__(, ) __VA_ARGS__);                   \
+        return Call(FAULT_TheHooks.name, "RANVOARM_" #name __VA_OPT__(, ) __VA_ARGS__);            \
     }
 
-FAULT_EXPORT FaultHooks *FAULT_TheHooks()
-{
-    return &g_hooks;
-}
 FAULT_EXPORT void *FAULT_TheRealFunction(const char *name)
 {
     return RealFunction(name);

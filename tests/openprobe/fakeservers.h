@@ -46,7 +46,6 @@ private:
     void Serve(ScriptedPeer &peer);
     QByteArray NextRequest(ScriptedPeer &peer);
     QByteArray Answer(const QByteArray &request);
-    void CheckLength(const QByteArray &request);
     void Note(const QByteArray &what);
 
     Manners m_manners;
@@ -58,3 +57,18 @@ private:
     QStringList m_requests;
     std::unique_ptr<ScriptedPeer> m_peer; // last: its thread uses all of the above
 };
+
+/// What OpenOCD's Tcl server with one target answers to a command, complete with the end mark; null
+/// to hang up.
+using TclAnswer = std::function<QByteArray(const QByteArray &command)>;
+
+/// The answers of a well-behaved server whose memory holds the low byte of TclMemory at each place.
+QByteArray PoliteTclAnswer(const QByteArray &command);
+quint8 TclMemory(quint32 address);
+
+/// Brings what a server sends to the client: the answer, or whatever becomes of it on the way.
+using TclDelivery = std::function<bool(ScriptedPeer &peer, const QByteArray &answer)>;
+
+/// Serves one connection: takes the numbered requests apart and puts the numbers before the
+/// answers.
+void ServeTcl(ScriptedPeer &peer, const TclAnswer &answer, const TclDelivery &deliver = {});
