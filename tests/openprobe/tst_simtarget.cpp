@@ -85,6 +85,8 @@ private slots:
         QCOMPARE(Word(*backend, base + 0x4), 0U);
         QCOMPARE(Write(*backend, base + 0x2006, "\x34\x12", 2), 2);
         QCOMPARE(Word(*backend, base + 0x2004), 0x12340000U);
+        QCOMPARE(Bytes(*backend, 0xFFFFFFF0, 16).size(), 16);   // up to the end of the space
+        QCOMPARE(Bytes(*backend, 0xFFFEFFF8, 16), "result -1"); // begins in front of that memory
         // The protected stretch: nothing of a refused write arrives.
         const QByteArray before = Bytes(*backend, 0x200009F8, 16);
         for (const quint32 place : {0x200009F8U, 0x20000AF8U, 0x08000000U, 0x20000800U})
