@@ -6,6 +6,8 @@
 #include <QTest>
 
 #include <csignal>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -72,19 +74,45 @@ private slots:
 
     void aSaveThatDoesNotEndLeavesTheOldFileOrNone()
     {
-        const std::vector<std::uint8_t> much(1024 * 1024, 'x');
         for (const char *name : {"old.bin", "new.bin"}) {
-            MemFileWriter dropped;
-            QVERIFY(dropped.Open(Path(name)) && dropped.Write(much));
-            QVERIFY(InChild([&] { // with as little room as on a full disk
-                std::signal(SIGXFSZ, SIG_IGN);
-                const rlimit limit{64 * 1024, 64 * 1024};
-                setrlimit(RLIMIT_FSIZE, &limit);
-                MemFileWriter writer;
-                return writer.Open(Path(name)) && !(writer.Write(much) && writer.Commit());
-            }));
+            for (const std::size_t size : {1000, 1024 * 1024}) { // one that waits in a buffer too
+                const std::vector<std::uint8_t> bytes(size, 'x');
+                MemFileWriter dropped;
+                QVERIFY(dropped.Open(Path(name)) && dropped.Write(bytes));
+                QVERIFY(InChild([&] { // with as little room as on a full disk
+                    std::signal(SIGXFSZ, SIG_IGN);
+                    const rlimit limit{size / 2, size / 2};
+                    setrlimit(RLIMIT_FSIZE, &limit);
+                    MemFileWriter writer;
+                    return writer.Open(Path(name)) && !(writer.Write(bytes) && writer.Commit());
+                }));
+            }
         }
         QCOMPARE(FileContent(Path("old.bin")), "precious");
+    }
+
+    void aDiskWithoutRoomForAFurtherFileKeepsTheOldOne()
+    {
+        const auto inNamespace = [] { return unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0; };
+        if (!InChild(inNamespace))
+            QSKIP("This system permits no namespace.");
+        const QByteArray folder = QFile::encodeName(m_folder->path());
+        const QString map = "0 %1 1";
+        const uid_t uid = geteuid();
+        const gid_t gid = getegid();
+        QVERIFY(InChild([&] {
+            if (!inNamespace())
+                return false;
+            PutFile("/proc/self/uid_map", map.arg(uid).toLatin1());
+            PutFile("/proc/self/setgroups", "deny");
+            PutFile("/proc/self/gid_map", map.arg(gid).toLatin1());
+            if (mount("none", folder, "tmpfs", 0, "nr_inodes=3") != 0) // with the folder itself
+                return false;
+            PutFile(Path("old.bin"), "precious");
+            PutFile(Path("other.bin"), "");
+            return !WriteMemoryFile(Path("old.bin"), "new")
+                && FileContent(Path("old.bin")) == "precious";
+        }));
     }
 
     void aFolderThatTakesNoNewFileStillTakesTheOldOne()

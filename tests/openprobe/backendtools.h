@@ -11,9 +11,11 @@
 
 // Back ends in the words of Qt, for tests that drive one directly.
 
-inline OpenProbe::TargetChoice At(quint16 port)
+inline OpenProbe::TargetChoice At(
+    quint16 port, OpenProbe::TargetKind kind = OpenProbe::TargetKind::Gdb)
 {
     OpenProbe::TargetChoice choice;
+    choice.kind = kind;
     choice.host = "127.0.0.1";
     choice.port = port;
     return choice;

@@ -1,6 +1,6 @@
 #include "peerprocess.h"
 
-#include "loopback.h"
+#include "scriptedpeer.h"
 
 #include <QtTest>
 

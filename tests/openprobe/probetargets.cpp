@@ -10,79 +10,61 @@ QString ProbeTarget::Missing() const
 
 /// A machine of the emulator with its firmware.
 struct QemuMachine {
-    const char *name; ///< as the tests call it
-    QString command;
-    const char *firmware; ///< a file of the firmware folder
-    quint32 coreId;
+    QString name;
+    QString command; ///< ends with a file of the firmware folder
     TargetPlaces places;
 };
 
 // They differ where it hurts: byte order, address spaces, cores, width of an address, where RAM
 // lies.
 static const QemuMachine kMachines[] = {
-    {"arm", "qemu-system-arm -M netduinoplus2 -kernel", "demo.elf", 0x410FC240,
-        {.holeBehind = 0x2002FFC0, .holeInFront = 0x07FFFFC0}},
-    {"mips", "qemu-system-mips -M malta -m 16 -nodefaults -kernel", "mips.elf", 0,
+    {"arm", "qemu-system-arm -M netduinoplus2 -kernel demo.elf",
+        {.holeBehind = 0x2002FFC0, .holeInFront = 0x07FFFFC0, .coreId = 0x410FC240}},
+    {"mips", "qemu-system-mips -M malta -m 16 -nodefaults -kernel mips.elf",
         {0x80109000, 0x80110000, 0x80100020, 0xC0001000, 0xBFFFFFC0, 0x7FFFFFC0}},
-    {"riscv32", "qemu-system-riscv32 -M virt -m 16 -bios", "riscv32.elf", 0,
+    {"riscv32", "qemu-system-riscv32 -M virt -m 16 -bios riscv32.elf",
         {0x80009000, 0x80010000, 0x80000020, 0x90000000, 0x80FFFFC0, 0x00000FC0}},
-    {"riscv64", "qemu-system-riscv64 -M virt -m 16 -smp 2 -bios", "riscv64.elf", 0,
+    {"riscv64", "qemu-system-riscv64 -M virt -m 16 -smp 2 -bios riscv64.elf",
         {0x80009000, 0x80010000, 0x80000020, 0x90000000, 0x80FFFFC0, 0x00000FC0}},
-    {"aarch64", "qemu-system-aarch64 -M virt -cpu cortex-a53 -smp 2 -m 16 -nodefaults -kernel",
-        "aarch64.elf", 0, {0x40089000, 0x40090000, 0x40080020, 0x90000000, 0x40FFFFC0, 0x3FFFFFC0}},
-    {"avr", "qemu-system-avr -M mega2560 -bios", "avr.elf", 0,
+    {"aarch64",
+        "qemu-system-aarch64 -M virt -cpu cortex-a53 -smp 2 -m 16 -nodefaults -kernel aarch64.elf",
+        {0x40089000, 0x40090000, 0x40080020, 0x90000000, 0x40FFFFC0, 0x3FFFFFC0}},
+    {"avr", "qemu-system-avr -M mega2560 -bios avr.elf",
         {0x00800800, 0x00010000, 0x00800220, 0x30000000, 0x008021C0, 0x007FFFC0}},
 };
 
-static const QemuMachine *FindMachine(const QString &name)
-{
-    const auto *const found = std::ranges::find_if(
-        kMachines, [&](const auto &machine) { return name == machine.name; });
-    return found != std::end(kMachines) ? found : nullptr;
-}
-
 QemuTarget::QemuTarget(const QString &name)
 {
-    const QemuMachine &machine = *FindMachine(name);
-    m_command = machine.command.split(' ');
-    needs = m_command[0];
+    const QemuMachine &machine = *std::ranges::find(kMachines, name, &QemuMachine::name);
+    const QString doors = "-nographic -serial null -monitor none -gdb tcp:127.0.0.1:%1 "
+                          "-qmp tcp:127.0.0.1:%2,server=on,wait=off";
+    command = machine.command.split(' ');
+    command.last().prepend(FIRMWARE_FOLDER "/");
+    command += doors.arg(port).arg(m_monitorPort).split(' ');
+    needs = command[0];
     selector = "127.0.0.1:" + QByteArray::number(port);
     places = machine.places;
-    coreId = machine.coreId;
     answerer = &m_process;
-    const QString here = "tcp:127.0.0.1:%1";
-    m_command << QString(FIRMWARE_FOLDER "/") + machine.firmware << "-nographic"
-              << "-serial"
-              << "null"
-              << "-monitor"
-              << "none"
-              << "-gdb" << here.arg(port) << "-qmp"
-              << here.arg(m_monitorPort) + ",server=on,wait=off";
 }
 
-bool QemuTarget::Knows(const QString &name)
+bool QemuTarget::Start()
 {
-    return FindMachine(name) != nullptr;
-}
-
-bool QemuTarget::Start(const QStringList &more)
-{
-    return m_process.Start(m_command + more) && PeerProcess::AwaitListener(port)
+    return m_process.Start(command) && PeerProcess::AwaitListener(port)
         && PeerProcess::AwaitListener(m_monitorPort);
 }
 
 // One line of JSON for each command, after a greeting; events may come in between.
-QByteArray QemuTarget::Monitor(const QByteArray &command) const
+QByteArray QemuTarget::Monitor(const QByteArray &text) const
 {
     return PeerProcess::Converse(m_monitorPort,
-        "{\"execute\":\"qmp_capabilities\"}\n{\"execute\":\"" + command + "\"}\n", "\"return\"", 2);
+        "{\"execute\":\"qmp_capabilities\"}\n{\"execute\":\"" + text + "\"}\n", "\"return\"", 2);
 }
 
 OpenOcdTarget::OpenOcdTarget()
 {
     needs = "openocd";
     selector = "tcl:127.0.0.1:" + QByteArray::number(tclPort);
-    coreId = 0x410FC241;
+    places.coreId = 0x410FC241;
     answerer = &m_server;
 }
 
@@ -109,11 +91,11 @@ QByteArray OpenOcdTarget::Command(const QByteArray &text) const
     return PeerProcess::Converse(tclPort, text + '\x1a', "\x1a", 1).chopped(1);
 }
 
-bool ProcessTarget::Start(const QString &copy)
+bool ProcessTarget::Start()
 {
-    if (!copy.isEmpty())
-        QFile::copy(PROBE_TARGET, copy); // with its permissions; one that is there stays
-    const bool started = m_process.Start({copy.isEmpty() ? PROBE_TARGET : copy});
+    if (!program.isEmpty())
+        QFile::copy(PROBE_TARGET, program); // with its permissions; one that is there stays
+    const bool started = m_process.Start({program.isEmpty() ? PROBE_TARGET : program});
     if (selector.isEmpty() || selector.startsWith("pid:"))
         selector = "pid:" + QByteArray::number(Id());
     return started && Runs();

@@ -10,6 +10,7 @@ struct TargetPlaces {
     quint32 unmapped = 0x30000000;    ///< 4 KiB that nothing answers
     quint32 holeBehind = 0x2003FFC0;  ///< 64 readable bytes, then at least 64 that are not
     quint32 holeInFront = 0x7FFF7FC0; ///< 64 unreadable bytes, then at least 64 readable ones
+    quint32 coreId = 0;               ///< the core's identification; 0 where it tells none
 };
 
 /// A kind of running target that the library can reach.
@@ -30,7 +31,6 @@ public:
     QString needs;       ///< the program; empty: none
     QByteArray selector; ///< for the library; a process has it once it is started
     TargetPlaces places;
-    quint32 coreId = 0;              ///< the core's identification; 0 where it tells none
     PeerProcess *answerer = nullptr; ///< what answers the library and can be frozen
     /// Whether a client that leaves a frozen peer during the handshake leaves the target stopped
     /// until the next one comes. True only where the peer itself does so, whatever it was sent.
@@ -42,21 +42,17 @@ class QemuTarget : public ProbeTarget {
 public:
     /// @param name  one of the machines; the Arm one is watched by the tests of the stub
     explicit QemuTarget(const QString &name = "arm");
-    /// Whether there is such a machine.
-    static bool Knows(const QString &name);
-
-    bool Start() override { return Start({}); }
-    bool Start(const QStringList &more);
+    bool Start() override;
     void Kill() override { m_process.Kill(); }
     bool Runs() override { return Monitor("query-status").contains("\"running\": true"); }
     /// The monitor's reply. "stop" and "cont" work past the stub.
-    QByteArray Monitor(const QByteArray &command) const;
+    QByteArray Monitor(const QByteArray &text) const;
 
     const quint16 port = PeerProcess::FreePort();
+    QStringList command; ///< that starts it
 
 private:
     const quint16 m_monitorPort = PeerProcess::FreePort();
-    QStringList m_command;
     PeerProcess m_process;
 };
 
@@ -80,12 +76,12 @@ private:
 /// A process of this machine, looked into directly.
 class ProcessTarget : public ProbeTarget {
 public:
-    bool Start() override { return Start({}); }
-    /// @param copy  where to put the copy of the program that is started; empty: the program itself
-    bool Start(const QString &copy);
+    bool Start() override;
     void Kill() override { m_process.Kill(); }
     bool Runs() override;
     qint64 Id() const { return m_process.Id(); }
+
+    QString program; ///< where a copy is put and started; empty: the program itself
 
 private:
     PeerProcess m_process;

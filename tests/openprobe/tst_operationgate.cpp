@@ -40,10 +40,9 @@ private slots:
 
     void whoWaitsLeavesWhenTheProbeGoesDown()
     {
-        using Down = void (*)(OperationGate &);
-        for (const Down goDown : {Down([](OperationGate &gate) { (void)gate.BeginOpen(); }),
-                 Down([](OperationGate &gate) { gate.Cancel(); }),
-                 Down([](OperationGate &gate) { gate.SetDown(); })}) {
+        const std::function<void(OperationGate &)> ways[]
+            = {&OperationGate::BeginOpen, &OperationGate::Cancel, &OperationGate::SetDown};
+        for (const auto &goDown : ways) {
             OperationGate gate;
             BringUp(gate);
             QVERIFY(gate.EnterWhileUp());

@@ -1,6 +1,5 @@
 #include "backendtools.h"
-#include "fakestub.h"
-#include "faketclserver.h"
+#include "fakeservers.h"
 #include "gdbbackend.h"
 #include "randomseed.h"
 #include "tclbackend.h"
@@ -8,6 +7,8 @@
 #include <QtTest>
 
 using namespace OpenProbe;
+
+Q_DECLARE_METATYPE(FakeStub::Manners)
 
 /// A line on which replies come twice, late, early, out of order, merged and in single bytes.
 class UnrulyLine {
@@ -24,33 +25,17 @@ public:
         QByteArrayList pieces = std::exchange(m_before, {});
         const QByteArrayList behind = std::exchange(m_behind, {});
         const QByteArray former = m_former[m_random() % std::size(m_former)];
-        switch (m_random() % 200) {
-        case 0:
-            pieces << reply << reply;
-            break;
-        case 1: // comes once more, in front of the next one
-            pieces << reply;
-            m_before << reply;
-            break;
-        case 2: // comes once more, behind the next one
-            pieces << reply;
-            m_behind << reply;
-            break;
-        case 3:
-            pieces << former << reply;
-            break;
-        case 4:
-            pieces << reply << former;
-            break;
-        case 5:
-            (moreAsked ? m_behind : pieces) << reply;
-            break;
-        case 6:
-            pieces << reply.first(1) << reply.mid(1);
-            break;
-        default:
-            pieces << reply;
-        }
+        const QByteArrayList odd[]
+            = {{reply, reply}, {former, reply}, {reply, former}, {reply.first(1), reply.mid(1)}};
+        const auto kind = m_random() % 200;
+        if (kind < std::size(odd))
+            pieces += odd[kind];
+        else if (kind != 4 || !moreAsked)
+            pieces += reply;
+        if ((kind == 4 && moreAsked) || kind == 5) // late, or once more, behind the next one
+            m_behind += reply;
+        if (kind == 6) // once more, in front of the next one
+            m_before += reply;
         pieces += behind;
         m_former[m_random() % std::size(m_former)] = reply;
         if (m_random() % 2 == 0)
@@ -68,24 +53,9 @@ private:
     QByteArray m_former[8];
 };
 
-/// No request is ever answered with another one's bytes.
-class StrayRepliesTest : public QObject {
-    Q_OBJECT
-private slots:
-    void initTestCase() { SetPatience(60); }
-    void noStubsReplyIsTakenForAnothers_data();
-    void noStubsReplyIsTakenForAnothers();
-    void noServersReplyIsTakenForAnothers();
-
-private:
-    /// Reads and writes until so many replies have gone over the line, reopening after each loss.
-    template <typename MakeBackend, typename Memory>
-    static void Run(const UnrulyLine &line, int replies, MakeBackend makeBackend, Memory memory);
-};
-
+/// Reads and writes until so many replies have gone over the line, reopening after each loss.
 template <typename MakeBackend, typename Memory>
-void StrayRepliesTest::Run(
-    const UnrulyLine &line, int replies, MakeBackend makeBackend, Memory memory)
+static void Run(const UnrulyLine &line, int replies, MakeBackend makeBackend, Memory memory)
 {
     auto random = SeededGenerator();
     int good = 0;
@@ -116,60 +86,61 @@ void StrayRepliesTest::Run(
         qPrintable(QString("%1 reads, %2 losses").arg(good).arg(losses)));
 }
 
-void StrayRepliesTest::noStubsReplyIsTakenForAnothers_data()
-{
-    QTest::addColumn<bool>("runs");
-    QTest::addColumn<bool>("emulator");
-    QTest::addColumn<QByteArray>("stopAnswer");
-    QTest::newRow("halted") << false << false << QByteArray("S05");
-    QTest::newRow("answers in run") << false << false << QByteArray("S00");
-    QTest::newRow("stopped for each transfer") << true << false << QByteArray("S05");
-    QTest::newRow("asked in one stop") << true << true << QByteArray("S05");
-}
+/// No request is ever answered with another one's bytes.
+class StrayRepliesTest : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase() { SetPatience(60); }
+    void noStubsReplyIsTakenForAnothers_data()
+    {
+        QTest::addColumn<FakeStub::Manners>("manners");
+        QTest::newRow("halted") << FakeStub::Manners{};
+        QTest::newRow("answers in run") << FakeStub::Manners{.stopAnswer = "S00"};
+        QTest::newRow("stopped for each transfer") << FakeStub::Manners{.ranBefore = true};
+        QTest::newRow("asked in one stop")
+            << FakeStub::Manners{.ranBefore = true, .emulator = true};
+    }
 
-void StrayRepliesTest::noStubsReplyIsTakenForAnothers()
-{
-    QFETCH(bool, runs);
-    QFETCH(bool, emulator);
-    QFETCH(QByteArray, stopAnswer);
-    auto random = SeededGenerator();
-    UnrulyLine line(random);
-    FakeStub::Manners manners;
-    manners.ranBefore = runs;
-    manners.emulator = emulator;
-    manners.features = "PacketSize=40";
-    manners.stopAnswer = stopAnswer;
-    manners.deliver = [&](ScriptedPeer &peer, const QByteArray &reply, bool moreAsked) {
-        return line.Deliver(peer, reply, moreAsked);
-    };
-    FakeStub stub(manners);
-    for (char &byte : stub.m_memory)
-        byte = char(random());
-    Run(
-        line, 25'000, [&] { return std::make_unique<GdbBackend>(At(stub.Port())); },
-        [&](quint32 address, int count) {
-            return stub.m_memory.mid(int(address) - 0x1000, count);
-        });
-}
+    void noStubsReplyIsTakenForAnothers()
+    {
+        QFETCH(FakeStub::Manners, manners);
+        auto random = SeededGenerator();
+        UnrulyLine line(random);
+        const FakeStub *current = nullptr;
+        manners.features = "PacketSize=40";
+        manners.deliver = [&](const ScriptedPeer &peer, auto &, auto &reply) {
+            return line.Deliver(peer, reply, current->MoreAsked());
+        };
+        FakeStub stub(manners);
+        current = &stub;
+        for (char &byte : stub.m_memory)
+            byte = char(random());
+        Run(
+            line, 15'000, [&] { return std::make_unique<GdbBackend>(At(stub.Port())); },
+            [&](quint32 address, int count) {
+                return stub.m_memory.mid(int(address) - 0x1000, count);
+            });
+    }
 
-void StrayRepliesTest::noServersReplyIsTakenForAnothers()
-{
-    auto random = SeededGenerator();
-    UnrulyLine line(random);
-    ScriptedPeer server([&](ScriptedPeer &self) {
-        ServeTcl(self, PoliteTclAnswer, [&](ScriptedPeer &peer, const QByteArray &answer) {
-            return line.Deliver(peer, answer, false);
+    void noServersReplyIsTakenForAnothers()
+    {
+        auto random = SeededGenerator();
+        UnrulyLine line(random);
+        ScriptedPeer server([&](ScriptedPeer &self) {
+            ServeTcl(self, PoliteTclAnswer, [&](ScriptedPeer &peer, const QByteArray &answer) {
+                return line.Deliver(peer, answer, false);
+            });
         });
-    });
-    Run(
-        line, 100'000, [&] { return std::make_unique<TclBackend>(At(server.Port())); },
-        [](quint32 address, int count) {
-            QByteArray bytes;
-            for (int i = 0; i < count; ++i)
-                bytes += char(TclMemory(address + quint32(i)));
-            return bytes;
-        });
-}
+        Run(
+            line, 50'000, [&] { return std::make_unique<TclBackend>(At(server.Port())); },
+            [](quint32 address, int count) {
+                QByteArray bytes;
+                for (int i = 0; i < count; ++i)
+                    bytes += char(TclMemory(address + quint32(i)));
+                return bytes;
+            });
+    }
+};
 
 QTEST_GUILESS_MAIN(StrayRepliesTest)
 #include "tst_strayreplies.moc"

@@ -26,17 +26,13 @@ namespace {
 /// What standard output receives while `action` runs.
 template <typename Action> QByteArray Printed(Action action)
 {
-    std::fflush(stdout);
-    const int saved = dup(STDOUT_FILENO);
-    QTemporaryFile file;
-    if (!file.open() || dup2(file.handle(), STDOUT_FILENO) < 0)
-        qFatal("standard output cannot be caught");
+    char *text = nullptr;
+    std::size_t size = 0;
+    FILE *const before = std::exchange(stdout, open_memstream(&text, &size));
     action();
-    std::fflush(stdout);
-    dup2(saved, STDOUT_FILENO);
-    close(saved);
-    file.seek(0);
-    return file.readAll();
+    std::fclose(std::exchange(stdout, before));
+    const std::unique_ptr<char, decltype(&std::free)> freed(text, &std::free);
+    return {text, qsizetype(size)};
 }
 
 QByteArray Framed(const QByteArray &title, const QByteArray &text)
@@ -53,8 +49,7 @@ private slots:
     void clocksCountInTheirUnits()
     {
         const auto start = steady_clock::now();
-        QCOMPARE(SYS_ElapsedMs(), 0U); // the first of all calls
-        QCOMPARE(SYS_ElapsedUs(), 0U);
+        QVERIFY(SYS_ElapsedMs() == 0 && SYS_ElapsedUs() == 0); // the first of all calls
         const std::uint64_t firstUs = SYS_ElapsedUs();
         SYS_Sleep(3);
         const std::uint64_t us = SYS_ElapsedUs();
@@ -90,31 +85,26 @@ private slots:
 
     void threadsRunTheirTaskUntilTheyAreCancelled()
     {
-        struct Seen {
-            TestSemaphore started;
-            TestSemaphore ended;
-            SYS_THREAD_ID id = 0;
-            int process = 0;
-        } seen;
-        SysThreadTask task{[](void *context) {
-                               auto *const where = static_cast<Seen *>(context);
-                               const auto end = qScopeGuard([where] { where->ended.Release(); });
-                               where->id = SYS_CurrentThreadId();
-                               where->process = SYS_CurrentProcessId();
-                               where->started.Release();
-                               for (;;)
-                                   pause();
-                           },
+        static TestSemaphore started;
+        static TestSemaphore ended;
+        using Seen = std::pair<SYS_THREAD_ID, qint64>;
+        Seen seen;
+        SysThreadTask task{
+            [](void *context) {
+                const auto end = qScopeGuard([] { ended.Release(); });
+                *static_cast<Seen *>(context) = {SYS_CurrentThreadId(), SYS_CurrentProcessId()};
+                started.Release();
+                for (;;)
+                    pause();
+            },
             &seen};
         std::uint64_t id = 0;
         const SYS_THREAD_ID thread = SYS_CreateFixedThread(&task, &id);
-        QVERIFY(seen.started.Acquire(1, 60s));
-        QCOMPARE(seen.id, thread);
-        QCOMPARE(id, thread);
-        QVERIFY(thread != SYS_CurrentThreadId());
-        QCOMPARE(seen.process, QCoreApplication::applicationPid());
+        QVERIFY(started.Acquire(1, 60s));
+        QCOMPARE(seen, Seen(thread, QCoreApplication::applicationPid()));
+        QVERIFY(id == thread && thread != SYS_CurrentThreadId());
         QCOMPARE(SYS_CancelThread(thread), 0);
-        QVERIFY(seen.ended.Acquire(1, 60s));
+        QVERIFY(ended.Acquire(1, 60s));
     }
 
     void randomBytesAreNoOthers()
@@ -139,19 +129,17 @@ private slots:
         const auto offered = [](const QString &place, const char *library,
                                  const QString &inside = "%1") {
             const QTemporaryDir folder;
-            const QString program = folder.filePath("app/program");
-            QDir(folder.path()).mkdir("app");
-            QFile::copy(QCoreApplication::applicationFilePath(), program);
-            const QString command = QString("cd %1; mkdir -p %2; cp %3 %2/libedit.so.0; export "
-                                            "LD_LIBRARY_PATH=%1/system; exec %4 line-editing")
-                                        .arg(folder.path(), place, library, program);
+            const QString command
+                = QString("cd %1; mkdir -p %2; cp %3 %2/libedit.so.0; cp %4 program; "
+                          "LD_LIBRARY_PATH=%1/system exec %1/program line-editing")
+                      .arg(folder.path(), place, library, QCoreApplication::applicationFilePath());
             QProcess process;
             process.start("sh", {"-c", inside.arg(command)});
             process.waitForFinished();
             return process.readAllStandardOutput();
         };
-        QCOMPARE(offered("app/ThirdParty", FAKE_LIBEDIT_2), "> 104");
-        QCOMPARE(offered("app/ThirdParty", FAKE_LIBEDIT_1), "none"); // one function is missing
+        QCOMPARE(offered("ThirdParty", FAKE_LIBEDIT_2), "> 104");
+        QCOMPARE(offered("ThirdParty", FAKE_LIBEDIT_1), "none"); // one function is missing
         QCOMPARE(offered("system", FAKE_LIBEDIT_2), "> 104");
         const char *const ownOpt = "unshare -rm sh -c 'mount -t tmpfs none /opt || exit 1; %1'";
         if (std::system(QString(ownOpt).arg("exit 0").toLatin1() + " 2>/dev/null") != 0)
@@ -210,10 +198,10 @@ private slots:
         QCOMPARE(Printed(verify), "");
         QCOMPARE(result, SYS_VERIFY_OK);
         QCOMPARE(SYS_VerifyBlock(nullptr), SYS_VERIFY_OK);
-        const QByteArray title = " Debug Error"; // the blank belongs to it
         block.back() = 0;
-        const QByteArray overflow = "Buffer overflow in memory block. 1 bytes overflowed.";
-        QCOMPARE(Printed(verify), Framed(title, overflow));
+        const QByteArray title = " Debug Error"; // the blank belongs to it
+        QCOMPARE(
+            Printed(verify), Framed(title, "Buffer overflow in memory block. 1 bytes overflowed."));
         QCOMPARE(result, SYS_VERIFY_ERROR);
         block[4] ^= 1; // a wrong signature is told first: the size may be wrong too
         block[3] = 0xFF;

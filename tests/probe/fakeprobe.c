@@ -12,12 +12,6 @@ signed char RANVOARM_IsConnected(void)
     return -3;
 }
 
-int RANVOARM_ConfigJTAG(int ir, int dr)
-{
-    printf("ConfigJTAG(%d, %d)\n", ir, dr);
-    return 110;
-}
-
 int RANVOARM_WriteMemEx(uint32_t address, uint32_t count, const void *data, uint32_t width)
 {
     printf("WriteMemEx(%X, %u, %.2s, %u)\n", address, count, (const char *)data, width);

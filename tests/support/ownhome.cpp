@@ -11,11 +11,7 @@
 
 namespace {
 
-std::string &OwnHome()
-{
-    static std::string *path = new std::string; // never freed: it is read while the process ends
-    return *path;
-}
+std::string *g_home = nullptr; // still there when the process ends
 
 /// The process that made the folder removes it; one that was forked from it does not.
 pid_t g_owner = 0;
@@ -24,7 +20,7 @@ void RemoveOwnHome()
 {
     std::error_code ignored;
     if (getpid() == g_owner)
-        std::filesystem::remove_all(OwnHome(), ignored);
+        std::filesystem::remove_all(*g_home, ignored);
 }
 
 // Before main and before the constructors of Qt's and our own globals, which may read the
@@ -35,13 +31,13 @@ void RemoveOwnHome()
     if (std::getenv("PELIMO_TEST_HOME") != nullptr)
         return;
     const char *folder = std::getenv("TMPDIR");
-    std::string path = std::string(folder != nullptr ? folder : "/tmp") + "/pelimo-test-XXXXXX";
-    if (mkdtemp(path.data()) == nullptr)
+    g_home
+        = new std::string(std::string(folder != nullptr ? folder : "/tmp") + "/pelimo-test-XXXXXX");
+    if (mkdtemp(g_home->data()) == nullptr)
         std::abort();
-    OwnHome() = path;
     g_owner = getpid();
     std::atexit(RemoveOwnHome);
-    setenv("HOME", path.c_str(), 1);
+    setenv("HOME", g_home->c_str(), 1);
     setenv("PELIMO_TEST_HOME", "1", 1);
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
     setenv("LC_ALL", "C.UTF-8", 1);

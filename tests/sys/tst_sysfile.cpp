@@ -1,5 +1,8 @@
 #include "asuser.h"
 #include "sysfile.h"
+#include "syslinks.h"
+#include "syspaths.h"
+#include "sysprocess.h"
 #include "testfile.h"
 
 #include <QtTest>
@@ -10,6 +13,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -35,6 +39,15 @@ int SaveKilledAtStop(int stop, const char *path, const std::string &content)
             kill(child, SIGKILL);
     }
     return status;
+}
+
+bool ReadFakeLink(const char *path, char *target, std::uint32_t size)
+{
+    static const QMap<QByteArray, QByteArray> kLinks = {{"/usr/bin/pelimo", "/opt/app/bin/pelimo"},
+        {"/opt/app/bin/pelimo", "../lib/real"}, {"/usr/bin/relative", "../lib/real"},
+        {"link", "dir/other"}, {"dir/other", "end"}, {"/round/a", "b"}, {"/round/b", "a"}};
+    qstrncpy(target, kLinks.value(path).constData(), size);
+    return kLinks.contains(path);
 }
 
 } // namespace
@@ -99,6 +112,26 @@ private slots:
         QCOMPARE(FileContent(m_path), "longer than before");
     }
 
+    void theOldFileStaysOnAFullDisk()
+    {
+        const QString mount
+            = "mount -t tmpfs -o size=64k,nr_inodes=40 none \"$1\" && cd \"$1\" || exit; ";
+        const QString save
+            = "printf old >old; (%1) 2>/dev/null; \"$0\" save; rm filler*; ls; cat old";
+        for (const QByteArray &filling : {QByteArray("cat /dev/zero >filler"),
+                 QByteArray("for i in $(seq 99); do : >filler$i; done")}) {
+            QProcess process;
+            process.start("unshare",
+                {"-rm", "sh", "-c", mount + save.arg(filling),
+                    QCoreApplication::applicationFilePath(), m_folder->path()});
+            QVERIFY(process.waitForFinished());
+            const QByteArray output = process.readAllStandardOutput();
+            if (output.isEmpty())
+                QSKIP("This system permits no mounts in a namespace.");
+            QCOMPARE(filling + ": " + output, filling + ": not saved\nold\nold");
+        }
+    }
+
     void aSaveKilledAtAnySystemCallLeavesAWholeFile()
     {
         const std::string content(29'000, 'n');
@@ -117,6 +150,58 @@ private slots:
         QVERIFY(stop > 10); // it was not all done in one step
     }
 
+    void aProgramsLinksAreFollowedToTheirEnd()
+    {
+        const auto end = [](const char *name) {
+            QByteArray path(SYS_MAX_PATH, '\0');
+            SYS_ResolveModulePath(name, &ReadFakeLink, path.data(), SYS_MAX_PATH);
+            return QByteArray(path.constData());
+        };
+        QCOMPARE(end("/opt/x/pelimo"), "/opt/x/pelimo");
+        QCOMPARE(end("pelimo"), "/opt/app/bin/../lib/real");
+        QCOMPARE(end("relative"), "/usr/bin/../lib/real");
+        QCOMPARE(end("link"), "link"); // a link here must not count
+        QCOMPARE(end("dir/other"), "dir/end");
+        QCOMPARE(end("/round/a"), "/round/a");
+    }
+
+    void theConfigurationDirectoryIsMadeWholeOrNotAtAll()
+    {
+        const QTemporaryDir home;
+        const QString expected = home.filePath(".config/TOLVEN");
+        std::array<char, SYS_MAX_PATH> path;
+        const auto make = [&path](const QString &homeFolder, qsizetype size) {
+            qputenv("HOME", homeFolder.toUtf8());
+            return SYS_UserConfigDir(path.data(), static_cast<std::uint32_t>(size));
+        };
+        QCOMPARE(make(home.path(), expected.size()), SYS_PATH_ERROR); // cut: somebody else's
+        QVERIFY(QDir(home.path()).isEmpty());
+        for (int time = 0; time < 2; ++time) {
+            QCOMPARE(make(home.path(), expected.size() + 1), SYS_PATH_OK);
+            QCOMPARE(path.data(), expected);
+            QVERIFY(QDir(expected).exists());
+        }
+        QCOMPARE(make(home.filePath("none"), SYS_MAX_PATH), SYS_PATH_ERROR);
+        QCOMPARE(make("", SYS_MAX_PATH), SYS_PATH_ERROR);
+    }
+
+    void closedStandardStreamsGetNoFiles()
+    {
+        const pid_t child = fork();
+        if (child == 0) {
+            close(STDIN_FILENO);
+            close(STDOUT_FILENO);
+            SYS_PrepareProcess();
+            int ends[2] = {};
+            const bool good = pipe(ends) == 0 && ends[0] > STDERR_FILENO && close(ends[0]) == 0
+                && write(ends[1], "x", 1) < 0 && errno == EPIPE; // and is still alive
+            _exit(good ? 0 : 1);
+        }
+        int status = -1;
+        QCOMPARE(waitpid(child, &status, 0), child);
+        QCOMPARE(status, 0);
+    }
+
 private:
     /// What a file holds after a save that succeeds and leaves nothing beside it.
     QByteArray Saved(const QByteArray &path, const char *content)
@@ -131,5 +216,15 @@ private:
     QByteArray m_path;
 };
 
-QTEST_GUILESS_MAIN(SysFileTest)
+int main(int argc, char **argv)
+{
+    if (argc == 2 && qstrcmp(argv[1], "save") == 0)
+        return std::puts(SYS_ReplaceFile("old", std::string(1500, 'n')) == Result::Ok ? "saved"
+                                                                                      : "not saved")
+            < 0;
+    const QCoreApplication application(argc, argv);
+    SysFileTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_sysfile.moc"

@@ -19,11 +19,8 @@ void *FromFaultProbe(const char *symbol)
 
 FaultHooks *FAULT_Hooks()
 {
-    static FaultHooks *const hooks = []() -> FaultHooks * {
-        const auto theHooks = reinterpret_cast<FaultHooks *(*)()>(FromFaultProbe("FAULT_TheHooks"));
-        return theHooks != nullptr ? theHooks() : nullptr;
-    }();
-    return hooks;
+    static void *const hooks = FromFaultProbe("FAULT_TheHooks");
+    return static_cast<FaultHooks *>(hooks);
 }
 
 void *FAULT_RealFunction(const char *name)

@@ -4,6 +4,31 @@
 
 #include <atomic>
 
+/// Result, name, parameters and arguments of every function of the probe library.
+#define FAULT_FUNCTIONS(FUNCTION)                                                                  \
+    FUNCTION(const char *, Open, ())                                                               \
+    FUNCTION(void, Close, ())                                                                      \
+    FUNCTION(signed char, IsConnected, ())                                                         \
+    FUNCTION(int, SelectIP, (const char *host, int port), host, port)                              \
+    FUNCTION(int, SelectUSB, (int index), index)                                                   \
+    FUNCTION(int, EMU_SelectByUSBSN, (uint32_t serialNumber), serialNumber)                        \
+    FUNCTION(int, ExecCommand, (const char *command, char *reply, int size), command, reply, size) \
+    FUNCTION(int, SetEndian, (int endianMode), endianMode)                                         \
+    FUNCTION(int, TIF_Select, (int targetInterface), targetInterface)                              \
+    FUNCTION(int, ConfigJTAG, (int irPre, int drPre), irPre, drPre)                                \
+    FUNCTION(int, SetSpeed, (uint32_t speedKHz), speedKHz)                                         \
+    FUNCTION(int, SetMaxSpeed, ())                                                                 \
+    FUNCTION(int, Connect, ())                                                                     \
+    FUNCTION(void, GetIdData, (void *idData), idData)                                              \
+    FUNCTION(int, GetSpeed, ())                                                                    \
+    FUNCTION(uint32_t, GetHardwareVersion, ())                                                     \
+    FUNCTION(int, ReadMemEx, (uint32_t address, uint32_t count, void *data, uint32_t accessWidth), \
+        address, count, data, accessWidth)                                                         \
+    FUNCTION(int, WriteMemEx,                                                                      \
+        (uint32_t address, uint32_t count, const void *data, uint32_t accessWidth), address,       \
+        count, data, accessWidth)                                                                  \
+    FUNCTION(int, DEVICE_GetInfo, (int index, RanvoDeviceInfo *info), index, info)
+
 /// Replaces single functions of the probe library. Where a hook is null, the simulated target
 /// answers. The hooks are atomic because tests set and clear them while calls may be under way.
 struct FaultHooks {
@@ -12,25 +37,9 @@ struct FaultHooks {
     std::atomic<void (*)(const char *call)> onCall;
     /// Called when the library is unloaded at the end of the process.
     std::atomic<void (*)()> onUnload;
-    std::atomic<decltype(&RANVOARM_Open)> Open;
-    std::atomic<decltype(&RANVOARM_Close)> Close;
-    std::atomic<decltype(&RANVOARM_IsConnected)> IsConnected;
-    std::atomic<decltype(&RANVOARM_SelectIP)> SelectIP;
-    std::atomic<decltype(&RANVOARM_SelectUSB)> SelectUSB;
-    std::atomic<decltype(&RANVOARM_EMU_SelectByUSBSN)> EMU_SelectByUSBSN;
-    std::atomic<decltype(&RANVOARM_ExecCommand)> ExecCommand;
-    std::atomic<decltype(&RANVOARM_SetEndian)> SetEndian;
-    std::atomic<decltype(&RANVOARM_TIF_Select)> TIF_Select;
-    std::atomic<decltype(&RANVOARM_ConfigJTAG)> ConfigJTAG;
-    std::atomic<decltype(&RANVOARM_SetSpeed)> SetSpeed;
-    std::atomic<decltype(&RANVOARM_SetMaxSpeed)> SetMaxSpeed;
-    std::atomic<decltype(&RANVOARM_Connect)> Connect;
-    std::atomic<decltype(&RANVOARM_GetIdData)> GetIdData;
-    std::atomic<decltype(&RANVOARM_GetSpeed)> GetSpeed;
-    std::atomic<decltype(&RANVOARM_GetHardwareVersion)> GetHardwareVersion;
-    std::atomic<decltype(&RANVOARM_ReadMemEx)> ReadMemEx;
-    std::atomic<decltype(&RANVOARM_WriteMemEx)> WriteMemEx;
-    std::atomic<decltype(&RANVOARM_DEVICE_GetInfo)> DEVICE_GetInfo;
+#define FAULT_HOOK(result, name, ...) std::atomic<decltype(&RANVOARM_##name)> name;
+    FAULT_FUNCTIONS(FAULT_HOOK)
+#undef FAULT_HOOK
 };
 
 /// The hooks inside the library that the program under test has loaded (or will load) from beside

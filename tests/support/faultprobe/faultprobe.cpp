@@ -9,13 +9,16 @@
 
 #include <dlfcn.h>
 
-namespace {
+#define FAULT_EXPORT extern "C" __attribute__((visibility("default")))
 
-FaultHooks g_hooks = {};
+FAULT_EXPORT FaultHooks FAULT_TheHooks;
+FaultHooks FAULT_TheHooks = {};
+
+namespace {
 
 __attribute__((destructor)) void Unload()
 {
-    if (const auto onUnload = g_hooks.onUnload.load())
+    if (const auto onUnload = FAULT_TheHooks.onUnload.load())
         onUnload();
 }
 
@@ -43,7 +46,7 @@ template <typename Result, typename... Arguments>
 Result Call(const std::atomic<Result (*)(Arguments...)> &hook, const std::string &name,
     Arguments... arguments)
 {
-    if (const auto onCall = g_hooks.onCall.load())
+    if (const auto onCall = FAULT_TheHooks.onCall.load())
         onCall((name + ... + Told(arguments)).c_str());
     const auto chosen = hook.load();
     const auto real = reinterpret_cast<Result (*)(Arguments...)>(RealFunction(name.c_str()));
@@ -52,41 +55,15 @@ Result Call(const std::atomic<Result (*)(Arguments...)> &hook, const std::string
 
 } // namespace
 
-#define FAULT_EXPORT extern "C" __attribute__((visibility("default")))
 #define FAULT_FUNCTION(result, name, parameters, ...)                                              \
     FAULT_EXPORT result RANVOARM_##name parameters                                                 \
     {                                                                                              \
-        return Call(g_hooks.name, "RANVOARM_" #name __VA_OPT__(, ) __VA_ARGS__);                   \
+        return Call(FAULT_TheHooks.name, "RANVOARM_" #name __VA_OPT__(, ) __VA_ARGS__);            \
     }
 
-FAULT_EXPORT FaultHooks *FAULT_TheHooks()
-{
-    return &g_hooks;
-}
 FAULT_EXPORT void *FAULT_TheRealFunction(const char *name)
 {
     return RealFunction(name);
 }
 
-FAULT_FUNCTION(const char *, Open, ())
-FAULT_FUNCTION(void, Close, ())
-FAULT_FUNCTION(signed char, IsConnected, ())
-FAULT_FUNCTION(int, SelectIP, (const char *host, int port), host, port)
-FAULT_FUNCTION(int, SelectUSB, (int index), index)
-FAULT_FUNCTION(int, EMU_SelectByUSBSN, (uint32_t serialNumber), serialNumber)
-FAULT_FUNCTION(int, ExecCommand, (const char *command, char *reply, int size), command, reply, size)
-FAULT_FUNCTION(int, SetEndian, (int endianMode), endianMode)
-FAULT_FUNCTION(int, TIF_Select, (int targetInterface), targetInterface)
-FAULT_FUNCTION(int, ConfigJTAG, (int irPre, int drPre), irPre, drPre)
-FAULT_FUNCTION(int, SetSpeed, (uint32_t speedKHz), speedKHz)
-FAULT_FUNCTION(int, SetMaxSpeed, ())
-FAULT_FUNCTION(int, Connect, ())
-FAULT_FUNCTION(void, GetIdData, (void *idData), idData)
-FAULT_FUNCTION(int, GetSpeed, ())
-FAULT_FUNCTION(uint32_t, GetHardwareVersion, ())
-FAULT_FUNCTION(int, ReadMemEx, (uint32_t address, uint32_t count, void *data, uint32_t accessWidth),
-    address, count, data, accessWidth)
-FAULT_FUNCTION(int, WriteMemEx,
-    (uint32_t address, uint32_t count, const void *data, uint32_t accessWidth), address, count,
-    data, accessWidth)
-FAULT_FUNCTION(int, DEVICE_GetInfo, (int index, RanvoDeviceInfo *info), index, info)
+FAULT_FUNCTIONS(FAULT_FUNCTION)

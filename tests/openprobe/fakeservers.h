@@ -19,12 +19,10 @@ public:
         int printedPackets = 0; ///< so many packets of text come with each "c"
         int badChecksums = 0;   ///< so many replies are damaged at first sending
         int refusals = 0;       ///< so many requests are refused with "-" first
-        QByteArray before;      ///< comes in front of every reply
-        /// Raw bytes instead of the reply to a request; empty: the regular reply.
-        std::function<QByteArray(const QByteArray &request)> spoil;
-        bool hangUpAfterSpoiled = false;
-        /// Brings a reply to the client, or whatever becomes of it on the way; empty: as it is.
-        std::function<bool(ScriptedPeer &peer, const QByteArray &reply, bool moreAsked)> deliver;
+        /// Brings the reply to a request to the client, or whatever becomes of it on the way;
+        /// false: hangs up. Empty: as it is.
+        std::function<bool(ScriptedPeer &peer, const QByteArray &request, const QByteArray &reply)>
+            deliver = {};
     };
 
     /// The packet with this payload, as it goes over the line.
@@ -36,6 +34,8 @@ public:
     /// The requests in their order; offences, in between, begin with "OFFENCE".
     QStringList Requests();
     bool Runs() const { return m_runs; }
+    /// For `deliver`: whether the client waits for the next reply as well.
+    bool MoreAsked() const { return m_input.count('#') > 1; } // "continue" has no reply
     /// Connections that have come to their end: nothing more will be asked in them.
     int Served() const { return m_served; }
 
@@ -46,7 +46,6 @@ private:
     void Serve(ScriptedPeer &peer);
     QByteArray NextRequest(ScriptedPeer &peer);
     QByteArray Answer(const QByteArray &request);
-    void CheckLength(const QByteArray &request);
     void Note(const QByteArray &what);
 
     Manners m_manners;
@@ -58,3 +57,18 @@ private:
     QStringList m_requests;
     std::unique_ptr<ScriptedPeer> m_peer; // last: its thread uses all of the above
 };
+
+/// What OpenOCD's Tcl server with one target answers to a command, complete with the end mark; null
+/// to hang up.
+using TclAnswer = std::function<QByteArray(const QByteArray &command)>;
+
+/// The answers of a well-behaved server whose memory holds the low byte of TclMemory at each place.
+QByteArray PoliteTclAnswer(const QByteArray &command);
+quint8 TclMemory(quint32 address);
+
+/// Brings what a server sends to the client: the answer, or whatever becomes of it on the way.
+using TclDelivery = std::function<bool(ScriptedPeer &peer, const QByteArray &answer)>;
+
+/// Serves one connection: takes the numbered requests apart and puts the numbers before the
+/// answers.
+void ServeTcl(ScriptedPeer &peer, const TclAnswer &answer, const TclDelivery &deliver = {});

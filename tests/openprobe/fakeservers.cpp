@@ -1,4 +1,6 @@
-#include "fakestub.h"
+#include "fakeservers.h"
+
+#include <QRegularExpression>
 
 QByteArray FakeStub::Packet(const QByteArray &payload)
 {
@@ -63,14 +65,6 @@ QByteArray FakeStub::NextRequest(ScriptedPeer &peer)
     }
 }
 
-void FakeStub::CheckLength(const QByteArray &request)
-{
-    constexpr qsizetype kFrame = 4; // "$", "#" and the checksum
-    const QByteArray size = m_manners.features.split(';').value(0).mid(sizeof "PacketSize");
-    if (!size.isEmpty() && request.size() + kFrame > size.toInt(nullptr, 16))
-        Note("OFFENCE: longer than announced: " + request);
-}
-
 QByteArray FakeStub::Answer(const QByteArray &request)
 {
     if (request.startsWith("qSupported"))
@@ -98,6 +92,8 @@ QByteArray FakeStub::Answer(const QByteArray &request)
 void FakeStub::Serve(ScriptedPeer &peer)
 {
     m_input.clear();
+    const int longest
+        = m_manners.features.split(';').value(0).mid(sizeof "PacketSize").toInt(nullptr, 16);
     bool acks = true;
     if (m_runs.exchange(false))
         peer.Send(Packet("T02thread:01;"));
@@ -106,7 +102,8 @@ void FakeStub::Serve(ScriptedPeer &peer)
             Note("OFFENCE: asked while the target runs: " + request);
         Note(request);
         m_runs = request == "c";
-        CheckLength(request);
+        if (longest > 0 && Packet(request).size() > longest)
+            Note("OFFENCE: longer than announced: " + request);
         if (request == "interrupt") {
             peer.Send(Packet(m_manners.interruptAnswer));
             continue;
@@ -120,22 +117,69 @@ void FakeStub::Serve(ScriptedPeer &peer)
         if (request == "c" && m_manners.printedPackets > 0)
             peer.Send(
                 Packet("O" + QByteArray("61").repeated(1000)).repeated(m_manners.printedPackets));
-        const QByteArray spoiled = m_manners.spoil ? m_manners.spoil(request) : QByteArray();
-        if (!spoiled.isEmpty()) {
-            peer.Send(spoiled);
-            if (m_manners.hangUpAfterSpoiled)
-                return;
-        } else if (request != "c") {
-            m_lastPacket = m_manners.before + Packet(Answer(request));
+        if (request != "c") {
+            m_lastPacket = Packet(Answer(request));
             QByteArray sent = m_lastPacket;
             if (m_manners.badChecksums-- > 0)
                 sent.back() = '?';
-            const bool moreAsked = m_input.count('#') > 1; // "continue" has no reply
-            if (!m_manners.deliver)
-                peer.Send(sent);
-            else if (!m_manners.deliver(peer, sent, moreAsked))
+            if (!(m_manners.deliver ? m_manners.deliver(peer, request, sent) : peer.Send(sent)))
                 return;
         }
         acks = acks && request != "QStartNoAckMode";
+    }
+}
+
+quint8 TclMemory(quint32 address)
+{
+    return quint8(address * 0x9E3779B1U >> 24);
+}
+
+// "read_memory 0x20000000 32 4"
+static QByteArray Numbers(const QByteArray &command)
+{
+    const QList<QByteArray> words = command.split(' ');
+    const quint32 address = words.value(1).toUInt(nullptr, 16);
+    const quint32 width = words.value(2).toUInt() / 8;
+    QByteArray text;
+    for (quint32 i = 0; i < words.value(3).toUInt(); ++i) {
+        quint32 value = 0;
+        for (quint32 byte = 0; byte < width; ++byte)
+            value |= quint32(TclMemory(address + i * width + byte)) << 8 * byte;
+        text += (i == 0 ? "0x" : " 0x") + QByteArray::number(value, 16);
+    }
+    return text + '\x1a';
+}
+
+QByteArray PoliteTclAnswer(const QByteArray &command)
+{
+    if (command == "version")
+        return "Open On-Chip Debugger 0.12.0\x1a";
+    if (command == "target names")
+        return "cpu\x1a";
+    if (command.endsWith("-type"))
+        return "cortex_m\x1a";
+    if (command.endsWith("curstate"))
+        return "running\x1a";
+    return command.startsWith("read_memory") ? Numbers(command) : "\x1a";
+}
+
+void ServeTcl(ScriptedPeer &peer, const TclAnswer &answer, const TclDelivery &deliver)
+{
+    static const QRegularExpression kRequest(
+        R"(^apply \{\{\} \{return "(\d+) \[catch \{(.*)\} result\] \$result"\}\}$)");
+    QByteArray input;
+    for (QByteArray more; !(more = peer.Receive()).isEmpty();) {
+        input += more;
+        for (qsizetype end = 0; (end = input.indexOf('\x1a')) >= 0; input.remove(0, end + 1)) {
+            const auto request = kRequest.match(QString::fromLatin1(input.left(end)));
+            QByteArray says = answer(request.captured(2).toLatin1());
+            if (says.isNull())
+                return;
+            const bool failed = says.startsWith("read_memory:");
+            if (!says.isEmpty())
+                says.prepend(request.captured(1).toLatin1() + (failed ? " 1 " : " 0 "));
+            if (!(deliver ? deliver(peer, says) : peer.Send(says)))
+                return;
+        }
     }
 }

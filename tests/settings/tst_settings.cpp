@@ -1,6 +1,10 @@
+#include "connectionsettings.h"
+#include "presethost.h"
+#include "ranvoapi.h"
 #include "settingshost.h"
 #include "settingsstore.h"
 #include "sysmutex.h"
+#include "utiltext.h"
 
 #include "asuser.h"
 #include "testfile.h"
@@ -18,12 +22,20 @@ namespace {
 
 QByteArrayList shownErrors;
 QByteArrayList quietTexts;
+QByteArray firstDevice; // null: the probe library fails
+int reconnects = 0;
+
+bool AreSame(const ConnectionRecord &record, const ConnectionRecord &other)
+{
+    return std::memcmp(&record, &other, sizeof record) == 0; // also behind the texts' ends
+}
 
 /// What the key K of the section S reads as, in every kind.
 QByteArray Readings()
 {
     QByteArrayList readings;
-    const auto told = [&](const char *kind, int result, const auto &values, std::uint32_t count) {
+    std::uint32_t count = 0;
+    const auto told = [&](const char *kind, int result, const auto &values) {
         QByteArrayList numbers;
         for (std::uint32_t i = 0; result == SETTINGS_OK && i < count; ++i)
             numbers << QByteArray::number(values[i]);
@@ -34,17 +46,14 @@ QByteArray Readings()
     std::array<std::uint32_t, 4> words{};
     std::array<std::uint8_t, 4> bytes{};
     std::array<char, 6> text = {'o', 'l', 'd'};
-    std::uint32_t count = 0;
-    told("d", SETTINGS_ReadDecimal("S", "K", four[0]), four, 1);
-    told("h", SETTINGS_ReadHex("S", "K", words[0]), words, 1);
-    told("4:", SETTINGS_ReadFourInts("S", "K", four), four, 4);
-    for (const auto &[kind, read] :
-        {std::pair("b", &SETTINGS_ReadBytes), {"x", &SETTINGS_ReadHexBytes}}) {
-        const int result = read("S", "K", bytes, count);
-        told(kind, result, bytes, count);
-    }
-    const int result = SETTINGS_ReadWords("S", "K", words, count);
-    told("w", result, words, count);
+    count = 1;
+    told("d", SETTINGS_ReadDecimal("S", "K", four[0]), four);
+    told("h", SETTINGS_ReadHex("S", "K", words[0]), words);
+    count = 4;
+    told("4:", SETTINGS_ReadFourInts("S", "K", four), four);
+    told("b", SETTINGS_ReadBytes("S", "K", bytes, count), bytes);
+    told("x", SETTINGS_ReadHexBytes("S", "K", bytes, count), bytes);
+    told("w", SETTINGS_ReadWords("S", "K", words, count), words);
     if (SETTINGS_ReadText("S", "K", text) == SETTINGS_OK || text[0] != '\0')
         readings << "t" + QByteArray(text.data());
     return readings.join(' ');
@@ -52,13 +61,22 @@ QByteArray Readings()
 
 } // namespace
 
-class SettingsStoreTest : public QObject {
+int RANVOARM_DEVICE_GetInfo(int index, RanvoDeviceInfo *info)
+{
+    if (index != 0 || !info || info->sizeOfStruct != RANVO_DEVICE_INFO_SIZE)
+        qFatal("asked for another record");
+    info->name = firstDevice == "nameless" ? nullptr : firstDevice.constData();
+    return firstDevice.isNull() ? -1 : 0;
+}
+
+class SettingsTest : public QObject {
     Q_OBJECT
 
 private slots:
     void initTestCase()
     {
-        SETTINGS_SetHost({[](const char *text) { shownErrors.append(text); }, nullptr});
+        SETTINGS_SetHost(
+            {[](const char *text) { shownErrors.append(text); }, [] { ++reconnects; }});
         SETTINGS_SetQuietReport([](const char *text) { quietTexts.append(text); });
     }
 
@@ -74,7 +92,7 @@ private slots:
     void theDefaultFileLiesUnderItsOldName()
     {
         const QString folder = QDir::homePath() + "/.config/TOLVEN";
-        const QString expected = folder + "\\tst_settingsstoreSettings.ini";
+        const QString expected = folder + "\\tst_settingsSettings.ini";
         SETTINGS_SetPath("");
         QCOMPARE(QString::fromUtf8(SETTINGS_GetPath()), expected);
         QCOMPARE(SETTINGS_WriteDecimal("S", "K", 4000), SETTINGS_OK);
@@ -91,38 +109,33 @@ private slots:
 
     void everyKindIsWrittenInItsFormAndReadBack()
     {
-        static constexpr std::array<std::uint8_t, 3> bytes = {0, 10, 255};
-        static constexpr std::array<std::uint32_t, 2> words = {7, 0xFFFFFFFF};
-        const auto written = [this](const std::function<int()> &write) {
+        const std::array<std::uint8_t, 3> bytes = {0, 10, 255};
+        const std::array<std::uint32_t, 2> words = {7, 0xFFFFFFFF};
+        const std::array<std::uint32_t, 0> noWords = {};
+        const std::array<std::int32_t, 4> four = {1, -2, 3, 4};
+        const auto written = [this](auto write, const auto &value) {
             Put("[S]\r\n");
             QByteArray content;
-            for (int time = 0; time < 2 && write() == SETTINGS_OK; ++time) // replaces the first
+            for (int time = 0; time < 2 && write("S", "K", value) == SETTINGS_OK;
+                 ++time) // replaces the first
                 content = Content();
             SETTINGS_CloseStore();
             content += Readings();
             SETTINGS_DeleteKey("S", "K");
-            return Content() == "[S]\r\n" ? content : "not deleted";
+            return Content() == "[S]\r\n" ? content.mid(5) : "not deleted";
         };
-        const auto decimal = [] { return SETTINGS_WriteDecimal("S", "K", -INT_MAX); };
-        QCOMPARE(written(decimal), "[S]\r\nK = -2147483647\r\nd-2147483647");
-        const auto hex = [] { return SETTINGS_WriteHex("S", "K", 5); };
-        QCOMPARE(written(hex), "[S]\r\nK = 0x05\r\nh5");
-        const auto fullHex = [] { return SETTINGS_WriteHex("S", "K", ~0U); };
-        QCOMPARE(written(fullHex), "[S]\r\nK = 0xFFFFFFFF\r\nh4294967295");
-        const auto text = [] { return SETTINGS_WriteText("S", "K", "=[b]\r\nN = 7"); };
-        QCOMPARE(written(text), "[S]\r\nK=\"=[b]\"\r\nt=[b]"); // to its line's end
-        const auto noText = [] { return SETTINGS_WriteText("S", "K", nullptr); };
-        QCOMPARE(written(noText), "[S]\r\nK=\"\"\r\nx t");
-        const auto byteArray = [] { return SETTINGS_WriteBytes("S", "K", bytes); };
-        QCOMPARE(written(byteArray), "[S]\r\nK[3] = 0, 10, 255\r\nb0,10,255 w0,10,255");
-        const auto wordArray = [] { return SETTINGS_WriteWords("S", "K", words); };
-        QCOMPARE(written(wordArray), "[S]\r\nK[2] = 7, -1\r\nw7,4294967295");
-        const auto nothing = [] { return SETTINGS_WriteWords("S", "K", {}); };
-        QCOMPARE(written(nothing), "[S]\r\nK[0] = \r\nb w");
-        const auto four = [] { return SETTINGS_WriteFourInts("S", "K", {1, -2, 3, 4}); };
-        QCOMPARE(written(four), "[S]\r\nK = 1, -2, 3, 4\r\n4:1,-2,3,4");
-        const auto hexBytes = [] { return SETTINGS_WriteHexBytes("S", "K", bytes); };
-        QCOMPARE(written(hexBytes), "[S]\r\nK=\" 0 AFF\"\r\nx0,10,255 t 0 AF"); // with blanks
+        QCOMPARE(written(&SETTINGS_WriteDecimal, -INT_MAX), "K = -2147483647\r\nd-2147483647");
+        QCOMPARE(written(&SETTINGS_WriteHex, 5), "K = 0x05\r\nh5");
+        QCOMPARE(written(&SETTINGS_WriteHex, ~0U), "K = 0xFFFFFFFF\r\nh4294967295");
+        QCOMPARE(written(&SETTINGS_WriteText, "=[b]\r\nN = 7"),
+            "K=\"=[b]\"\r\nt=[b]"); // to its line's end
+        QCOMPARE(written(&SETTINGS_WriteText, nullptr), "K=\"\"\r\nx t");
+        QCOMPARE(written(&SETTINGS_WriteBytes, bytes), "K[3] = 0, 10, 255\r\nb0,10,255 w0,10,255");
+        QCOMPARE(written(&SETTINGS_WriteWords, words), "K[2] = 7, -1\r\nw7,4294967295");
+        QCOMPARE(written(&SETTINGS_WriteWords, noWords), "K[0] = \r\nb w");
+        QCOMPARE(written(&SETTINGS_WriteFourInts, four), "K = 1, -2, 3, 4\r\n4:1,-2,3,4");
+        QCOMPARE(written(&SETTINGS_WriteHexBytes, bytes),
+            "K=\" 0 AFF\"\r\nx0,10,255 t 0 AF"); // with blanks
     }
 
     void whatIsNoValueOfAKindIsRefused()
@@ -274,7 +287,104 @@ private slots:
             SYS_CloseMutex(&mutex);
     }
 
+    void aFileGivesARecord()
+    {
+        // Interface, max. speed, adaptive, kHz, device, host.
+        const auto loaded = [this](const QByteArray &content, const QByteArray &library = "LIB") {
+            firstDevice = library;
+            const ConnectionRecord record = Load(content);
+            const QString numbers = QString("%1 %2 %3 %4 ")
+                                        .arg(record.TargetIF)
+                                        .arg(record.UseMaxSpeed)
+                                        .arg(record.UseAdaptive)
+                                        .arg(record.Speed);
+            const bool isKept = Content() == content; // loading writes nothing
+            return isKept ? numbers + record.Device.data() + ' ' + record.HostName.data()
+                          : "written";
+        };
+        QCOMPARE(loaded(""), "1 1 0 4000 LIB ");
+        QCOMPARE(loaded("[CPU]\r\nDevice=\"MINE\""), "1 1 0 4000 MINE ");
+        QCOMPARE(loaded("", QByteArray()), "1 1 0 4000  "); // the library fails
+        QCOMPARE(loaded("", "nameless"), "1 1 0 4000  ");
+        QCOMPARE(loaded("", QByteArray(500, 'n')), "1 1 0 4000 " + QString(127, 'n') + ' ');
+        QCOMPARE(loaded("[TIF]\r\nTargetIF = 0\r\nUseAdaptive = 1"), "0 0 1 4000 LIB ");
+        QCOMPARE(loaded("[TIF]\r\nUseAdaptive = 1\r\nUseMaxSpeed = 0"), "1 0 0 4000 LIB ");
+        QCOMPARE(loaded("[TIF]\r\nSpeed = -5"), "1 1 0 4000 LIB ");
+        QCOMPARE(loaded("[TIF]\r\nSpeed = 0"), "1 1 0 0 LIB ");
+        QCOMPARE(loaded("[TIF]\r\nSpeed = fast"), "1 1 0 4000 LIB ");
+        QCOMPARE(loaded("[GENERAL]\r\nHostName=\" \tmy host \""), "1 1 0 4000 LIB my host");
+        QCOMPARE(loaded("[GENERAL]\r\nHostName=\" \t\""), "1 1 0 4000 LIB ");
+    }
+
+    void applyingSavesEveryFieldAndReconnects()
+    {
+        firstDevice = "LIB";
+        ConnectionRecord record = Load("");
+        QVERIFY(!SETTINGS_Apply(&record));
+        QVERIFY(reconnects == 0 && Content().isEmpty()); // unchanged: nothing is written
+        record = {.UseSerialNo = 1,
+            .InitRegs = 0,
+            .LocalhostOnly = 0,
+            .MultipleTargets = 1,
+            .USBSerialNo = 0xFEDCBA98,
+            .ConnectMode = 2,
+            .TargetIF = 0,
+            .UseMaxSpeed = 0,
+            .UseAdaptive = 1,
+            .Speed = 12345,
+            .DRPre = 2,
+            .IRPre = 9,
+            .EndianMode = 1,
+            .Device = {"DEV"},
+            .HostName = {"probe.example:19020"}};
+        QVERIFY(SETTINGS_Apply(&record) && AreSame(record, SETTINGS_Snapshot()));
+        QCOMPARE(Content(),
+            "[GENERAL]\r\nHostName=\"probe.example:19020\"\r\nUSBSerialNo = 0xFEDCBA98\r\n"
+            "UseSerialNo = 1\r\nConnectMode = 2\r\n"
+            "[CPU]\r\nEndianMode = 1\r\nDevice=\"DEV\"\r\n"
+            "[TIF]\r\nIRPre = 9\r\nDRPre = 2\r\nMultipleTargets = 1\r\nSpeed = 12345\r\n"
+            "UseAdaptive = 1\r\nUseMaxSpeed = 0\r\nTargetIF = 0\r\n");
+        QVERIFY(AreSame(Load(Content()), record));
+        record.LocalhostOnly = 1; // counts as a change, but is not saved
+        QVERIFY(SETTINGS_Apply(&record) && reconnects == 2);
+    }
+
+    void aPresetTargetCountsForOneRunAndIsNotSaved()
+    {
+        const QByteArray stored = "[GENERAL]\r\nHostName=\"kept\"\r\nConnectMode = 1\r\n";
+        for (const QByteArray &refused : {QByteArray(""), QByteArray(" x"), QByteArray("x "),
+                 QByteArray("a\nb"), QByteArray(64, 'x')}) {
+            qputenv(kPresetHostVariable, refused);
+            QCOMPARE(Load(stored).ConnectMode, kConnectModeUsb);
+        }
+        qputenv(kPresetHostVariable, "gdb:board:1");
+        ConnectionRecord record = Load(stored);
+        QCOMPARE(record.ConnectMode, kConnectModeTcpIp);
+        QCOMPARE(record.HostName.data(), "gdb:board:1");
+        record.EndianMode = 1;
+        SETTINGS_Apply(&record);
+        QVERIFY(Content().startsWith("[GENERAL]\r\nUSBSerialNo = 0x00\r\nUseSerialNo = "
+                                     "0\r\nHostName=\"kept\"\r\nConnectMode = 1\r\n"));
+        UTIL_CopyText(record.HostName, "sim");
+        SETTINGS_Apply(&record);
+        QVERIFY(Content().contains("HostName=\"sim\"\r\n"));
+        UTIL_CopyText(record.HostName, "gdb:board:1"); // chosen by the user this time
+        SETTINGS_Apply(&record);
+        qunsetenv(kPresetHostVariable);
+        QCOMPARE(Load(Content()).HostName.data(), "gdb:board:1");
+    }
+
 private:
+    ConnectionRecord Load(const QByteArray &content)
+    {
+        Put(content);
+        ConnectionRecord record;
+        std::memset(&record, 0xEE, sizeof record);
+        SETTINGS_Load(&record);
+        if (!AreSame(record, SETTINGS_Snapshot()))
+            qFatal("the global record differs");
+        return record;
+    }
     void Put(const QByteArray &content) const
     {
         PutFile(m_path, content);
@@ -289,5 +399,5 @@ private:
     QString m_path = m_folder.filePath("test.ini");
 };
 
-QTEST_GUILESS_MAIN(SettingsStoreTest)
-#include "tst_settingsstore.moc"
+QTEST_GUILESS_MAIN(SettingsTest)
+#include "tst_settings.moc"
