@@ -122,7 +122,9 @@ void FakeStub::Serve(ScriptedPeer &peer)
             QByteArray sent = m_lastPacket;
             if (m_manners.badChecksums-- > 0)
                 sent.back() = '?';
-            if (!(m_manners.deliver ? m_manners.deliver(peer, request, sent) : peer.Send(sent)))
+            if (!m_manners.deliver)
+                peer.Send(sent);
+            else if (!m_manners.deliver(peer, request, sent))
                 return;
         }
         acks = acks && request != "QStartNoAckMode";
