@@ -116,7 +116,7 @@ private slots:
         for (char &byte : stub.m_memory)
             byte = char(random());
         Run(
-            line, 15'000, [&] { return std::make_unique<GdbBackend>(At(stub.Port())); },
+            line, 30'000, [&] { return std::make_unique<GdbBackend>(At(stub.Port())); },
             [&](quint32 address, int count) {
                 return stub.m_memory.mid(int(address) - 0x1000, count);
             });
@@ -132,7 +132,7 @@ private slots:
             });
         });
         Run(
-            line, 50'000, [&] { return std::make_unique<TclBackend>(At(server.Port())); },
+            line, 70'000, [&] { return std::make_unique<TclBackend>(At(server.Port())); },
             [](quint32 address, int count) {
                 QByteArray bytes;
                 for (int i = 0; i < count; ++i)
