@@ -50,10 +50,10 @@ bool IsControl(const QWidget *widget)
     const QWidget *parent = widget->parentWidget();
     if (qobject_cast<const QComboBox *>(parent) || qobject_cast<const QAbstractItemView *>(parent))
         return false; // a part of it: its line edit, its headers
-    return qobject_cast<const QAbstractButton *>(widget) || qobject_cast<const QComboBox *>(widget)
-        || qobject_cast<const QLineEdit *>(widget) || qobject_cast<const QGroupBox *>(widget)
-        || qobject_cast<const QPlainTextEdit *>(widget)
-        || qobject_cast<const QAbstractItemView *>(widget);
+    constexpr std::array kKinds = {"QAbstractButton", "QComboBox", "QLineEdit", "QGroupBox",
+        "QPlainTextEdit", "QAbstractItemView"};
+    return std::any_of(
+        kKinds.begin(), kKinds.end(), [&](const char *kind) { return widget->inherits(kind); });
 }
 
 /// The controls of a window, hidden ones as well, without a name of their own.

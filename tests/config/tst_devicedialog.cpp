@@ -81,7 +81,9 @@ private slots:
         QCOMPARE(result.selectedRow, 4U);
         QCOMPARE(result.coreIndex, 1U);
 
-        Open({MakeRecord(nullptr, "endless", 7, 0xFFFFFFFF, 0, 0, 99)}, "endless");
+        const QByteArray endless(9999, 'x');
+        Open({MakeRecord(nullptr, endless, 7, 0xFFFFFFFF, 0, 0, 99)},
+            QString(kMaxDeviceNameBytes, 'x'));
         QCOMPARE(Child<QComboBox>("pComboBoxCore")->count(), 256);
         QTest::keyClick(m_table, Qt::Key_Escape);
         QVERIFY(!m_dialog->Selection().accepted && m_dialog->Selection().deviceName.isEmpty());

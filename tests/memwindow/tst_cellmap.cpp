@@ -80,6 +80,8 @@ private slots:
             QVERIFY(cells.CellAddress(wild) <= kLastAddress);
             QVERIFY(cells.ItemStart(address) <= address && cells.ItemEnd(address) >= address);
             QVERIFY(cells.ItemEnd(address) - cells.ItemStart(address) < unsigned(bytesPerItem));
+            geometry.SetBytesPerItem(0); // a size that nobody knows shows nothing
+            QCOMPARE(geometry.BytesPerPage() + unsigned(geometry.TextColumnStart()), 0U);
         }
     }
 
