@@ -1,17 +1,37 @@
+// The device dialog, and without it the list's texts, their order and what filters keep.
+
 #include "cdevicedatamodel.h"
+#include "cdevicedataproxymodel.h"
 #include "cdeviceselectiondialog.h"
+#include "corenames.h"
 #include "ctableview.h"
 #include "devicefixture.h"
+#include "naturalorder.h"
+#include "randomseed.h"
 
-#include <QApplication>
-#include <QComboBox>
-#include <QHeaderView>
-#include <QLabel>
-#include <QScrollBar>
-#include <QTest>
-#include <QTimer>
+#include <QAbstractItemModelTester>
+#include <QtTest>
+#include <QtWidgets>
 
-#include <memory>
+namespace {
+
+/// What the rules say, worked out the slow way.
+bool IsAccepted(const QAbstractItemModel &model, int row, const QStringList &patterns)
+{
+    for (int column = 0; column < kDeviceColumns; ++column) {
+        const QString text = model.index(row, column).data().toString();
+        const QString &pattern = patterns[column];
+        const bool matches = pattern.startsWith('*')
+            ? text.endsWith(pattern.mid(1), Qt::CaseInsensitive)
+            : pattern.endsWith('*') ? text.startsWith(pattern.chopped(1), Qt::CaseInsensitive)
+                                    : text.contains(pattern, Qt::CaseInsensitive);
+        if (!matches)
+            return false;
+    }
+    return true;
+}
+
+} // namespace
 
 class DeviceDialogTest : public QObject {
     Q_OBJECT
@@ -61,7 +81,9 @@ private slots:
         QCOMPARE(result.selectedRow, 4U);
         QCOMPARE(result.coreIndex, 1U);
 
-        Open({MakeRecord(nullptr, "endless", 7, 0xFFFFFFFF, 0, 0, 99)}, "endless");
+        const QByteArray endless(9999, 'x');
+        Open({MakeRecord(nullptr, endless, 7, 0xFFFFFFFF, 0, 0, 99)},
+            QString(kMaxDeviceNameBytes, 'x'));
         QCOMPARE(Child<QComboBox>("pComboBoxCore")->count(), 256);
         QTest::keyClick(m_table, Qt::Key_Escape);
         QVERIFY(!m_dialog->Selection().accepted && m_dialog->Selection().deviceName.isEmpty());
@@ -69,20 +91,16 @@ private slots:
 
     void theFilterRowWorksWithoutAMouse()
     {
-        QTest::keyClick(m_table, Qt::Key_F, Qt::ControlModifier);
-        QTest::keyClicks(Editor(kDeviceColumn), "f40*"); // no name begins so
+        TypeFilter("f40*"); // no name begins so
         QTRY_COMPARE(m_table->model()->rowCount(), 1);
-        QTest::keyClick(Editor(kDeviceColumn), Qt::Key_A, Qt::ControlModifier);
-        QTest::keyClicks(Editor(kDeviceColumn), "*7ig");
+        TypeFilter("*7ig");
         // No wait: what was typed last counts even if the editor closes at once.
         QTest::keyClick(Editor(kDeviceColumn), Qt::Key_Return);
         QCOMPARE(m_table->model()->rowCount(), 2);
         QCOMPARE(Selected(), "STM32F407IG");
         QVERIFY(m_table->hasFocus() && m_dialog->isVisible());
 
-        QTest::keyClick(m_table, Qt::Key_F, Qt::ControlModifier);
-        QTest::keyClick(Editor(kDeviceColumn), Qt::Key_A, Qt::ControlModifier);
-        QTest::keyClicks(Editor(kDeviceColumn), "lpc"); // never completed to a name
+        TypeFilter("lpc"); // never completed to a name
         QCOMPARE(Editor(kDeviceColumn)->currentText(), "lpc");
         QTRY_COMPARE(Cell(1).data(), "LPC4350_dual");
         QTest::keyClick(Editor(kDeviceColumn), Qt::Key_Escape); // back to the filter before
@@ -176,7 +194,91 @@ private slots:
         QCOMPARE(rows.join(' '), "4 2");
     }
 
+    void sizesAndCoresAreTold()
+    {
+        const QStringList sizes{SizeText(1023), SizeText(999 * 1024 + 1023), SizeText(1000 * 1024),
+            SizeText(0xFFFFFFFF), SizeText(-1000 * 1024)};
+        QCOMPARE(sizes.join(", "), "0 KB, 999 KB, 1 MB, 4194 MB, -1 MB");
+        const QStringList cores{CoreName(0), CoreName(0xFFFFFFFF), CoreName(0x0E0000FF),
+            CoreName(0x1500FFFF), CoreName(0x15FFFFFF)}; // exact ids alone
+        QCOMPARE(cores.join(", "), "None, Any, Cortex-M4, BT5511, ???");
+    }
+
+    void namesSortAsAReaderWouldSortThem()
+    {
+        const QStringList sorted{"", "1 x", "02", "2", "10", "18446744073709551617",
+            "18446744073709551618", "a", "a1b", "A2", "a10", "STM32F40", "STM32F103", "stm32f407"};
+        for (int left = 0; left < sorted.size(); ++left) {
+            for (int right = 0; right < sorted.size(); ++right) {
+                const int order = CompareNaturally(sorted[left], sorted[right]);
+                QVERIFY2((order < 0) == (left < right) && (order == 0) == (left == right),
+                    qPrintable(sorted[left] + " / " + sorted[right]));
+            }
+        }
+    }
+
+    void randomFiltersAndOrdersAgreeWithTheSlowWay()
+    {
+        auto random = SeededGenerator();
+        std::vector<QByteArray> names;
+        for (int row = 0; row < 300; ++row)
+            names.push_back(
+                QByteArrayList{"D", "\u00C4"}[Pick(random, 0, 1)] // folded as any letter
+                + QByteArray::number(Pick(random, 0, 200)) + "*x"[row % 3]);
+        std::vector<RanvoDeviceInfo> records;
+        for (const QByteArray &name : names)
+            records.push_back(
+                MakeRecord("m", name.constData(), 0x010000FF, std::uint32_t(Pick(random, 0, 2)),
+                    std::uint32_t(Pick(random, 0, 4)) << 18, std::uint32_t(random())));
+        CDeviceDataModel model;
+        CDeviceDataProxyModel proxy;
+        proxy.setSourceModel(&model);
+        const QAbstractItemModelTester tester(
+            &proxy, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        model.SetDevices(MakeDeviceRows(records.data(), int(records.size())));
+        const QPersistentModelIndex filterCell = proxy.index(kFilterRow, kDeviceColumn);
+        QSignalSpy removals(&proxy, &QAbstractItemModel::rowsRemoved);
+        QSignalSpy resets(&proxy, &QAbstractItemModel::modelReset);
+
+        const QStringList patterns{"*", "1", "d1*", "\u00E41*", "*1", "*x", "*1*", "MB", "**"};
+        for (int round = 0; round < 60; ++round) {
+            QStringList filters(kDeviceColumns, "*");
+            for (int changes = 0; changes < 2; ++changes)
+                filters[Pick(random, 0, kDeviceColumns - 1)]
+                    = patterns[Pick(random, 0, int(patterns.size()) - 1)];
+            const QPersistentModelIndex held = proxy.index(proxy.rowCount() / 2, kDeviceColumn);
+            const int heldRow = proxy.mapToSource(held).row();
+            for (int column = 0; column < kDeviceColumns; ++column)
+                model.setData(model.index(kFilterRow, column), filters[column]);
+            const int sorted = Pick(random, -1, kDeviceColumns - 1);
+            proxy.sort(sorted);
+            CompareWithTheSlowWay(model, proxy, filters, sorted);
+            // Nothing is taken down: what is held stays, or goes with its row.
+            QVERIFY(removals.isEmpty() && resets.isEmpty() && filterCell.row() == kFilterRow);
+            QCOMPARE(held.isValid(), IsAccepted(model, heldRow, filters) || heldRow == kFilterRow);
+            QVERIFY(!held.isValid() || proxy.mapToSource(held).row() == heldRow);
+        }
+    }
+
 private:
+    static void CompareWithTheSlowWay(const CDeviceDataModel &model,
+        const CDeviceDataProxyModel &proxy, const QStringList &filters, int sortColumn)
+    {
+        std::vector<int> wanted;
+        for (int row = 1; row < model.rowCount(); ++row) {
+            if (IsAccepted(model, row, filters))
+                wanted.push_back(row);
+        }
+        std::stable_sort(wanted.begin(), wanted.end(), [&](int left, int right) {
+            return sortColumn >= 0
+                && CompareDevices(model.Device(left), model.Device(right), sortColumn) < 0;
+        });
+        std::vector<int> shown;
+        for (int row = 1; row < proxy.rowCount(); ++row)
+            shown.push_back(proxy.mapToSource(proxy.index(row, 0)).row());
+        QCOMPARE(shown, wanted);
+    }
+
     void Open(const std::vector<RanvoDeviceInfo> &records, const QString &name)
     {
         m_dialog = std::make_unique<CDeviceSelectionDialog>();
@@ -197,6 +299,13 @@ private:
     QComboBox *Editor(int column)
     {
         return qobject_cast<QComboBox *>(m_table->indexWidget(Cell(kFilterRow, column)));
+    }
+    /// From the table, or over what is in the editor.
+    void TypeFilter(const QString &text)
+    {
+        QTest::keyClick(m_table, Qt::Key_F, Qt::ControlModifier);
+        QTest::keyClick(Editor(kDeviceColumn), Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(Editor(kDeviceColumn), text);
     }
     void Click(int row)
     {

@@ -3,40 +3,36 @@
 
 #include "memtestwindow.h"
 
-#include <QKeySequence>
-#include <QLabel>
-#include <QMenu>
-#include <QToolBar>
-
-/// One case: what is done, and what the questions in it are answered.
-struct Script {
-    const char *name;
-    const char *steps;
-    const char *answers;
-};
-
-/// Steps are separated by ";", answers by "|". Addresses are hexadecimal, @34 is 0x34 behind kBase;
-/// ADDRESS.DIGIT is a digit of a byte, ADDRESS.t its character. Keys are written as in "Ctrl+Home"
-/// and go to the widget with the focus; those of "type" are themselves, but for < Backspace, >
-/// Delete, = Return. A text's "_" is a blank.
+/// Steps are separated by "; ", and what one is answered stands behind it: "base? -> @30".
+/// Addresses are hexadecimal, @34 is 0x34 behind kBase; ADDRESS.DIGIT is a digit of a byte,
+/// ADDRESS.t its character. Keys are written as in "Ctrl+Home" and go to the widget with the focus;
+/// those of "type" are themselves, but for < Backspace, > Delete, = Return. A text's "_" is a
+/// blank.
 struct MemScript : MemTestWindow {
     QSignalSpy failed{&window, &CHexEditor::CommandFailed};
 
-    QString Run(const QString &steps)
+    /// Goes through the steps, whatever they are answered.
+    void Run(const QString &steps)
     {
+        for (const QString &step : steps.split("; "))
+            Do(step);
+    }
+    /// @return the step with what it is answered now
+    QString Do(const QString &answered)
+    {
+        const QString step = answered.section(" ->", 0, 0);
+        const QString verb = step.section(u' ', 0, 0);
+        m_rest = step.section(u' ', 1);
+        m_words = m_rest.split(u' ', Qt::SkipEmptyParts);
         m_answers.clear();
-        for (const QString &step : steps.split(u';')) {
-            m_rest = step.trimmed().section(u' ', 1);
-            m_words = m_rest.split(u' ', Qt::SkipEmptyParts);
-            const QString verb = step.trimmed().section(u' ', 0, 0);
-            if (const auto action = m_actions.find(verb); action != m_actions.end())
-                action->second();
-            else if (const auto question = m_questions.find(verb); question != m_questions.end())
-                m_answers << question->second();
-            else
-                m_answers << "no such step: " + step;
-        }
-        return m_answers.join(u'|');
+        if (const auto action = m_actions.find(verb); action != m_actions.end())
+            action->second();
+        else if (const auto question = m_questions.find(verb); question != m_questions.end())
+            m_answers << question->second();
+        else
+            m_answers << "no such step";
+        const QString answer = m_answers.join(u'|').replace(u'\n', "\\n");
+        return m_answers.isEmpty() ? step : (step + " -> " + answer).trimmed();
     }
 
 private:
@@ -153,7 +149,7 @@ private:
             QApplication::sendEvent(view->viewport(), &drop);
         m_answers << (enter.isAccepted() ? "taken" : "refused");
     }
-    /// Opens the context menu by its key and chooses an entry, or tells all of them.
+    /// Opens the context menu by a key, tells at which cell, and chooses an entry or tells all.
     void OpenMenu()
     {
         WhenOpen([this, wanted = m_rest] {
@@ -161,6 +157,8 @@ private:
             QVERIFY(menu != nullptr);
             TickAndChange(20);
             QVERIFY(menu->isVisible()); // ticks leave it alone
+            const QPoint place = view->viewport()->mapFromGlobal(menu->pos());
+            m_answers << QStringLiteral("%1:%2").arg(place.y() / heightPx).arg(place.x() / widthPx);
             if (wanted.isEmpty())
                 m_answers << Entries(*menu);
             for (const QMenu *part : menu->findChildren<QMenu *>()) {
@@ -171,7 +169,10 @@ private:
             }
             menu->close();
         });
-        Key(Qt::Key_F10, Qt::ShiftModifier);
+        if (m_rest.isEmpty())
+            return Key(Qt::Key_F10, Qt::ShiftModifier);
+        QContextMenuEvent menuKey(QContextMenuEvent::Keyboard, {1, 1}, {1, 1});
+        QApplication::sendEvent(view, &menuKey);
     }
     /// The entries that a user sees, submenus in brackets: texts, "-" for separators, "*" behind a
     /// checked one.
@@ -313,7 +314,17 @@ private:
                 callbacks.ShowMessage = m_rest.isEmpty() ? nullptr : target.Callbacks().ShowMessage;
                 window.SetCallbacks(callbacks);
             }},
-        {"shrink", [this] { window.resize(window.width(), window.height() - 40); }},
+        {"resize", [this] { ResizeView(m_words.at(0).toInt(), m_words.at(1).toInt()); }},
+        {"narrow", [this] { view->setFixedWidth(150); }}, // for a single byte
+        {"settle", [this] { window.OnResizeTimerTimeout(); }},
+        {"later", [this] { QTRY_VERIFY(!target.reads.empty()); }},
+        {"hide", [this] { window.hide(); }},
+        {"show", [this] { window.show(); }},
+        {"pull", // a selection, with the pointer so far below the view's top
+            [this] {
+                QCursor::setPos(view->viewport()->mapToGlobal(QPoint(100, m_rest.toInt())));
+                window.OnAutoScrollSelectionTimerTimeout();
+            }},
         {"close", [this] { window.close(); }},
         {"destroy", [this] { owner.reset(); }},
     };
@@ -363,10 +374,20 @@ private:
     };
 };
 
+/// Adds the rows of a table. Each is a name, ": " and a script that goes on in indented lines.
+inline void AddScripts(const char *table)
+{
+    QTest::addColumn<QString>("row");
+    const QString text = QString::fromUtf8(table).replace("\n    ", " ");
+    for (const QString &row : text.split(u'\n', Qt::SkipEmptyParts))
+        QTest::newRow(qPrintable(row.section(": ", 0, 0))) << row.section(": ", 1);
+}
+
 /// Runs the table's row in a window of its own.
 inline void RunScript()
 {
-    QFETCH(const Script, row);
+    QFETCH(const QString, row);
     MemScript script;
-    QCOMPARE(script.Run(QString::fromUtf8(row.steps)), QString::fromUtf8(row.answers));
+    for (const QString &step : row.split("; "))
+        QCOMPARE(script.Do(step), step);
 }

@@ -10,17 +10,7 @@
 #include "tablerows.h"
 #include "testfile.h"
 
-#include <QAction>
-#include <QClipboard>
-#include <QDialogButtonBox>
-#include <QInputDialog>
-#include <QLineEdit>
-#include <QMessageBox>
-#include <QMimeData>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QScrollBar>
-#include <QSettings>
+#include <QtWidgets>
 
 #include <functional>
 #include <memory>
@@ -66,10 +56,16 @@ struct MemTestWindow {
         window.show();
         window.activateWindow();
         view->setFocus();
-        window.resize(window.size() + QSize(118 * widthPx, 20 * heightPx + 3) - view->size());
+        ResizeView(118, 20);
         GoTo(kBase);
     }
 
+    /// Gives the view room for so many characters, rows and three pixels.
+    void ResizeView(int columns, int rows)
+    {
+        const QSize size(columns * widthPx, rows * heightPx + 3);
+        window.resize(window.size() + size - view->size());
+    }
     /// Jumps and forgets the reads so far.
     void GoTo(std::uint64_t address)
     {

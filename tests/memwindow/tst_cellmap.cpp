@@ -1,6 +1,8 @@
-// How many bytes fit the view, and which cell stands for which of them.
+// How many bytes fit the view, which cell stands for which of them, and a
+// row's text in a buffer of any size.
 
 #include "cellmap.h"
+#include "linecomposer.h"
 #include "randomseed.h"
 
 #include <QtTest>
@@ -78,15 +80,9 @@ private slots:
             QVERIFY(cells.CellAddress(wild) <= kLastAddress);
             QVERIFY(cells.ItemStart(address) <= address && cells.ItemEnd(address) >= address);
             QVERIFY(cells.ItemEnd(address) - cells.ItemStart(address) < unsigned(bytesPerItem));
+            geometry.SetBytesPerItem(0); // a size that nobody knows shows nothing
+            QCOMPARE(geometry.BytesPerPage() + unsigned(geometry.TextColumnStart()), 0U);
         }
-    }
-
-    void anUnknownItemSizeShowsNothing()
-    {
-        ViewGeometry geometry;
-        geometry.SetViewSize(80, 10);
-        geometry.SetBytesPerItem(0);
-        QCOMPARE(geometry.BytesPerPage() + unsigned(geometry.TextColumnStart()), 0U);
     }
 
     void cellsStandForTheNearestByte()
@@ -105,6 +101,34 @@ private slots:
         QCOMPARE(addressOf(2, true, {0, 50}), 0x100FU);
         QCOMPARE(addressOf(2, true, {1, 151}), 0x101FU); // behind the text
         QCOMPARE(addressOf(4, true, {1, 29}), 0x1018U);  // behind a gap
+    }
+
+    void noMoreIsWrittenThanThereIsRoomFor()
+    {
+        const std::vector<std::uint8_t> data(2048, 1);
+        const std::vector<ByteStatus> allValid(2048, ByteStatus::Valid);
+        ComposedLine line;
+        LineComposer(1, false).ComposeRow(0, 400, data.data(), allValid.data(), data.data(), line);
+        QCOMPARE(line.runCount, kMaxColourRuns);
+
+        auto generator = SeededGenerator();
+        for (int round = 0; round < 2000; ++round) {
+            const auto length = std::uint32_t(1) << Pick(generator, 0, 11);
+            const LineComposer composer(1 << Pick(generator, 0, 2), Pick(generator, 0, 1) == 1);
+            const auto compose = [&](int size) {
+                std::string buffer(16000, '#');
+                const char *end = composer.ComposeLine(buffer.data(), buffer.data() + size, 0,
+                    length, data.data(), round % 10 == 0 ? nullptr : allValid.data());
+                return std::pair{buffer, std::size_t(end - buffer.data())};
+            };
+            const int size = Pick(generator, 0, 2500);
+            const auto [narrow, end] = compose(size);
+            const auto [wide, all] = compose(16000);
+            QCOMPARE(narrow.find_first_not_of('#', std::size_t(size)), std::string::npos);
+            // What was written agrees with the whole line, except for items that did not fit.
+            for (std::size_t i = 0; i < std::min(end, all); ++i)
+                QVERIFY(narrow[i] == wide[i] || narrow[i] == ' ');
+        }
     }
 };
 

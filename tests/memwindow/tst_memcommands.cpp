@@ -1,258 +1,180 @@
-// The commands of menu and tool bar: copying and pasting, jumps, the refresh, sizes and zones.
+// The commands of menu and tool bar: copying and pasting, jumps, the refresh, sizes and zones; and
+// what a window keeps of them, also in a file that somebody else has written.
 
 #include "memscript.h"
+#include "windowsettings.h"
 
-#include <QAbstractItemView>
+namespace {
+
+constexpr const char *kClipboard = R"(
+rows are read for texts: select @53 @4E; do Copy; clip? -> 4E 4F\n50 51 52 53; messages? -> 0:
+    Memory selection copied to the clipboard (format=hex); reads? -> @40+10 @50+10
+text: select @53 @4E; do CopyText; clip? -> NOPQRS
+bytes are read at once: select @53 @4E; do CopyBinary; binary? -> 4e4f50515253; reads? -> @4E+6
+initializer: select @53 @4E; do CopyIntList; clip? -> 0x4E, 0x4F, 0x50, 0x51, 0x52, 0x53
+whole little-endian items: select @40 @44; size 4; big; do CopyIntList; clip? -> 0x43424140
+over a group and an item's end: select @44 @49; do CopyIntList;
+    clip? -> 0x44, 0x45, 0x46, 0x47, 0x48, 0x49; size 2; select @44 @49; do Copy;
+    clip? -> 4544 4746  4948; big; do Copy; clip? -> 4445 4647  4849
+a full row ends in a break: select @40 @4F; do CopyIntList; clip? -> 0x40, 0x41, 0x42, 0x43, 0x44,
+    0x45, 0x46, 0x47, 0x48, 0x49, 0x4A, 0x4B, 0x4C, 0x4D, 0x4E, 0x4F\n
+of a page that starts inside a row: drag @41 -> 20000041  ..; select @4F @52; do Copy;
+    clip? -> 4F 50\n51 52; do CopyText; clip? -> OPQR
+a row from before the space: goto 0; set 0 1 2 3; select 0 2; drag 1 -> 00000001  ..; do Copy;
+    clip? -> 01\n02 03
+unread bytes: select @4E @4F; bad @4E; key Ctrl+C; clip? -> -- 4F; messages? -> 1: Failed to read
+    target memory|0: Memory selection copied to the clipboard (format=hex); do CopyBinary;
+    binary? -> 004f; failed? -> Copy: 1 of 2 bytes could not be read,Copy: 1 of 2 bytes could not be
+    read
+out of sight: select @53 @4E; scroll -1000; do CopyHex; clip? -> 4E 4F\n50 51 52 53
+dragged over while the target changes: press @12; move @22; ticks; move @25; lift; do CopyBinary;
+    binary? -> 12131415161718191a1b1c1d1e1f202122232425
+nothing selected: put text/plain 61; do CopyBinary; messages? -> 1: Copy action could not be
+    performed: no data to copy; do CopyIntList; messages? -> 1: Copy action could not be performed:
+    no data to copy; clip? -> a; do Copy; clip? ->
+more than a buffer should hold: goto 0; hold Shift; key Ctrl+Shift+End; release Shift;
+    reads? -> FFFFFEC0+140; do CopyBinary; do Copy; do CopyIntList; reads? ->; failed? -> Copy: More
+    than 256 MiB cannot be copied,Copy: More than 16 MiB cannot be copied,Copy: More than 16 MiB
+    cannot be copied
+from a host that cannot read: select @0 @3; host says; messages? ->; do CopyHex;
+    clip? -> .. .. .. ..; messages? -> 1: Failed to read target memory|1: Failed to read target
+    memory|0: Memory selection copied to the clipboard (format=hex); put text/plain 41; do Paste;
+    failed? -> Copy: Failed to read target memory,Paste: Failed to write target memory; host;
+    do CopyBinary; binary? -> 00000000
+paste: click @45.1; put text/plain 41000A; key Ctrl+V; sent? -> @45:41000A; reads? -> @45+3; row? 4
+    -> 20000040  40 41 42 43 44 41 00 0A  48 49 4A 4B 4C 4D 4E 4F  @ABCDA..HIJKLMNO
+a paste that fails is read back: click @25; put text/plain 4142; readonly; set @26 99; do Paste;
+    messages? -> 1: Failed to write target memory; failed? -> Paste: Failed to write target memory;
+    item? @26 -> 99
+a paste out of sight: click @25; scroll -1000; put application/octet-stream 4142; do Paste;
+    base? -> @20; item? @26 -> 42
+nothing to paste: do Paste; messages? ->; put image/png 61; do Paste; messages? -> 1: Cannot paste
+    clipboard contents: unsupported content type; failed? -> Paste: Cannot paste clipboard contents:
+    unsupported content type; put application/octet-stream; do Paste; sent? ->; messages? ->
+a paste ends with the space: goto FFFFFFF0; click FFFFFFFD; put text/plain 78787878; do Paste;
+    sent? -> FFFFFFFD:787878
+)";
+
+constexpr const char *kJumps = R"(
+typed: enter 20000a07; base? -> @A00; addresses? -> 20000A07; enter 2000; base? -> 2000;
+    addresses? -> 2000 20000A07; enter 20000A07; base? -> @A00; addresses? -> 20000A07 2000;
+    do GoBack; base? -> 2000; item 1; addresses? -> 2000 20000A07
+by an assistive program: assist 20000a07; base? -> @A00; assist 2000; base? -> 2000;
+    addresses? -> 2000 20000A07
+ten are remembered: enter 1; enter 2; enter 3; enter 4; enter 5; enter 6; enter 7; enter 8; enter 9;
+    enter A; enter B; box? -> closed; addresses? -> B A 9 8 7 6 5 4 3 2
+back: do GoBack; base? -> @0; jump 1000; scroll -2; jump 5000; jump 5004; jump 5008; key Alt+Left;
+    base? -> 5000; do GoBack; base? -> 1020; do GoBack; base? -> @0; do GoBack; base? -> @0
+asked for: click @1A; accept 0x3000; do Goto -> Goto 0x2000001A; base? -> 3000; reject 4000;
+    do Goto -> Goto 0x00003000; base? -> 4000; accept; do Goto -> Goto 0x00004000; base? -> 4000;
+    addresses? -> 4000 0x3000
+given by a host: give Goto 5000; do Goto; base? -> 5000; give Goto 6000,7000; do Goto; base? -> 5000
+to what is pointed at: set @21 08 05 00 20; read; select @21 @24; big; key Ctrl+D; base? -> @500;
+    do CopyBinary; binary? -> 08090a0b
+only where the pointer is known: set @21 08 05 00 20; bad @23; read; click @21; do ViewData;
+    base? -> @0; good; read; do ViewData; base? -> @500
+out of sight, where it is known: set @21 08 05 00 20; select @21 @24; scroll -100; bad @22;
+    do ViewData; base? -> @640; good; do ViewData; base? -> @500
+by what was typed: set @20 08 05 00 20; read; size 4; click @22; type 10; do ViewData;
+    base? -> 20100500
+by no pointer at the end: goto FFFFFFF0; click FFFFFFFE; do ViewData; reads? ->; base? -> FFFFFFF0
+hexadecimal numbers are addresses: enter 20000a07; base? -> @A00; enter 0xfF0; base? -> FF0;
+    enter 12345678a; base? -> FFFFFFF0; enter 00000000000000000000010; base? -> 10;
+    enter FFFFFFFFFFFFFFFF; base? -> FFFFFFF0; enter 0X1f; base? -> 10; addresses? -> 0X1F
+    FFFFFFFFFFFFFFFF 00000000000000000000010 12345678a 0xFF0 20000A07
+nothing else is one: enter main; enter 0x; enter 0x0x1; enter -1; enter +1; enter 1 2; enter 1.0;
+    enter 10000000000000000; base? -> @0;
+    addresses? -> 10000000000000000 1.0 1 2 +1 -1 0x0x1 0x main
+)";
+
+constexpr const char *kRefresh = R"(
+off at first: rate? -> off; title? -> Memory @ 20000000
+a rate: rate 500 ms; title? -> Memory @ 20000000, 500 ms refresh
+by its text: ratetext 1 s; title? -> Memory @ 20000000, 1 s refresh; ratetext 5 S; rate? -> off;
+    title? -> Memory @ 20000000
+a host's own interval: interval 300; title? -> Memory @ 20000000, 300 ms refresh; rate? ->
+asked for: accept _5 s; do AutoRefresh -> Periodic Refresh  off; rate? -> 5 s; reject _2 s;
+    do AutoRefresh -> Periodic Refresh  5 s; rate? -> 5 s
+given by a host: give AutoRefresh _2 s; do AutoRefresh; rate? -> 2 s; give AutoRefresh _1 s,_5 s;
+    do AutoRefresh; rate? -> 2 s
+that nobody sees: rate 1 s; do ShowToolbar; rate 2 s; rate? -> 1 s;
+    title? -> Memory @ 20000000, 1 s refresh; failed? -> Refresh: the interval is taken while the
+    tool bar shows it
+not offered any more: rate 1 s; features 0; rate? -> off; title? -> Memory @ 20000000
+colours end with the page: set @42 7A; read; red? -> 7A z; scroll -100; scroll 100; red? ->
+colours end by ticks: interval 1000000; set @42 7A; read; scroll -100; scroll 100; red? -> 7A z;
+    tick; red? ->
+other memory has not changed: goto 5000; change; zone Data; red? ->;
+    title? -> Memory @ 00005000, Zone: Data; reads? -> 5000+150@Data
+zones: zones 99 Default,,Data, Secure; menu Data -> 1:10; reads? -> @0+150@Data; menu Secure -> 1:10;
+    reads? -> @0+150@Secure; menu Default -> 1:10; reads? -> @0+150; title? -> Memory @ 20000000
+sizes: key Ctrl+3; row? 4 -> 20000040  43424140 47464544  4B4A4948 4F4E4D4C  @ABCDEFGHIJKLMNO;
+    checked? View4ByteItems -> yes; key Ctrl+2; row? 4 -> 20000040  4140 4342 4544 4746  4948 4B4A
+    4D4C 4F4E  @ABCDEFGHIJKLMNO
+widths: do Access2ByteItems; reads? -> @0+150/2; checked? Access2ByteItems -> yes; features 1;
+    reads? -> @0+150; checked? AccessAuto -> yes
+the tool bar goes: focus pEditBoxAddr; do ShowToolbar; box? -> closed; toolbar? -> hidden
+everything is offered: enter 20000000; zones 2 Default,Data; click @38; menu -> 4:35|Copy, Copy
+    Special, (Copy Text, Copy Hex, Copy Hex As C Initializer, Copy Binary,) - View Data, - Display 1
+    Byte Items* Display 2 Byte Items, Display 4 Byte Items, Access 1 Byte Items, Access 2 Byte
+    Items, Access 4 Byte Items, Set access width automatically* Memory Zone, (Default* Data,) -
+    Fill, Load, Save, - Go Back, Go To..., Periodic Refresh..., - Toolbar*; toolbar? -> - Display 1
+    Byte Items* Display 2 Byte Items, Display 4 Byte Items, - Go Back, - Fill, Save, Load,
+little is offered: features 0; menu -> 1:10|Copy, Copy Special, (Copy Text, Copy Hex, Copy Hex As C
+    Initializer, Copy Binary,) - View Data, - Display 1 Byte Items* Display 2 Byte Items, Display 4
+    Byte Items, - Fill, Save, - Go To..., - Toolbar*; toolbar? -> - Display 1 Byte Items* Display 2
+    Byte Items, Display 4 Byte Items, - Go Back, - Fill, Save,
+)";
+
+/// What is loaded from a file with these lines: base, item bytes, width, tool bar, boxes, last
+/// text.
+QByteArray Loaded(const QByteArray &lines)
+{
+    QSettings().clear();
+    QSettings().sync();
+    QDir().mkpath(QFileInfo(QSettings().fileName()).path());
+    PutFile(QSettings().fileName(), "[AppData]\n" + lines);
+    QSettings().sync();
+    const WindowSettings settings = WINSET_Load("HexEditor");
+    return QByteArray::number(settings.baseAddress, 16) + ' '
+        + QByteArray::number(settings.bytesPerItem) + ' ' + QByteArray::number(settings.accessWidth)
+        + (settings.showToolbar ? " shown [" : " [")
+        + settings.addressBoxItems.join(u' ').toLatin1() + "] " + settings.lastInputText.toLatin1();
+}
+
+} // namespace
 
 class MemCommandsTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void clipboard_data()
-    {
-        AddRows<Script>({{"rows are read for texts", // selected upwards
-                             "select @53 @4E; do Copy; clip?; messages?; reads?",
-                             "4E 4F\n50 51 52 53|0: Memory selection copied to the clipboard "
-                             "(format=hex)|@40+10 @50+10"},
-            {"text", "select @53 @4E; do CopyText; clip?; messages?",
-                "NOPQRS|0: Memory selection copied to the clipboard (format=text)"},
-            {"bytes are read at once", "select @53 @4E; do CopyBinary; binary?; messages?; reads?",
-                "4e4f50515253|0: Memory selection copied to the clipboard (format=binary)|@4E+6"},
-            {"initializer", "select @53 @4E; do CopyIntList; clip?; messages?",
-                "0x4E, 0x4F, 0x50, 0x51, 0x52, 0x53|0: Memory selection copied to the clipboard "
-                "(format=hex as C initializer)"},
-            {"whole little-endian items", "select @40 @44; size 4; big; do CopyIntList; clip?",
-                "0x43424140"},
-            {"over a group and an item's end",
-                "select @44 @49; do CopyIntList; clip?; size 2; select @44 @49; do Copy; clip?; "
-                "big; do Copy; clip?",
-                "0x44, 0x45, 0x46, 0x47, 0x48, 0x49|4544 4746  4948|4445 4647  4849"},
-            {"a full row ends in a break", "select @40 @4F; do CopyIntList; clip?",
-                "0x40, 0x41, 0x42, 0x43, 0x44, 0x45, 0x46, 0x47, 0x48, 0x49, 0x4A, 0x4B, 0x4C, "
-                "0x4D, 0x4E, 0x4F\n"},
-            {"of a page that starts inside a row",
-                "drag @41; select @4F @52; do Copy; clip?; do CopyText; clip?",
-                "20000041  ..|4F 50\n51 52|OPQR"},
-            {"a row from before the space",
-                "goto 0; set 0 1 2 3; select 0 2; drag 1; do Copy; clip?",
-                "00000001  ..|01\n02 03"},
-            {"unread bytes",
-                "select @4E @4F; bad @4E; key Ctrl+C; clip?; messages?; do CopyBinary; binary?; "
-                "failed?",
-                "-- 4F|1: Failed to read target memory|0: Memory selection copied to the clipboard "
-                "(format=hex)|004f|Copy: 1 of 2 bytes could not be read,Copy: 1 of 2 bytes could "
-                "not be read"},
-            {"out of sight", "select @53 @4E; scroll -1000; do CopyHex; clip?",
-                "4E 4F\n50 51 52 53"},
-            {"dragged over while the target changes",
-                "press @12; move @22; ticks; move @25; lift; do CopyBinary; "
-                "binary?",
-                "12131415161718191a1b1c1d1e1f202122232425"},
-            {"nothing selected",
-                "put text/plain 61; do CopyBinary; messages?; do CopyIntList; messages?; clip?; do "
-                "Copy; clip?",
-                "1: Copy action could not be performed: no data to copy|1: Copy action could not "
-                "be performed: no data to copy|a|"},
-            {"more than a buffer should hold",
-                "goto 0; hold Shift; key Ctrl+Shift+End; release Shift; reads?; do CopyBinary; do "
-                "Copy; do CopyIntList; reads?; failed?",
-                "FFFFFEC0+140||Copy: More than 256 MiB cannot be copied,Copy: More than 16 MiB "
-                "cannot be copied,Copy: More than 16 MiB cannot be copied"},
-            {"from a host that cannot read",
-                "select @0 @3; host says; messages?; do CopyHex; clip?; messages?; put text/plain "
-                "41; do Paste; failed?; host; do "
-                "CopyBinary; binary?",
-                "|.. .. .. ..|1: Failed to read target memory|1: Failed to read target memory|0: "
-                "Memory selection copied to the clipboard (format=hex)|Copy: Failed to read target "
-                "memory,Paste: Failed to write target memory|00000000"},
-            {"paste", // not cut at the zero byte
-                "click @25.1; put text/plain 41000A; key Ctrl+V; sent?; reads?; row? 2",
-                "@25:41000A|@25+3|20000020  20 21 22 23 24 41 00 0A  28 29 2A 2B 2C 2D 2E 2F  "
-                ".!\"#$A..()*+,-./"},
-            {"a paste that fails is read back",
-                "click @25; put text/plain 4142; readonly; set @26 99; do Paste; messages?; "
-                "failed?; item? @26",
-                "1: Failed to write target memory|Paste: Failed to write target memory|99"},
-            {"a paste out of sight",
-                "click @25; scroll -1000; put application/octet-stream 4142; do Paste; base?; "
-                "item? @26",
-                "@20|42"},
-            {"nothing to paste",
-                "do Paste; messages?; put image/png 61; do Paste; messages?; failed?; put "
-                "application/octet-stream; do Paste; sent?; messages?",
-                "|1: Cannot paste clipboard contents: unsupported content type|Paste: Cannot paste "
-                "clipboard contents: unsupported content type||"},
-            {"a paste ends with the space",
-                "goto FFFFFFF0; click FFFFFFFD; put text/plain 78787878; do Paste; sent?",
-                "FFFFFFFD:787878"}});
-    }
-
+    void clipboard_data() { AddScripts(kClipboard); }
     void clipboard() { RunScript(); }
 
-    void onlyHexadecimalNumbersAreAddresses_data()
-    {
-        AddRows<Script>({{"20000a07", "20000A07", "@A00"}, {"0xfF0", "0xFF0", "FF0"},
-            {"0X1f", "0X1F", "10"},                 // its prefix is not told apart from a digit
-            {"12345678a", "12345678a", "FFFFFFF0"}, // beyond the space as it was typed
-            {"FFFFFFFFFFFFFFFF", "FFFFFFFFFFFFFFFF", "FFFFFFF0"},
-            {"00000000000000000000010", "00000000000000000000010", "10"}, {"main", "main", "@0"},
-            {"0x", "0x", "@0"}, {"0x0x1", "0x0x1", "@0"}, {"-1", "-1", "@0"}, {"+1", "+1", "@0"},
-            {"1 2", "1 2", "@0"}, {"1.0", "1.0", "@0"},
-            {"10000000000000000", "10000000000000000", "@0"}});
-    }
-
-    void onlyHexadecimalNumbersAreAddresses()
-    {
-        QFETCH(const Script, row);
-        QCOMPARE(MemScript().Run(QStringLiteral("enter %1; addresses?; base?").arg(row.name)),
-            QString(row.steps) + u'|' + row.answers);
-    }
-
-    void jumps_data()
-    {
-        const char *typed
-            = "@A00|20000A07|2000|2000 20000A07|@A00|20000A07 2000|2000|2000 20000A07";
-        AddRows<Script>(
-            {{"typed", // a beginning of another address, one of the list, by the list
-                 "enter 20000a07; base?; addresses?; enter 2000; base?; addresses?; enter "
-                 "20000A07; base?; addresses?; do GoBack; base?; item 1; addresses?",
-                 typed},
-                {"by an assistive program",
-                    "assist 20000a07; base?; addresses?; assist 2000; base?; addresses?; assist "
-                    "20000A07; base?; addresses?; do GoBack; base?; item 1; addresses?",
-                    typed},
-                {"ten are remembered",
-                    "enter 1; enter 2; enter 3; enter 4; enter 5; enter 6; enter 7; enter 8; enter "
-                    "9; enter A; enter B; box?; addresses?",
-                    "closed|B A 9 8 7 6 5 4 3 2"},
-                {"back", // from rows, each once
-                    "do GoBack; base?; jump 1000; scroll -2; jump 5000; jump 5004; jump 5008; key "
-                    "Alt+Left; base?; do GoBack; base?; do GoBack; base?; do GoBack; base?",
-                    "@0|5000|1020|@0|@0"},
-                {"asked for", // the text counts, not the button
-                    "click @1A; accept 0x3000; do Goto; base?; reject 4000; do Goto; base?; "
-                    "accept; do Goto; base?; addresses?",
-                    "Goto 0x2000001A|3000|Goto 0x00003000|4000|Goto 0x00004000|4000|4000 0x3000"},
-                {"given by a host",
-                    "give Goto 5000; do Goto; base?; give Goto 6000,7000; do Goto; base?",
-                    "5000|5000"},
-                {"to what is pointed at", // in the host's own byte order, and selected there
-                    "set @21 08 05 00 20; read; select @21 @24; big; key Ctrl+D; base?; do "
-                    "CopyBinary; binary?",
-                    "@500|08090a0b"},
-                {"only where the pointer is known",
-                    "set @21 08 05 00 20; bad @23; read; click @21; do ViewData; base?; good; "
-                    "read; do ViewData; base?",
-                    "@0|@500"},
-                {"out of sight, where it is known",
-                    "set @21 08 05 00 20; select @21 @24; scroll -100; bad @22; do ViewData; "
-                    "base?; good; do ViewData; base?",
-                    "@640|@500"},
-                {"by what was typed",
-                    "set @20 08 05 00 20; read; size 4; click @22; type 10; do ViewData; base?",
-                    "20100500"},
-                {"by no pointer at the end",
-                    "goto FFFFFFF0; click FFFFFFFE; do ViewData; reads?; base?", "|FFFFFFF0"}});
-    }
-
+    void jumps_data() { AddScripts(kJumps); }
     void jumps() { RunScript(); }
 
-    void refreshSizesAndZones_data()
-    {
-        AddRows<Script>({{"off at first", "rate?; title?", "off|Memory @ 20000000"},
-            {"a rate", "rate 500 ms; title?", "Memory @ 20000000, 500 ms refresh"},
-            {"by its text", "ratetext 1 s; title?; ratetext 5 S; rate?; title?",
-                "Memory @ 20000000, 1 s refresh|off|Memory @ 20000000"},
-            {"a host's own interval", "interval 300; title?; rate?",
-                "Memory @ 20000000, 300 ms refresh|"},
-            {"asked for", "accept _5 s; do AutoRefresh; rate?; reject _2 s; do AutoRefresh; rate?",
-                "Periodic Refresh  off|5 s|Periodic Refresh  5 s|5 s"},
-            {"given by a host",
-                "give AutoRefresh _2 s; do AutoRefresh; rate?; give AutoRefresh _1 s,_5 s; do "
-                "AutoRefresh; rate?",
-                "2 s|2 s"},
-            {"that nobody sees", "rate 1 s; do ShowToolbar; rate 2 s; rate?; title?; failed?",
-                "1 s|Memory @ 20000000, 1 s refresh|Refresh: the interval is taken while the tool "
-                "bar shows it"},
-            {"not offered any more", "rate 1 s; features 0; rate?; title?",
-                "off|Memory @ 20000000"},
-            {"colours end with the page", "set @42 7A; read; red?; scroll -100; scroll 100; red?",
-                "7A z|"},
-            {"colours end by ticks",
-                "interval 1000000; set @42 7A; read; scroll -100; scroll 100; red?; tick; red?",
-                "7A z|"},
-            {"other memory has not changed", "goto 5000; change; zone Data; red?; title?; reads?",
-                "|Memory @ 00005000, Zone: Data|5000+150@Data"},
-            {"zones",
-                "zones 99 Default,,Data, Secure; menu Data; reads?; menu Secure; reads?; menu "
-                "Default; reads?; title?",
-                "@0+150@Data|@0+150@Secure|@0+150|Memory @ 20000000"},
-            {"a zone of a long name",
-                "zone "
-                "zzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzz"
-                "zzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzz; title?",
-                "Memory @ 20000000, Zone: "
-                "zzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzz"
-                "zzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzz"},
-            {"sizes", "key Ctrl+3; row? 4; checked? View4ByteItems; key Ctrl+2; row? 4",
-                "20000040  43424140 47464544  4B4A4948 4F4E4D4C  @ABCDEFGHIJKLMNO|yes|20000040  "
-                "4140 4342 4544 4746  4948 4B4A 4D4C 4F4E  @ABCDEFGHIJKLMNO"},
-            {"widths",
-                "do Access2ByteItems; reads?; checked? Access2ByteItems; features 1; reads?; "
-                "checked? AccessAuto",
-                "@0+150/2|yes|@0+150|yes"},
-            {"the tool bar goes", "focus pEditBoxAddr; do ShowToolbar; box?; toolbar?",
-                "closed|hidden"},
-            {"everything is offered", "enter 20000000; zones 2 Default,Data; menu; toolbar?",
-                "Copy, Copy Special, (Copy Text, Copy Hex, Copy Hex As C Initializer, Copy "
-                "Binary,) - View Data, - Display 1 Byte Items* Display 2 Byte Items, Display 4 "
-                "Byte Items, Access 1 Byte Items, Access 2 Byte Items, Access 4 Byte Items, Set "
-                "access width automatically* Memory Zone, (Default* Data,) - Fill, Load, Save, - "
-                "Go Back, Go To..., Periodic Refresh..., - Toolbar*|- Display 1 Byte Items* "
-                "Display 2 Byte Items, Display 4 Byte Items, - Go Back, - Fill, Save, Load,"},
-            {"little is offered", "features 0; menu; toolbar?",
-                "Copy, Copy Special, (Copy Text, Copy Hex, Copy Hex As C Initializer, Copy "
-                "Binary,) - View Data, - Display 1 Byte Items* Display 2 Byte Items, Display 4 "
-                "Byte Items, - Fill, Save, - Go To..., - Toolbar*|- Display 1 Byte Items* Display "
-                "2 Byte Items, Display 4 Byte Items, - Go Back, - Fill, Save,"}});
-    }
-
+    void refreshSizesAndZones_data() { AddScripts(kRefresh); }
     void refreshSizesAndZones() { RunScript(); }
-
-    void theMenuKeyOpensItAtTheCursor()
-    {
-        MemTestWindow c;
-        c.ClickByte(kBase + 0x38);
-        QPoint place;
-        WhenOpen([&place] {
-            place = QApplication::activePopupWidget()->pos();
-            QApplication::activePopupWidget()->close();
-        });
-        QContextMenuEvent menuKey(QContextMenuEvent::Keyboard, QPoint(1, 1), QPoint(1, 1));
-        QApplication::sendEvent(c.view, &menuKey);
-        const QPoint below = c.ByteCentre(kBase + 0x48) - QPoint(c.widthPx / 2, c.heightPx / 2);
-        QCOMPARE(place, c.view->viewport()->mapToGlobal(below));
-    }
 
     void aMenuOfTheHostOffersTheZones()
     {
-        MemTestWindow c;
-        c.target.zones = "Default, Data";
-        c.target.zoneCount = 2;
+        MemScript c;
+        c.Run("zones 2 Default, Data");
         QMenu menu;
         c.window.AddZoneMenu(&menu);
         menu.actions().at(0)->menu()->actions().at(1)->trigger();
         c.window.AddZoneMenu(&menu);
         QVERIFY(menu.actions().at(1)->menu()->actions().at(1)->isChecked());
         QCOMPARE(c.window.windowTitle(), "Memory @ 20000000, Zone: Data");
+        c.window.SetZone(QString(140, 'z'));
+        QCOMPARE(c.window.windowTitle(), "Memory @ 20000000, Zone: " + QString(127, 'z'));
     }
 
     void theListOfAddressesJumpsWhenOneIsChosen()
     {
-        MemTestWindow c;
-        c.EnterAddress("1000");
-        c.EnterAddress("2000");
-        c.window.ScrollRows(-5);
+        MemScript c;
+        c.Run("enter 1000; enter 2000; scroll -5");
         c.addressBox->showPopup();
         c.TickAndChange(20); // leaves it alone
         QVERIFY(c.addressBox->view()->isVisible());
@@ -287,7 +209,7 @@ private slots:
             const MemTestWindow w;
             QList<QImage> pictures;
             for (const QAction *action : w.window.actions()) {
-                for (const qreal scale : {2.0, 1.5, 1.0}) {
+                for (const qreal scale : {1.0, 1.5, 2.0}) {
                     const QImage picture = action->icon().pixmap(QSize(16, 16), scale).toImage();
                     QCOMPARE(picture.size(), QSize(16, 16) * scale); // not blown up
                     int inked = 0;
@@ -296,12 +218,65 @@ private slots:
                             = picture.pixelColor(i % picture.width(), i / picture.width());
                         inked += ink.alpha() > 200 && std::abs(ink.red() - grey) < 3 ? 1 : 0;
                     }
-                    QVERIFY2(inked > 8, qPrintable(action->objectName()));
-                    QVERIFY2(!pictures.contains(picture), qPrintable(action->objectName()));
+                    QVERIFY2(inked > 8 && !pictures.contains(picture), qPrintable(action->text()));
                     pictures << picture;
                 }
             }
         }
+    }
+
+    void everythingComesBackFromItsKey()
+    {
+        MemScript c; // the last jump counts, not where scrolling has led
+        c.Run("enter 20000b00; enter main, or so; accept 0x20000c05; do Goto; scroll -7; "
+              "do View2ByteItems; do Access4ByteItems; do ShowToolbar; destroy");
+        QSettings().sync();
+        QCOMPARE(FileContent(QSettings().fileName()),
+            "[AppData]\n"
+            "HexEditor\\Access%20Width=4\n"
+            "HexEditor\\Address%20Box%20Items=0x20000C05, \"main, or so\", 20000B00\n"
+            "HexEditor\\Base%20Address=536873989\n"
+            "HexEditor\\Bytes%20Per%20Item=2\n"
+            "HexEditor\\Last%20Input%20Text=0x20000c05\n"
+            "HexEditor\\Show%20Toolbar=false\n");
+
+        CHexEditor next;
+        next.SetCallbacks(c.target.Callbacks());
+        next.SetFeatureFlags(kFeatureAccessWidth);
+        next.resize(900, 400); // gets its size after it has restored the address
+        c.target.reads.clear();
+        next.show();
+        QApplication::processEvents();
+        QCOMPARE(c.target.reads.size(), 1U);
+        QCOMPARE(c.target.reads.at(0).address, kBase + 0xC00);
+        QCOMPARE(int{c.target.reads.at(0).accessWidth}, 4);
+        QCOMPARE(next.BytesPerItem(), 2);
+        for (const char *checked : {"View2ByteItems", "Access4ByteItems"})
+            QVERIFY(next.findChild<QAction *>(QString("pActionMemory") + checked)->isChecked());
+        QVERIFY(!next.findChild<QToolBar *>("pToolBar")->isVisible());
+        QCOMPARE(
+            next.findChild<AddressBox *>()->Items().join(u'|'), "0x20000C05|main, or so|20000B00");
+    }
+
+    void aFileOfSomebodyElseIsBroughtIntoForm()
+    {
+        const QByteArray first = "0 1 0 shown [] 0"; // as at a first start
+        QCOMPARE(Loaded(""), first);
+        QCOMPARE(
+            Loaded("HexEditor\\Base%20Address=-5\nHexEditor\\Bytes%20Per%20Item=3\nHexEditor\\"
+                   "Access%20Width=4294967297\nHexEditor\\Address%20Box%20Items=@Variant(\\0)\n"),
+            first);
+        QCOMPARE(Loaded("HexEditor\\Base%20Address=\"1,2\"\nHexEditor\\Bytes%20Per%20Item=a,b\n"
+                        "HexEditor\\Access%20Width=@Size(3 4)\n[AppData\nHexEditor=7\n\xFF=\n"),
+            first);
+        QCOMPARE(Loaded("HexEditor\\Base%20Address=6442450960\n"), "80000010 1 0 shown [] 0");
+        QCOMPARE(Loaded("HexEditor\\Last%20Input%20Text=a, b\n"), "0 1 0 shown [] a, b");
+        const QByteArray items = "HexEditor\\Address%20Box%20Items=";
+        QCOMPARE(Loaded(items + "0x1a, , 0x1A, main\n"), "0 1 0 shown [0x1A main] 0");
+        QCOMPARE(Loaded(items + "9, 8, 7, 6, 5, 4, 3, 2, 1, A, B\n"),
+            "0 1 0 shown [9 8 7 6 5 4 3 2 1 A] 0");
+        QCOMPARE(
+            Loaded(items + QByteArray(5000, 'x')), "0 1 0 shown [" + QByteArray(256, 'x') + "] 0");
     }
 };
 

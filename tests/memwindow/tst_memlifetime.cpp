@@ -5,17 +5,8 @@
 
 namespace {
 
-QAction *ActionIn(const QWidget *menu, const QString &text)
-{
-    for (QAction *action : menu->actions()) {
-        if (action->text().remove(u'&').trimmed() == text)
-            return action;
-    }
-    return nullptr;
-}
-
 struct Path {
-    const char *name; ///< what is opened, one in the other
+    const char *name; ///< what is opened, one in the other, or what is done
 };
 
 } // namespace
@@ -40,34 +31,36 @@ private slots:
         QFETCH(const Path, row);
         const QStringList path = QString(row.name).split(u'|');
         MemScript c;
-        c.target.zones = "Default,Data";
-        c.target.zoneCount = 2;
+        c.Run("zones 2 Default,Data");
         const auto lose = [&c] { c.owner.reset(); };
         const auto openNext = [&] {
-            if (path.last() == "chooser")
-                WhenOpen([&] {
-                    WhenOpen(lose);
-                    QApplication::activeModalWidget()->findChild<QPushButton *>()->click();
-                });
-            else if (path.last() == "question")
-                WhenOpen([&] {
-                    auto *dialog = qobject_cast<CMemDialog *>(QApplication::activeModalWidget());
+            if (path.last() != "chooser" && path.last() != "question")
+                return WhenOpen(lose);
+            WhenOpen([&] {
+                auto *dialog = qobject_cast<CMemDialog *>(QApplication::activeModalWidget());
+                QPushButton *button = dialog->findChild<QPushButton *>("pButtonSelectFile");
+                if (path.last() == "question") {
                     dialog->SetFileName(File());
-                    WhenOpen(lose);
-                    dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
-                });
-            else
+                    button = dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok);
+                }
                 WhenOpen(lose);
+                button->click();
+            });
         };
         if (path.first().startsWith("do ")) {
             openNext();
-            c.Trigger(path.first().mid(3).toLatin1().constData());
+            c.Run(path.first());
         } else if (path.first() == "menu") {
             WhenOpen([&] {
                 auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-                QAction *entry = ActionIn(menu, path.value(1));
-                if (entry == nullptr)
+                const auto isWanted = [&](const QAction *action) {
+                    return action->text().remove(u'&').trimmed() == path.value(1);
+                };
+                const QList<QAction *> entries = menu->actions();
+                const auto found = std::find_if(entries.begin(), entries.end(), isWanted);
+                if (found == entries.end())
                     return lose();
+                QAction *entry = *found;
                 if (QMenu *sub = entry->menu()) {
                     menu->setActiveAction(entry);
                     sub->popup(menu->pos());
@@ -101,26 +94,24 @@ private slots:
 
     void aHostDeletesTheWindowInItsMessage_data()
     {
-        // What is done, or what is done behind a typed change.
-        AddRows<Script>({{"Copy", "do Copy", ""}, {"CopyText", "do CopyText", ""},
-            {"CopyBinary", "do CopyBinary", ""}, {"CopyIntList", "do CopyIntList", ""},
-            {"Paste", "do Paste", ""}, {"Fill", "form V1; do Fill", ""},
-            {"Save", "form V~/old.bin; do Save", ""}, {"Load", "form V~/old.bin; do Load", ""},
-            {"ViewData", "", "do ViewData"}, {"zone", "", "zone Data"}, {"width", "", "width 2"},
-            {"close", "", "close"}, {"typed", "", "key Return; written?"},
-            {"before copying", "", "do Copy"}, {"before pasting", "", "do Paste"},
-            {"before a dialog", "", "do Save"}});
+        AddRows<Path>(
+            {{"do Copy"}, {"do CopyText"}, {"do CopyBinary"}, {"do CopyIntList"}, {"do Paste"},
+                {"form V1; do Fill"}, {"form V~/old.bin; do Save"}, {"form V~/old.bin; do Load"},
+                {"click @20; type a; do ViewData"}, {"click @20; type a; zone Data"},
+                {"click @20; type a; width 2"}, {"click @20; type a; close"},
+                {"click @20; type a; key Return; written?"}, {"click @20; type a; do Copy"},
+                {"click @20; type a; do Paste"}, {"click @20; type a; do Save"}});
     }
 
     /// With a typed change that cannot be written its message comes before the command's own step.
     void aHostDeletesTheWindowInItsMessage()
     {
-        QFETCH(const Script, row);
+        QFETCH(const Path, row);
         MemScript c;
         c.Run("select @0 @7; put application/octet-stream 7061");
         c.target.failAll = true;
         c.target.onMessage = [&c] { c.owner.reset(); };
-        c.Run(*row.steps != '\0' ? row.steps : QStringLiteral("click @20; type a; ") + row.answers);
+        c.Run(row.name);
         QVERIFY(c.owner == nullptr);
         QVERIFY(!c.target.messages.isEmpty());
     }

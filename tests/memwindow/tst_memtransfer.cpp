@@ -1,10 +1,68 @@
-// Filling, saving, loading and dropping, from the dialog to file and target.
+// Filling, saving, loading and dropping, from the dialog to file and target; and the files alone.
 
+#include "memorydata.h"
 #include "memscript.h"
 #include "rememberedfiles.h"
 
-#include <QFileDialog>
-#include <QProgressDialog>
+#include <csignal>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char *kTransfers = R"(
+fill: select @3 @5; form V1FF N100; do Fill -> 20000003 20000102 100 ok; sent? -> @3:FFFFFF;
+    item? @4 -> FF; box? -> closed
+fill what is on show: form V0; do Fill -> 20000000 2000014F 00000150 ok; reads? -> @0+150;
+    item? @13F -> 00
+save: form V~/a.bin S20000010 N14; do Save -> 20000010 20000023 14 ok; reads? -> @10+14;
+    messages? ->; file? a.bin -> 101112131415161718191a1b1c1d1e1f20212223
+over a file, with a hole: form V~/b.bin; do Save -> 20000000 2000014F 00000150 ok; bad @12;
+    form V~/b.bin S20000010 N13; do Save -> 20000010 20000022 13 ok|replaced;
+    file? b.bin -> 101100131415161718191a1b1c1d1e1f202122;
+    messages? -> 1: Failed to read target memory; failed? -> Save: 1 of 19 bytes could not be read
+    and are 00 in the file
+nothing to save: host says; messages? ->; form V~/c.bin N13; do Save -> 20000000 20000012 13 ok;
+    messages? -> 1: Failed to read target memory|1: Failed to read target memory; form V~/c.bin;
+    do Load -> 20000000  00000000 why not
+load: form V~/d.bin S20000030 N8; do Save -> 20000030 20000037 8 ok; click @18; form V~/d.bin;
+    do Load -> 20000018 2000001F 00000008 ok; sent? -> @18:3031323334353637; item? @1F -> 37
+load what has gone: form V~/e.bin N8; do Save -> 20000000 20000007 8 ok; form V~/e.bin gone;
+    do Load -> 20000000 20000007 00000008 ok; messages? -> 1: Could not open file for reading;
+    failed? -> Load: Could not open file for reading; sent? ->
+drop an address: drop no address -> refused; drop  0x20000300 -> taken; base? -> @300;
+    addresses? -> 0x20000300
+drop a file: form V~/f.bin N8; do Save -> 20000000 20000007 8 ok; drop ~/f.bin -> taken;
+    form cancel; wait -> 20000000 20000007 00000008 ok; sent? ->; features 1;
+    drop ~/f.bin -> refused
+)";
+
+struct Transfer {
+    const char *name; ///< its steps
+};
+
+/// Whether the function holds, called in a process of its own.
+bool InChild(const std::function<bool()> &holds)
+{
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(holds() ? 0 : 1);
+    int status = -1;
+    return waitpid(child, &status, 0) == child && status == 0;
+}
+
+/// What is typed into a form, and how it stands then.
+struct Form {
+    const char *name;
+    const char *command;
+    const char *fields;
+};
+
+} // namespace
 
 class MemTransferTest : public QObject {
     Q_OBJECT
@@ -14,7 +72,7 @@ private slots:
     {
         const char *all = "20000000 2000014F 00000150 ok";
         const char *none = "20000000 2000014F 00000150 why not";
-        AddRows<Script>({{"Vx", "Save", all}, {"V~/x.bin", "Save", all}, {"V", "Save", none},
+        AddRows<Form>({{"Vx", "Save", all}, {"V~/x.bin", "Save", all}, {"V", "Save", none},
             {"V/tmp", "Save", none}, {"V/nonexistent/x", "Save", none},
             {"V/dev/null", "Save", none},
             {"Vx Sfffffff0", "Save", "fffffff0 10000013F 00000150 why not"},
@@ -34,69 +92,16 @@ private slots:
 
     void typingBringsTheDialogInLine()
     {
-        QFETCH(const Script, row);
-        const QString steps = QStringLiteral("form %1 cancel; do %2; sent?");
-        QCOMPARE(MemScript().Run(steps.arg(row.name, row.steps)), QString(row.answers) + u'|');
+        QFETCH(const Form, row);
+        MemScript script;
+        script.Run(QStringLiteral("form %1 cancel").arg(row.name));
+        const QString answered = QStringLiteral("do %1 -> %2").arg(row.command, row.fields);
+        QCOMPARE(script.Do(answered), answered);
+        QVERIFY(script.target.writes.empty());
     }
 
-    void transfers_data()
-    {
-        AddRows<Script>({{"fill", // of the dialog only the value counts
-                             "select @3 @5; form V1FF N100; do Fill; sent?; item? @4; box?",
-                             "20000003 20000102 100 ok|@3:FFFFFF|FF|closed"},
-            {"fill what is on show", "form V0; do Fill; reads?; item? @13F",
-                "20000000 2000014F 00000150 ok|@0+150|00"},
-            {"save", "form V~/a.bin S20000010 N14; do Save; reads?; messages?; file? a.bin",
-                "20000010 20000023 14 ok|@10+14||101112131415161718191a1b1c1d1e1f20212223"},
-            {"over a file, with a hole",
-                "form V~/b.bin; do Save; bad @12; form V~/b.bin S20000010 N13; do Save; "
-                "file? b.bin; messages?; failed?",
-                "20000000 2000014F 00000150 ok|20000010 20000022 13 ok|replaced|"
-                "101100131415161718191a1b1c1d1e1f202122|1: Failed to read target memory|"
-                "Save: 1 of 19 bytes could not be read and are 00 in the file"},
-            {"nothing to save",
-                "host says; messages?; form V~/c.bin N13; do Save; messages?; form V~/c.bin; do "
-                "Load",
-                "|20000000 20000012 13 ok|1: Failed to read target memory|1: Failed to read target "
-                "memory|20000000  00000000 why not"},
-            {"load",
-                "form V~/d.bin S20000030 N8; do Save; click @18; form V~/d.bin; do Load; sent?; "
-                "item? @1F",
-                "20000030 20000037 8 ok|20000018 2000001F 00000008 ok|@18:3031323334353637|37"},
-            {"load what has gone",
-                "form V~/e.bin N8; do Save; form V~/e.bin gone; do Load; messages?; failed?; sent?",
-                "20000000 20000007 8 ok|20000000 20000007 00000008 ok|1: Could not open file for "
-                "reading|"
-                "Load: Could not open file for reading|"},
-            {"drop an address", "drop no address; drop  0x20000300; base?; addresses?",
-                "refused|taken|@300|0x20000300"},
-            {"drop a file",
-                "form V~/f.bin N8; do Save; drop ~/f.bin; form cancel; wait; sent?; features 1; "
-                "drop ~/f.bin",
-                "20000000 20000007 8 ok|taken|20000000 20000007 00000008 ok||refused"}});
-    }
-
+    void transfers_data() { AddScripts(kTransfers); }
     void transfers() { RunScript(); }
-
-    void theDialogsTexts()
-    {
-        QString texts; // title, button, label of the first field; what cannot be used
-        for (const auto mode : {MemDialogMode::Load, MemDialogMode::Save, MemDialogMode::Fill}) {
-            CMemDialog dialog;
-            dialog.SetMode(mode);
-            texts += dialog.windowTitle() + u','
-                + dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->text()
-                + u',' + dialog.findChild<QLabel *>()->text();
-            for (const char *name :
-                {"pEditBoxAddr", "editBoxEndAddr", "pEditBoxSize", "pButtonSelectFile"}) {
-                const auto *part = dialog.findChild<QWidget *>(QLatin1String(name));
-                texts += part->isEnabled() && !part->isHidden() ? "" : name;
-            }
-        }
-        QCOMPARE(texts,
-            "Load Memory Data,Load,File:editBoxEndAddrpEditBoxSizeSave Memory Data,Save,"
-            "File:Fill Memory,Fill,Fill Value:pButtonSelectFile");
-    }
 
     void theChooserRemembersItsFile()
     {
@@ -133,9 +138,8 @@ private slots:
             QCOMPARE(next, kBase + bytes);
             const QByteArray saved = FileContent(QDir::home().filePath("long.bin"));
             QCOMPARE(std::uint64_t(saved.size()), bytes);
-            for (const std::uint64_t at : {std::uint64_t{0}, bytes / 3, bytes - 1})
-                QCOMPARE(std::uint8_t(saved.at(qsizetype(at))), c.target.ByteAt(kBase + at));
-
+            for (std::uint64_t i = 0; i < bytes; i += 4099)
+                QCOMPARE(std::uint8_t(saved.at(qsizetype(i))), c.target.ByteAt(kBase + i));
             c.target.keepsWrites = false;
             c.Run("form V~/long.bin S30000000; do Load");
             QCOMPARE(c.target.writes.size() == 1, inOneCall);
@@ -148,14 +152,13 @@ private slots:
 
     void aLongTransferCanBeCancelled_data()
     {
-        AddRows<Script>({{"save", "form V~/old.bin; do Save", ""}, {"fill", "form V0; do Fill", ""},
-            {"load", "form V~/old.bin S0; do Load", ""}, {"copy", "do Copy", ""},
-            {"copy bytes", "do CopyBinary", ""}, {"paste", "do Paste", ""}});
+        AddRows<Transfer>({{"form V~/old.bin; do Save"}, {"form V0; do Fill"},
+            {"form V~/old.bin S0; do Load"}, {"do Copy"}, {"do CopyBinary"}, {"do Paste"}});
     }
 
     void aLongTransferCanBeCancelled()
     {
-        QFETCH(const Script, row);
+        QFETCH(const Transfer, row);
         const QString name = QDir::home().filePath("old.bin");
         const QByteArray before(8 * 1024 * 1024, 'o');
         for (const bool windowGoes : {false, true}) {
@@ -163,10 +166,8 @@ private slots:
             MemScript c;
             c.target.logs = false;
             c.target.keepsWrites = false;
-            c.Run("goto FF000000; hold Shift; key Ctrl+Shift+End; release Shift; goto 0"); // where
-                                                                                           // the
-                                                                                           // paste
-                                                                                           // goes
+            // Much is selected, and what is pasted goes to the start of the space.
+            c.Run("goto FF000000; hold Shift; key Ctrl+Shift+End; release Shift; goto 0");
             c.PutOnClipboard(kBinary, QByteArray(16 * 1024 * 1024, 'p'));
             c.target.callTakesMs = 60; // minutes, if nobody ends it
             QTimer watch;
@@ -178,7 +179,7 @@ private slots:
                 windowGoes ? c.owner.reset() : dialog->cancel();
             });
             watch.start(0);
-            c.Run(row.steps);
+            c.Run(row.name);
             QVERIFY2(!watch.isActive(), "no dialog came");
             QCOMPARE(c.TakeMessages(), "");
             QCOMPARE(QGuiApplication::overrideCursor(), nullptr);
@@ -186,6 +187,107 @@ private slots:
             QCOMPARE(c.ClipboardData(kBinary).left(1), "p");
         }
     }
+
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        QVERIFY(WriteMemoryFile(Path("old.bin"), "precious"));
+    }
+
+    void everyByteComesBack()
+    {
+        QByteArray bytes;
+        for (int i = 0; i < 3 * 1024 * 1024; ++i)
+            bytes.append(static_cast<char>(i ^ (i >> 8) ^ (i >> 16)));
+        QVERIFY(QFile::link("old.bin", Path("link.bin"))); // a link stays a link
+        for (const QByteArray &contents : {bytes, QByteArray("short"), QByteArray()}) {
+            QVERIFY(WriteMemoryFile(Path("link.bin"), contents));
+            QCOMPARE(MEMFILE_Size(Path("link.bin")).value(), std::uint64_t(contents.size()));
+            QVERIFY(ReadMemoryFile(Path("old.bin")).value() == contents);
+        }
+        QVERIFY(QFileInfo(Path("link.bin")).isSymLink());
+    }
+
+    void onlyRegularFilesAreTouched()
+    {
+        QCOMPARE(::mkfifo(QFile::encodeName(Path("pipe")).constData(), 0600), 0);
+        QVERIFY(QFile::link("nowhere/at/all", Path("dangling")));
+        for (const QString &name :
+            {QString(), Path("pipe"), m_folder->path(), Path("dangling"), Path("none/x.bin"),
+                QStringLiteral("/dev/zero"), QStringLiteral("/dev/full"), QString(5000, u'n')}) {
+            QVERIFY2(!MEMFILE_Size(name), qPrintable(name));
+            QVERIFY2(!ReadMemoryFile(name), qPrintable(name));
+            QVERIFY2(!WriteMemoryFile(name, "data"), qPrintable(name));
+        }
+        QCOMPARE(FileNames(m_folder->path()).join(u' '), "dangling old.bin pipe");
+    }
+
+    void aSaveThatDoesNotEndLeavesTheOldFileOrNone()
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit usual{};
+        QCOMPARE(getrlimit(RLIMIT_FSIZE, &usual), 0);
+        for (const char *name : {"old.bin", "new.bin"}) {
+            for (const std::size_t size : {1000, 1024 * 1024}) { // one that waits in a buffer too
+                const std::vector<std::uint8_t> bytes(size, 'x');
+                MemFileWriter dropped;
+                QVERIFY(dropped.Open(Path(name)) && dropped.Write(bytes));
+                MemFileWriter full;
+                QVERIFY(full.Open(Path(name)));
+                const rlimit little{size / 2, usual.rlim_max}; // too little room
+                setrlimit(RLIMIT_FSIZE, &little);
+                const bool isSaved = full.Write(bytes) && full.Commit();
+                setrlimit(RLIMIT_FSIZE, &usual);
+                QVERIFY(!isSaved);
+            }
+        }
+        QCOMPARE(FileContent(Path("old.bin")), "precious");
+    }
+
+    void aDiskWithoutRoomForAFurtherFileKeepsTheOldOne()
+    {
+        const auto inNamespace = [] { return unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0; };
+        if (!InChild(inNamespace))
+            QSKIP("This system permits no namespace.");
+        const QByteArray folder = QFile::encodeName(m_folder->path());
+        const QString map = "0 %1 1";
+        const uid_t uid = geteuid();
+        const gid_t gid = getegid();
+        QVERIFY(InChild([&] {
+            if (!inNamespace())
+                return false;
+            PutFile("/proc/self/uid_map", map.arg(uid).toLatin1());
+            PutFile("/proc/self/setgroups", "deny");
+            PutFile("/proc/self/gid_map", map.arg(gid).toLatin1());
+            if (mount("none", folder, "tmpfs", 0, "nr_inodes=3") != 0) // with the folder itself
+                return false;
+            PutFile(Path("old.bin"), "precious");
+            PutFile(Path("other.bin"), "");
+            return !WriteMemoryFile(Path("old.bin"), "new")
+                && FileContent(Path("old.bin")) == "precious";
+        }));
+    }
+
+    void aFolderThatTakesNoNewFileStillTakesTheOldOne()
+    {
+        const auto allow = [](const QString &path, mode_t mode) {
+            return ::chmod(QFile::encodeName(path).constData(), mode) == 0;
+        };
+        QVERIFY(allow(Path("old.bin"), 0666) && allow(m_folder->path(), 0555));
+        QVERIFY(InChild([&] { // as a user who may do nothing special
+            return (geteuid() != 0 || setuid(65534) == 0) && WriteMemoryFile(Path("old.bin"), "new")
+                && !WriteMemoryFile(Path("other.bin"), "new");
+        }));
+        QVERIFY(allow(m_folder->path(), 0755));
+        QCOMPARE(FileContent(Path("old.bin")), "new");
+    }
+
+    void cleanup() { QVERIFY(FileNames(m_folder->path()).filter("new.bin").isEmpty()); }
+
+private:
+    QString Path(const char *name) const { return m_folder->filePath(QLatin1String(name)); }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
 };
 
 QTEST_MAIN(MemTransferTest)

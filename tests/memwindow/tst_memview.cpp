@@ -4,6 +4,54 @@
 
 namespace {
 
+constexpr const char *kMoves = R"(
+down: goto 1000; scroll -3; base? -> 1030; reads? -> 1150+30
+up: goto 1000; scroll 5; base? -> FB0; reads? -> FB0+50
+far down: goto 1000; scroll -1000; base? -> 4E80; reads? -> 4E80+150
+beyond the end: goto 1000; scroll -2000000000; base? -> FFFFFEC0; reads? -> FFFFFEC0+140
+beyond the start: goto 1000; scroll 2000000000; base? -> 0; reads? -> 0+150
+Ctrl+Home: goto 1000; key Ctrl+Home; base? -> 0; reads? -> 0+150
+Ctrl+End: goto 1000; key Ctrl+End; base? -> FFFFFEC0; reads? -> FFFFFEC0+140
+bar, a row on: goto 1000; bar 1; base? -> 1010; reads? -> 1150+10
+bar, a row back: goto 1000; bar 2; base? -> FF0; reads? -> FF0+10
+bar, a page on: goto 1000; bar 3; base? -> 1140; reads? -> 1150+140
+bar, a page back: goto 1000; bar 4; base? -> EC0; reads? -> EC0+140
+bar to the start: goto 1000; bar 5; base? -> 0; reads? -> 0+150
+bar to the end: goto 1000; bar 6; base? -> FFFFFEC0; reads? -> FFFFFEC0+140
+bar, scroll here: goto 1000; slide @5; base? -> @0; reads? -> @0+150
+bar, a drag reads at its end: goto 1000; drag 10 7FFFFFFF 80000000 800003E7 -> 800003E7  ..;
+    base? -> 800003E7; reads? -> 800003E7+150
+wheel up: goto 1000; wheel view 120; base? -> FD0; reads? -> FD0+30
+two notches: goto 1000; wheel view -240; base? -> 1060; reads? -> 1150+60
+parts of a notch: goto 1000; wheel view -50 -50; base? -> 1000; reads? ->
+parts add up: goto 1000; wheel view -50 -50 -50 -90; base? -> 1060; reads? -> 1150+30 1180+30
+a turn round clears them: goto 1000; wheel view -110 60 -110; base? -> 1000; reads? ->
+wheel over the bar: goto 1000; wheel pScrollBar -120; base? -> 1030; reads? -> 1150+30
+wheel over the boxes: goto 1000; enter 3000; enter 4000; goto 1000; wheel pEditBoxAddr -120;
+    rate 500 ms; wheel pRefreshBox -120; rate? -> 500 ms; base? -> 1000; reads? ->
+a held page key: goto 1000; hold PgDown; repeat PgDown; reads? ->; release PgDown; base? -> 1280;
+    reads? -> 1280+150
+whose release another gets: goto 1000; hold PgUp; reads? ->; focus pEditBoxAddr; base? -> EC0;
+    reads? -> EC0+150
+the frame, to its end: goto 1000; resize 110 19; wait; resize 100 15; wait; resize 90 10; wait;
+    reads? ->; later; reads? -> 1000+B0; hide; show; wait; reads? ->; narrow; wait; settle; row? 0 ->;
+    reads? ->
+the top address stays when the width changes: goto @18; resize 60 20; wait; base? -> @18;
+    resize 160 20; wait; base? -> @0; resize 118 20; wait; base? -> @10
+)";
+
+constexpr const char *kRows = R"(
+digits, text and changes: bad @43; read; set @52 7A; tick; row? 4 -> 20000040  40 41 42 -- 44 45 46
+    47  48 49 4A 4B 4C 4D 4E 4F  @AB.DEFGHIJKLMNO; row? 5 -> 20000050  50 51 7A 53 54 55 56 57  58
+    59 5A 5B 5C 5D 5E 5F  PQzSTUVWXYZ[\]^_; red? -> 7A z
+one bad byte: goto FFFFFFF0; set FFFFFFF0 0 1 2 3 4 5 6 7 8 9 A B C D E F; bad FFFFFFF6; read;
+    reads? -> FFFFFFF0+10 FFFFFFF0+10 FFFFFFF0+4 FFFFFFF4+4 FFFFFFF4+2 FFFFFFF6+2 FFFFFFF6+1
+    FFFFFFF7+1 FFFFFFF8+4 FFFFFFFC+4; row? 0 -> FFFFFFF0  00 01 02 03 04 05 -- 07  08 09 0A 0B 0C 0D
+    0E 0F  ................
+an item has the colour of its youngest byte: size 4; set @41 7A; set @46 7B; tick; set @42 7C;
+    set @45 7D; bad @48; set @4A 7E; tick; red? -> 437C7A40 477B7D44 | } ~
+)";
+
 /// Counts the rows that a view is asked to paint.
 class PaintCounter : public QObject {
 public:
@@ -50,95 +98,11 @@ private slots:
         QCOMPARE(paints.rows, 5);
     }
 
-    void aMoveReadsTheExposedBytesAlone_data()
-    {
-        AddRows<Script>({{"down", "scroll -3", "1030|1150+30"}, {"up", "scroll 5", "FB0|FB0+50"},
-            {"far down", "scroll -1000", "4E80|4E80+150"},
-            {"beyond the end", "scroll -2000000000", "FFFFFEC0|FFFFFEC0+140"},
-            {"beyond the start", "scroll 2000000000", "0|0+150"},
-            {"Ctrl+Home", "key Ctrl+Home", "0|0+150"},
-            {"Ctrl+End", "key Ctrl+End", "FFFFFEC0|FFFFFEC0+140"},
-            {"bar, a row on", "bar 1", "1010|1150+10"}, {"bar, a row back", "bar 2", "FF0|FF0+10"},
-            {"bar, a page on", "bar 3", "1140|1150+140"},
-            {"bar, a page back", "bar 4", "EC0|EC0+140"}, {"bar to the start", "bar 5", "0|0+150"},
-            {"bar to the end", "bar 6", "FFFFFEC0|FFFFFEC0+140"},
-            {"bar, scroll here", "slide @5", "@0|@0+150"},
-            {"bar, a drag reads at its end", "drag 10 7FFFFFFF 80000000 800003E7",
-                "800003E7  ..|800003E7|800003E7+150"},
-            {"wheel up", "wheel view 120", "FD0|FD0+30"},
-            {"two notches", "wheel view -240", "1060|1150+60"},
-            {"parts of a notch", "wheel view -50 -50", "1000|"},
-            {"parts add up", "wheel view -50 -50 -50 -90", "1060|1150+30 1180+30"},
-            {"a turn round clears them", "wheel view -110 60 -110", "1000|"},
-            {"wheel over the bar", "wheel pScrollBar -120", "1030|1150+30"},
-            {"wheel over the boxes",
-                "enter 3000; enter 4000; goto 1000; wheel pEditBoxAddr -120; rate 500 ms; wheel "
-                "pRefreshBox -120; rate?",
-                "500 ms|1000|"},
-            {"a held page key", "hold PgDown; repeat PgDown; reads?; release PgDown",
-                "|1280|1280+150"},
-            {"whose release another gets", "hold PgUp; reads?; focus pEditBoxAddr",
-                "|EC0|EC0+150"}});
-    }
+    void aMoveReadsTheExposedBytesAlone_data() { AddScripts(kMoves); }
+    void aMoveReadsTheExposedBytesAlone() { RunScript(); }
 
-    void aMoveReadsTheExposedBytesAlone()
-    {
-        QFETCH(const Script, row);
-        QCOMPARE(MemScript().Run(QStringLiteral("goto 1000; %1; base?; reads?").arg(row.steps)),
-            row.answers);
-    }
-
-    void aDragResizeReadsOnce()
-    {
-        MemTestWindow w;
-        for (int width = 900; width > 600; width -= 50) {
-            w.window.resize(width, 300);
-            QApplication::processEvents();
-        }
-        QVERIFY(w.target.reads.empty());
-        QTRY_COMPARE(w.target.reads.size(), 1U);
-        QCOMPARE(w.LastRead(), (PageRange{kBase, w.window.BytesPerPage()}));
-        w.window.hide();
-        w.window.show();
-        QApplication::processEvents();
-        QCOMPARE(w.target.reads.size(), 1U); // shown again it knows its page
-        w.view->setFixedWidth(150);          // too narrow for a single byte
-        QApplication::processEvents();
-        QCOMPARE(w.window.BytesPerRow(), 0U);
-        w.window.OnResizeTimerTimeout();
-        QCOMPARE(w.target.reads.size(), 1U);
-    }
-
-    void theTopAddressStaysWhenTheWidthChanges()
-    {
-        MemTestWindow w;
-        w.GoTo(kBase + 0x18);
-        for (const unsigned bytesPerRow : {8U, 32U, 16U}) {
-            w.window.resize(bytesPerRow == 8 ? 500 : bytesPerRow == 32 ? 1500 : 900, 400);
-            QApplication::processEvents();
-            QCOMPARE(w.window.BytesPerRow(), bytesPerRow);
-            QCOMPARE(w.window.BaseAddress(), kBase + 0x18 - 0x18 % bytesPerRow);
-        }
-    }
-
-    void aHostMayClaimMoreThanItWasAsked()
-    {
-        MemTestWindow w;
-        MemoryCallbacks callbacks;
-        callbacks.ReadMemory = [](std::uint64_t, std::uint64_t length, std::uint8_t, const char *,
-                                   std::uint8_t *data, std::uint8_t *status) {
-            if (length > 16)
-                return -5;
-            for (std::uint64_t i = 0; i < length; ++i) {
-                data[i] = 0x47;
-                status[i] = std::uint8_t(i); // nonsense from byte 3 on
-            }
-            return std::numeric_limits<int>::max();
-        };
-        w.window.SetCallbacks(callbacks);
-        QCOMPARE(w.Row(1),
-            "20000010  47 -- -- .. -- -- -- --  -- -- -- -- -- -- -- --  G...............");
-    }
+    void aRowReads_data() { AddScripts(kRows); }
+    void aRowReads() { RunScript(); }
 
     void aSlowPageWithAHoleIsReadFromTheEventLoop()
     {
@@ -172,24 +136,6 @@ private slots:
         w.window.ScrollRows(-1);
         QTRY_VERIFY(!w.Row(19).contains(".. "));
     }
-
-    void aRowReads_data()
-    {
-        AddRows<Script>(
-            {{"digits, text and changes", "bad @43; read; set @52 7A; tick; row? 4; row? 5; red?",
-                 "20000040  40 41 42 -- 44 45 46 47  48 49 4A 4B 4C 4D 4E 4F  @AB.DEFGHIJKLMNO|"
-                 "20000050  50 51 7A 53 54 55 56 57  58 59 5A 5B 5C 5D 5E 5F  PQzSTUVWXYZ[\\]^_|7A "
-                 "z"},
-                {"one bad byte",
-                    "goto FFFFFFF0; set FFFFFFF0 0 1 2 3 4 5 6 7 8 9 A B C D E F; bad FFFFFFF6; "
-                    "read; reads?; row? 0",
-                    "FFFFFFF0+10 FFFFFFF0+10 FFFFFFF0+4 FFFFFFF4+4 FFFFFFF4+2 FFFFFFF6+2 "
-                    "FFFFFFF6+1 FFFFFFF7+1 FFFFFFF8+4 FFFFFFFC+4|"
-                    "FFFFFFF0  00 01 02 03 04 05 -- 07  08 09 0A 0B 0C 0D 0E 0F  "
-                    "................"}});
-    }
-
-    void aRowReads() { RunScript(); }
 
     void theSixthWindowStaysEmptyUntilAnotherIsGone()
     {

@@ -1,9 +1,7 @@
 #include "memtestwindow.h"
 #include "randomseed.h"
-
-#include <QProcess>
-#include <QScreen>
-#include <QWindow>
+#include "rowpainter.h"
+#include "viewfont.h"
 
 namespace {
 
@@ -71,6 +69,45 @@ struct Look {
     QRgb base;
 };
 
+// Base, text, selection, background of runs, the cursor's background and its text.
+constexpr RowColours kLight{0xFFFFFFFF, 0xFF000000, 0xFFE6E6E6, 0xFFFFFFFF, 0xFF308CC6, 0xFFFFFFFF};
+constexpr RowColours kDark{0xFF1E1E1E, 0xFFF0F0F0, 0xFF3A3A3A, 0xFF1E1E1E, 0xFF2A82DA, 0xFF000000};
+constexpr int kRows = 5;
+
+struct Setting {
+    const char *name;
+    const char *family;
+    int pixelSize;
+    qreal scale;
+    int heightPx = -1; ///< of a row; -1: as the font has it
+};
+
+void Prepare(auto &painter, const QFont &font, int heightPx, const RowColours &colours)
+{
+    painter.SetFont(GridFont(font), CharacterWidth(font), heightPx);
+    painter.SetColours(colours);
+    painter.SetLeftMargin(2);
+}
+
+/// A row as the view may compose it, with runs where bytes would be.
+ComposedLine RandomRow(std::mt19937_64 &generator)
+{
+    ComposedLine line;
+    line.length = 76;
+    for (int column = 0; column < line.length; ++column) {
+        const int character = Pick(generator, 32, 255);
+        const bool isShown = character < 127 || (character > 160 && character != 173);
+        line.text[std::size_t(column)] = isShown ? char(character) : '.';
+    }
+    line.text[76] = ' ';
+    for (int column = 10; column < 76; column += column < 58 ? 3 : 1) {
+        if (Pick(generator, 0, 2) == 0)
+            line.runs[std::size_t(line.runCount++)]
+                = {column, column < 58 ? 2 : 1, std::uint8_t(Pick(generator, 1, 3))};
+    }
+    return line;
+}
+
 } // namespace
 
 /// Properties of the painted window over random use. The whole program runs once for each scale
@@ -129,9 +166,95 @@ private slots:
         }
     }
 
+    void copiedCellsEqualDrawnText_data()
+    {
+        AddRows<Setting>({{"a scale of no parts", "DejaVu Sans Mono", 12, 1.15},
+            {"of no size", "DejaVu Sans Mono", 1, 1, 0},
+            {"of no height", "DejaVu Sans Mono", 13, 1.5, 0},
+            {"higher than an image can be", "DejaVu Sans Mono", 13, 1.5, 100'000'000},
+            {"huge", "DejaVu Sans Mono", 3000, 1, 3500}});
+        for (const char *family : {"DejaVu Sans Mono", "Liberation Mono", "Nimbus Mono PS"}) {
+            for (const int pixelSize : {9, 13, 21}) {
+                for (const qreal scale : {1.0, 1.25, 1.5, 1.75, 2.0})
+                    QTest::addRow("%s %d at %g", family, pixelSize, scale)
+                        << Setting{"", family, pixelSize, scale};
+            }
+        }
+    }
+
+    /// The same random rows, copied from cells and drawn as texts, each on an image of its own.
+    void copiedCellsEqualDrawnText()
+    {
+        QFETCH(const Setting, row);
+        QFont font(row.family);
+        font.setPixelSize(row.pixelSize);
+        font.setStyleHint(QFont::TypeWriter);
+        const int widthPx = CharacterWidth(font);
+        const int heightPx = row.heightPx < 0 ? QFontMetrics(font).height() : row.heightPx;
+        const QSize size = QSize(80 * widthPx, kRows * heightPx).boundedTo({3000, 1000});
+        auto generator = SeededGenerator();
+        for (RowColours colours : {kLight, kDark, kDark}) {
+            RowPainter rows;
+            PlainRowPainter plain;
+            if (generator() % 2 == 0)
+                colours.runBackground = 0xFFD0FFD0; // a palette of the view's own
+            Prepare(rows, font, heightPx, colours);
+            Prepare(plain, font, heightPx, colours);
+            QImage copied(size * row.scale + QSize(8, 8),
+                colours.base == kLight.base ? QImage::Format_RGB32
+                                            : QImage::Format_ARGB32_Premultiplied);
+            copied.fill(Qt::magenta);
+            QImage drawn = copied;
+            QPainter copier(&copied);
+            QPainter drawer(&drawn);
+            // A view seldom begins on a whole device pixel.
+            const bool whole = row.scale == int(row.scale);
+            const QTransform place(row.scale, 0, 0, row.scale,
+                whole ? 3 : Pick(generator, 0, 15) / 4.0, whole ? 5 : Pick(generator, 0, 15) / 4.0);
+            for (QPainter *painter : {&copier, &drawer}) {
+                painter->setTransform(place);
+                painter->setFont(plain.Font());
+            }
+            for (int line = 0; line < kRows; ++line) {
+                RowPicture picture{.line = RandomRow(generator), .selection = {}};
+                picture.selection.Add(Pick(generator, 10, 30), Pick(generator, 1, 20));
+                picture.selection.Add(60, 8);
+                picture.cursorHexColumn = line % 2 == 0 ? Pick(generator, 10, 57) : -1;
+                picture.cursorTextColumn = line % 2 == 0 ? Pick(generator, 60, 75) : -1;
+                picture.isCursorHollow = line % 4 == 0;
+                rows.Begin(copier, size.width());
+                rows.Draw(copier, line, picture);
+                plain.Draw(drawer, line * plain.LineHeight(), size.width(), picture);
+            }
+            QCOMPARE(copied, drawn); // names the first pixel that differs
+        }
+    }
+
+    void aChangeColourThatIsHardToSeeIsUnderlined()
+    {
+        const QFont font("DejaVu Sans Mono", 10);
+        ComposedLine line;
+        line.text.fill(' ');
+        line.length = 10;
+        for (const int age : {1, 2, 3})
+            line.runs[std::size_t(line.runCount++)] = {3 * age - 2, 2, std::uint8_t(age)};
+        for (const RowColours &colours : {kLight, kDark}) {
+            PlainRowPainter plain;
+            Prepare(plain, font, QFontMetrics(font).height(), colours);
+            QImage image(12 * CharacterWidth(font), plain.LineHeight(), QImage::Format_RGB32);
+            QPainter painter(&image);
+            plain.Draw(painter, 0, image.width(), {.line = line, .selection = {}});
+            int underlined = 0; // pixels
+            for (int i = 0; i < image.width() * image.height(); ++i)
+                underlined += image.pixel(i % image.width(), i / image.width()) == colours.text;
+            // On a dark base all but the brightest, and none on a light one.
+            QCOMPARE(underlined, colours == kDark ? 2 * 2 * CharacterWidth(font) : 0);
+        }
+    }
+
 private:
     /// Each byte is shown, but for unread ones and those of an item whose first one is unread.
-    static void CheckRow(const MemTestWindow &s, const QString &text)
+    static void CheckRow(MemTestWindow &s, const QString &text)
     {
         const std::uint64_t address = text.left(8).toULongLong(nullptr, 16);
         const QStringList items = text.mid(10).split(u' ', Qt::SkipEmptyParts);
@@ -140,6 +263,7 @@ private:
         for (unsigned byte = 0; byte < std::min<std::uint64_t>(s.window.BytesPerRow(), known);
              ++byte) {
             const unsigned inItem = byte % itemBytes;
+            const int value = s.target.ByteAt(address + byte);
             const QString shown
                 = items.at(byte / itemBytes)
                       .mid(2 * int(s.bigEndian ? inItem : itemBytes - 1 - inItem), 2);
@@ -147,7 +271,10 @@ private:
                 || s.target.unreadable.contains(address + byte - inItem);
             QVERIFY2(isUnread == (shown == "--"), qPrintable(text));
             if (!isUnread)
-                QCOMPARE(shown.toInt(nullptr, 16), int(s.target.ByteAt(address + byte)));
+                QCOMPARE(shown.toInt(nullptr, 16), value);
+            const bool isInk = (value > 32 && value < 127) || (value > 160 && value != 173);
+            const bool isShown = isInk && !s.target.unreadable.contains(address + byte);
+            QCOMPARE(text.at(s.Cells().TextColumn(address + byte)), QChar(isShown ? value : '.'));
         }
     }
 };
@@ -165,7 +292,9 @@ int main(int argc, char **argv)
         qputenv("QT_SCALE_FACTOR", scale);
         QStringList tests{"partialPaintsEqualAFullPaint"};
         if (QByteArray(scale) == "1") // what is drawn does not depend on it
-            tests << "everyDrawnByteAgreesWithTheTarget";
+            tests << "everyDrawnByteAgreesWithTheTarget"
+                  << "copiedCellsEqualDrawnText"
+                  << "aChangeColourThatIsHardToSeeIsUnderlined";
         failed |= QProcess::execute(QString::fromLocal8Bit(argv[0]), tests) != 0;
     }
     return failed ? 1 : 0;
