@@ -209,6 +209,8 @@ void MainWindow::CreateMemoryWindow()
     m_subWindow->setAttribute(Qt::WA_DeleteOnClose);
     m_subWindow->setWindowFlag(Qt::FramelessWindowHint);
     m_subWindow->setWidget(m_hexEditor);
+    // Else Tab comes from the memory view to this window, which gives the focus back to the view.
+    m_subWindow->setFocusPolicy(Qt::ClickFocus);
     m_area->addSubWindow(m_subWindow, Qt::FramelessWindowHint);
     m_subWindow->showMaximized();
     // A maximised window joins its title to ours when it changes, and it has changed already.
