@@ -45,13 +45,18 @@ void RowCache::Forget(std::uint64_t address, std::uint64_t length)
 
 PageRange RowCache::MissingRange() const
 {
-    const auto status = m_status.first(m_range.length);
-    const auto first = std::find(status.begin(), status.end(), ByteStatus::NotLoaded);
-    const auto last = std::find(status.rbegin(), status.rend(), ByteStatus::NotLoaded);
-    const auto firstOffset = std::uint64_t(first - status.begin());
-    if (first == status.end())
+    // Every step of a scroll asks this of the whole page: the C library's search is much quicker.
+    constexpr int kWanted = int(ByteStatus::NotLoaded);
+    const auto *const status = m_status.data();
+    const void *const first
+        = status == nullptr ? nullptr : std::memchr(status, kWanted, m_range.length);
+    if (first == nullptr)
         return {m_range.base, 0};
-    return {m_range.base + firstOffset, std::uint64_t(status.rend() - last) - firstOffset};
+    const void *const last = memrchr(status, kWanted, m_range.length);
+    const auto offsetOf = [&](const void *at) {
+        return std::uint64_t(static_cast<const ByteStatus *>(at) - status);
+    };
+    return {m_range.base + offsetOf(first), offsetOf(last) - offsetOf(first) + 1};
 }
 
 void RowCache::Store(std::uint64_t address, std::span<const std::uint8_t> data,
