@@ -21,28 +21,6 @@ double Luminance(QRgb colour)
         + 0.0722 * linear(qBlue(colour));
 }
 
-double Contrast(QRgb one, QRgb other)
-{
-    const auto [darker, lighter] = std::minmax({Luminance(one), Luminance(other)});
-    return (lighter + 0.05) / (darker + 0.05);
-}
-
-/// The palette's colour for selected cells is one that has been darkened: away from a light base,
-/// but towards a dark one. Where it disappears there, some of the text's colour in the base takes
-/// its place.
-QRgb VisibleSelection(const RowColours &colours)
-{
-    constexpr double kVisibleContrast = 1.3;
-    constexpr int kTextPercent = 15;
-    if (Luminance(colours.base) > Luminance(colours.text)
-        || Contrast(colours.selection, colours.base) >= kVisibleContrast)
-        return colours.selection;
-    const auto mix = [](int base, int text) { return base + (text - base) * kTextPercent / 100; };
-    return qRgb(mix(qRed(colours.base), qRed(colours.text)),
-        mix(qGreen(colours.base), qGreen(colours.text)),
-        mix(qBlue(colours.base), qBlue(colours.text)));
-}
-
 QString TextOf(const ComposedLine &line, int first, int count)
 {
     return QString::fromLatin1(line.text.data() + first, count);
@@ -70,7 +48,8 @@ QString TextWithoutRuns(const ComposedLine &line)
 bool IsHardToSee(QRgb text, QRgb background)
 {
     constexpr double kReadableContrast = 3.0;
-    return Contrast(text, background) < kReadableContrast;
+    const auto [darker, lighter] = std::minmax({Luminance(text), Luminance(background)});
+    return (lighter + 0.05) / (darker + 0.05) < kReadableContrast;
 }
 
 void PlainRowPainter::SetFont(const QFont &font, int characterWidthPx, int lineHeightPx)
@@ -85,7 +64,6 @@ void PlainRowPainter::SetFont(const QFont &font, int characterWidthPx, int lineH
 void PlainRowPainter::SetColours(const RowColours &colours)
 {
     m_colours = colours;
-    m_selection = VisibleSelection(colours);
     for (std::size_t age = 0; age < kAgeColours.size(); ++age)
         m_isHardToSee[age] = IsHardToSee(kAgeColours[age], colours.base);
 }
@@ -117,7 +95,7 @@ void PlainRowPainter::FillBackgrounds(
         painter.fillRect(ColumnX(column), topPx, count * m_widthPx, FilledHeight(), QColor(colour));
     };
     for (const CellRange &range : picture.selection.Ranges())
-        fill(range.first, range.count, m_selection);
+        fill(range.first, range.count, m_colours.selection);
     for (const ColourRun &run : picture.line.Runs()) {
         if (Underlines(run.age))
             fill(run.start, run.length, kAgeColours[run.age - 1U]);

@@ -16,7 +16,7 @@ class QRect;
 struct RowColours {
     QRgb base = 0; ///< background of a row
     QRgb text = 0;
-    QRgb selection = 0;     ///< background of selected cells, where it can be seen on the base
+    QRgb selection = 0;     ///< background of selected cells
     QRgb runBackground = 0; ///< background of changed bytes, drawn where it is not the base
     QRgb highlight = 0;     ///< background of the cursor's cells
     QRgb highlightedText = 0;
@@ -87,7 +87,6 @@ private:
     int m_leftMarginPx = 0;
     int m_roomBelowPx = 0;
     RowColours m_colours;
-    QRgb m_selection = 0; // the one that is drawn
     std::array<bool, kAgeColours.size()> m_isHardToSee{};
     std::bitset<256> m_advanceKnown;
     std::bitset<256> m_leavesGrid;
