@@ -75,9 +75,8 @@ std::optional<GridCell> GridContent::CellAt(int row, int column) const
         return GridCell{GridCell::Kind::Address, start};
     if (column == ColumnCount() - 1)
         return GridCell{GridCell::Kind::Text, start};
-    const auto item = unsigned(column - kFirstItemColumn);
-    return GridCell{
-        GridCell::Kind::Item, start + item * unsigned(m_page.Geometry().BytesPerItem())};
+    const int offset = (column - kFirstItemColumn) * m_page.Geometry().BytesPerItem();
+    return GridCell{GridCell::Kind::Item, start + std::uint64_t(offset)};
 }
 
 std::optional<GridCell> GridContent::CellAt(QPoint place) const
@@ -165,7 +164,7 @@ QString GridContent::Spoken(const GridCell &cell) const
     Compose(cell, line);
     const int start = StartColumn(cell);
     const int end = start + Length(cell);
-    const QString shown = QString::fromLatin1(line.text.data() + start, end - start);
+    QString shown = QString::fromLatin1(line.text.data() + start, end - start);
     if (cell.kind != GridCell::Kind::Item)
         return shown;
     const bool isChanged = std::any_of(line.Runs().begin(), line.Runs().end(),

@@ -3,9 +3,9 @@
 #include <QRect>
 #include <QString>
 
-#include <compare>
 #include <cstdint>
 #include <optional>
+#include <tuple>
 
 class CursorControl;
 class MemoryPage;
@@ -23,7 +23,11 @@ struct GridCell {
     };
     Kind kind = Kind::Address;
     std::uint64_t address = 0; ///< of the item, or of the row's first byte
-    auto operator<=>(const GridCell &) const = default;
+    bool operator==(const GridCell &) const = default;
+    bool operator<(const GridCell &other) const
+    {
+        return std::tie(address, kind) < std::tie(other.address, other.kind);
+    }
 };
 
 /// The view as a table of words: what is on show, for those who hear it.
