@@ -54,11 +54,6 @@ bool PeerProcess::Start(const QStringList &command)
     return m_process.waitForStarted();
 }
 
-bool PeerProcess::Runs()
-{
-    return m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(0);
-}
-
 void PeerProcess::Signal(int number) const
 {
     if (Id() != 0)

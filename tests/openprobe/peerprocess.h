@@ -20,8 +20,6 @@ public:
     void Kill();
     void Signal(int number) const;
     qint64 Id() const { return m_process.processId(); }
-    /// Whether it has not ended yet. Its number is free again once this was false.
-    bool Runs();
 
 private:
     QProcess m_process;

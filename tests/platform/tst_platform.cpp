@@ -115,37 +115,24 @@ private slots:
         QCOMPARE(SYS_RandomBytes(other.data(), 16), 16);
         QVERIFY(one.first(16) != other.first(16));
         QCOMPARE(one.last(4), "####");
-        rlimit limit{};
-        getrlimit(RLIMIT_NOFILE, &limit);
-        const rlimit none{0, limit.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
-        const int withoutSource = SYS_RandomBytes(one.data(), 16);
-        setrlimit(RLIMIT_NOFILE, &limit);
-        QCOMPARE(withoutSource, -1);
     }
 
     void lineEditingIsOfferedWhereItsLibraryIs()
     {
-        const auto offered = [](const QString &place, const char *library,
-                                 const QString &inside = "%1") {
+        const auto offered = [](const char *place, const char *library) {
             const QTemporaryDir folder;
             const QString command
                 = QString("cd %1; mkdir -p %2; cp %3 %2/libedit.so.0; cp %4 program; "
                           "LD_LIBRARY_PATH=%1/system exec %1/program line-editing")
                       .arg(folder.path(), place, library, QCoreApplication::applicationFilePath());
             QProcess process;
-            process.start("sh", {"-c", inside.arg(command)});
+            process.start("sh", {"-c", command});
             process.waitForFinished();
             return process.readAllStandardOutput();
         };
         QCOMPARE(offered("ThirdParty", FAKE_LIBEDIT_2), "> 104");
         QCOMPARE(offered("ThirdParty", FAKE_LIBEDIT_1), "none"); // one function is missing
         QCOMPARE(offered("system", FAKE_LIBEDIT_2), "> 104");
-        const char *const ownOpt = "unshare -rm sh -c 'mount -t tmpfs none /opt || exit 1; %1'";
-        if (std::system(QString(ownOpt).arg("exit 0").toLatin1() + " 2>/dev/null") != 0)
-            QSKIP("this system permits no mounts in a namespace");
-        QCOMPARE(
-            offered("/opt/TOLVEN/Ranvo/ThirdParty/ThirdParty", FAKE_LIBEDIT_2, ownOpt), "> 104");
     }
 
     void theTemporaryDirectoryIsProvedWritable()

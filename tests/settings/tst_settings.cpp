@@ -115,14 +115,12 @@ private slots:
         const std::array<std::int32_t, 4> four = {1, -2, 3, 4};
         const auto written = [this](auto write, const auto &value) {
             Put("[S]\r\n");
-            QByteArray content;
-            for (int time = 0; time < 2 && write("S", "K", value) == SETTINGS_OK;
-                 ++time) // replaces the first
-                content = Content();
+            const bool good // the second replaces the first
+                = write("S", "K", value) == SETTINGS_OK && write("S", "K", value) == SETTINGS_OK;
             SETTINGS_CloseStore();
-            content += Readings();
+            const QByteArray content = Content() + Readings();
             SETTINGS_DeleteKey("S", "K");
-            return Content() == "[S]\r\n" ? content.mid(5) : "not deleted";
+            return good && Content() == "[S]\r\n" ? content.mid(5) : "not deleted";
         };
         QCOMPARE(written(&SETTINGS_WriteDecimal, -INT_MAX), "K = -2147483647\r\nd-2147483647");
         QCOMPARE(written(&SETTINGS_WriteHex, 5), "K = 0x05\r\nh5");
@@ -172,8 +170,8 @@ private slots:
             user.reset();
             const bool good = result == SETTINGS_ERROR && Content() == before;
             const QByteArray place = " file [" + QByteArray(SETTINGS_GetPath()) + "]\n";
-            const QByteArray told = quietTexts.value(0) + '|' + shownErrors.join();
-            return good ? QByteArray(told).replace(place, " ") : "saved";
+            QByteArray told = quietTexts.value(0) + '|' + shownErrors.join();
+            return good ? told.replace(place, " ") + Readings() : "saved";
         };
         const auto put = [](const QByteArray &path, const QByteArray &content, mode_t mode = 0666) {
             PutFile(path, content);
@@ -182,12 +180,12 @@ private slots:
         };
         chmod(qPrintable(m_folder.path()), 0777);
         QCOMPARE(problems([&](auto &path) { put(path, "[S]\r\nK = 1\r\n", 0444); }),
-            "|Could not save File has read only attribute!");
+            "|Could not save File has read only attribute!d2"); // it is kept in memory
         QCOMPARE(problems([&](auto &path) { put(path, "[S]\r\n", 0); }),
             "Could not open Access is denied!|Could not save Access is denied!");
         if (getuid() == 0) // who can give a file to somebody else
             QCOMPARE(problems([](auto &path) { PutFile(path, ""); }),
-                "|Could not save Access is denied!");
+                "|Could not save Access is denied!d2");
         QCOMPARE(problems([&](auto &path) { put(path, QByteArray(30'001, '#')); }),
             "Could not open Failed to read data!|Could not save Failed to write data!");
         QCOMPARE(problems([&](auto &path) { put(path, "[S]\r\n" + QByteArray(29'995, '#')); }),
@@ -199,19 +197,8 @@ private slots:
             "Could not open Filename syntax is incorrect!|"
             "Could not save Filename syntax is incorrect!");
         QCOMPARE(problems([](auto &path) { SETTINGS_SetPath(path + "/none/x"); }),
-            "Could not open Path not found!|Could not save Path not found!");
+            "Could not open Path not found!|Could not save Path not found!d2");
         chmod(qPrintable(m_folder.path()), 0700);
-    }
-
-    void aFailedSaveIsKeptInMemory()
-    {
-        Put("[S]\r\nK = 1\r\n");
-        chmod(m_path.toUtf8(), 0444);
-        QCOMPARE(SETTINGS_WriteDecimal("S", "K", 2), SETTINGS_ERROR);
-        QCOMPARE(Readings(), "d2");
-        chmod(m_path.toUtf8(), 0644);
-        QCOMPARE(SETTINGS_WriteDecimal("S", "L", 3), SETTINGS_OK);
-        QCOMPARE(Content(), "[S]\r\nL = 3\r\nK = 2\r\n");
     }
 
     void foreignLinesSurviveEveryChange()
@@ -293,14 +280,11 @@ private slots:
         const auto loaded = [this](const QByteArray &content, const QByteArray &library = "LIB") {
             firstDevice = library;
             const ConnectionRecord record = Load(content);
-            const QString numbers = QString("%1 %2 %3 %4 ")
-                                        .arg(record.TargetIF)
-                                        .arg(record.UseMaxSpeed)
-                                        .arg(record.UseAdaptive)
-                                        .arg(record.Speed);
             const bool isKept = Content() == content; // loading writes nothing
-            return isKept ? numbers + record.Device.data() + ' ' + record.HostName.data()
-                          : "written";
+            return isKept
+                ? QString::asprintf("%d %u %u %d %s %s", record.TargetIF, record.UseMaxSpeed,
+                    record.UseAdaptive, record.Speed, record.Device.data(), record.HostName.data())
+                : "written";
         };
         QCOMPARE(loaded(""), "1 1 0 4000 LIB ");
         QCOMPARE(loaded("[CPU]\r\nDevice=\"MINE\""), "1 1 0 4000 MINE ");

@@ -4,6 +4,7 @@
 #include "memtypes.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QStringList>
 
 #include <chrono>
@@ -11,7 +12,6 @@
 #include <functional>
 #include <set>
 #include <thread>
-#include <unordered_map>
 #include <vector>
 
 /// Target memory for the memory window: bytes with a value each, addresses that cannot be read and
@@ -29,8 +29,7 @@ public:
 
     FakeTarget() { s_current = this; }
     ~FakeTarget() { s_current = nullptr; }
-    FakeTarget(const FakeTarget &) = delete;
-    FakeTarget &operator=(const FakeTarget &) = delete;
+    Q_DISABLE_COPY_MOVE(FakeTarget)
 
     [[nodiscard]] MemoryCallbacks Callbacks() const
     {
@@ -40,10 +39,8 @@ public:
     /// Memory is filled with a pattern in which neighbours differ; Set overrides a byte.
     [[nodiscard]] std::uint8_t ByteAt(std::uint64_t address) const
     {
-        const auto entry = m_bytes.find(address);
-        if (entry != m_bytes.end())
-            return entry->second;
-        return std::uint8_t((address * 0x9E3779B97F4A7C15ULL) >> 40) ^ m_salt;
+        return m_bytes.value(
+            address, std::uint8_t((address * 0x9E3779B97F4A7C15ULL) >> 40) ^ m_salt);
     }
     void Set(std::uint64_t address, std::uint8_t value) { m_bytes[address] = value; }
     /// Changes every byte that was not set.
@@ -63,16 +60,11 @@ public:
     std::function<void()> onMessage; ///< what the host does in a message
 
 private:
-    void TakeTime() const
-    {
-        if (callTakesMs > 0)
-            std::this_thread::sleep_for(std::chrono::milliseconds(callTakesMs));
-    }
     static int Read(std::uint64_t address, std::uint64_t length, std::uint8_t accessWidth,
         const char *zoneName, std::uint8_t *data, std::uint8_t *status)
     {
         FakeTarget &target = *s_current;
-        target.TakeTime();
+        std::this_thread::sleep_for(std::chrono::milliseconds(target.callTakesMs));
         if (target.logs)
             target.reads.push_back({address, length, accessWidth, zoneName, {}});
         const auto bad = target.unreadable.lower_bound(address);
@@ -88,7 +80,7 @@ private:
         const char *zoneName, const std::uint8_t *data)
     {
         FakeTarget &target = *s_current;
-        target.TakeTime();
+        std::this_thread::sleep_for(std::chrono::milliseconds(target.callTakesMs));
         if (target.logs)
             target.writes.push_back({address, length, accessWidth, zoneName,
                 QByteArray(reinterpret_cast<const char *>(data), qsizetype(length))});
@@ -111,6 +103,6 @@ private:
     }
 
     static inline FakeTarget *s_current = nullptr;
-    std::unordered_map<std::uint64_t, std::uint8_t> m_bytes;
+    QHash<std::uint64_t, std::uint8_t> m_bytes;
     std::uint8_t m_salt = 0;
 };

@@ -26,12 +26,8 @@ inline std::optional<QByteArray> ReadMemoryFile(const QString &path)
         return std::nullopt;
     QByteArray bytes;
     std::array<std::uint8_t, 4096> piece{};
-    for (;;) {
-        const std::optional<std::size_t> count = reader.Read(piece);
-        if (!count)
-            return std::nullopt;
-        if (*count == 0)
-            return bytes;
+    std::optional<std::size_t> count;
+    while ((count = reader.Read(piece)) && *count > 0)
         bytes.append(reinterpret_cast<const char *>(piece.data()), qsizetype(*count));
-    }
+    return count ? std::optional(bytes) : std::nullopt;
 }

@@ -21,8 +21,7 @@ public:
         m_server.terminate();
         m_server.waitForFinished();
     }
-    OwnDisplay(const OwnDisplay &) = delete;
-    OwnDisplay &operator=(const OwnDisplay &) = delete;
+    Q_DISABLE_COPY_MOVE(OwnDisplay)
 
     /// For DISPLAY; empty when there is no Xvfb here.
     [[nodiscard]] const QByteArray &Name() const { return m_name; }

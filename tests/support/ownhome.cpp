@@ -4,14 +4,13 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <string>
 #include <system_error>
 
 #include <unistd.h>
 
 namespace {
 
-std::string *g_home = nullptr; // still there when the process ends
+char g_home[] = "/tmp/pelimo-test-XXXXXX";
 
 /// The process that made the folder removes it; one that was forked from it does not.
 pid_t g_owner = 0;
@@ -20,7 +19,7 @@ void RemoveOwnHome()
 {
     std::error_code ignored;
     if (getpid() == g_owner)
-        std::filesystem::remove_all(*g_home, ignored);
+        std::filesystem::remove_all(g_home, ignored);
 }
 
 // Before main and before the constructors of Qt's and our own globals, which may read the
@@ -30,14 +29,11 @@ void RemoveOwnHome()
     // A program that a test starts inherits this variable, and keeps the home that it is given.
     if (std::getenv("PELIMO_TEST_HOME") != nullptr)
         return;
-    const char *folder = std::getenv("TMPDIR");
-    g_home
-        = new std::string(std::string(folder != nullptr ? folder : "/tmp") + "/pelimo-test-XXXXXX");
-    if (mkdtemp(g_home->data()) == nullptr)
+    if (mkdtemp(g_home) == nullptr)
         std::abort();
     g_owner = getpid();
     std::atexit(RemoveOwnHome);
-    setenv("HOME", g_home->c_str(), 1);
+    setenv("HOME", g_home, 1);
     setenv("PELIMO_TEST_HOME", "1", 1);
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
     setenv("LC_ALL", "C.UTF-8", 1);

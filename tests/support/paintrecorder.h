@@ -14,15 +14,10 @@ public:
         QRgb colour;
     };
 
-    explicit PaintRecorder(QSize size)
-        : QImage(size, QImage::Format_ARGB32)
-    {
-    }
-
     /// The texts that a widget draws, in order.
     static QList<Text> Record(QWidget &widget)
     {
-        PaintRecorder recorder(widget.size());
+        PaintRecorder recorder(widget.size(), QImage::Format_ARGB32);
         widget.render(&recorder);
         return recorder.m_engine.texts;
     }
@@ -32,10 +27,7 @@ public:
 private:
     class Engine : public QPaintEngine {
     public:
-        Engine()
-            : QPaintEngine(AllFeatures)
-        {
-        }
+        using QPaintEngine::QPaintEngine;
         bool begin(QPaintDevice *) override { return true; }
         bool end() override { return true; }
         Type type() const override { return User; }
@@ -52,5 +44,7 @@ private:
         QList<Text> texts;
     };
 
-    mutable Engine m_engine;
+    using QImage::QImage;
+
+    mutable Engine m_engine{QPaintEngine::AllFeatures};
 };

@@ -18,11 +18,6 @@ public:
         }
         return true;
     }
-    /// Takes all permits there are.
-    void Drain()
-    {
-        while (m_semaphore.try_acquire()) { }
-    }
 
 private:
     std::counting_semaphore<> m_semaphore{0};
