@@ -19,52 +19,254 @@ struct FakeLibrary {
     int brokenIndex = -1;
 } g_library;
 
-/// Interface, byte order, connection, position, speed, largest speed, adaptive.
-using Values = std::array<int, 7>;
-constexpr Values kUsual = {kTargetIfSwd, 0, kConnectModeUsb, 0, 4000, 1, 0};
+const QStringList kNumbers
+    = QString("UseSerialNo InitRegs LocalhostOnly MultipleTargets USBSerialNo "
+              "ConnectMode TargetIF UseMaxSpeed UseAdaptive Speed DRPre "
+              "IRPre EndianMode")
+          .split(u' '); // of the record, in its order
 
-ConnectionRecord RecordOf(const Values &values)
-{
-    ConnectionRecord record{};
-    record.TargetIF = values[0];
-    record.EndianMode = values[1];
-    record.ConnectMode = values[2];
-    record.DRPre = values[3];
-    record.Speed = values[4];
-    record.UseMaxSpeed = std::uint32_t(values[5]);
-    record.UseAdaptive = std::uint32_t(values[6]);
-    record.InitRegs = record.UseSerialNo = 1;
-    record.USBSerialNo = 4294967295;
-    record.IRPre = -3;
-    record.HostName.fill('h');
-    record.HostName.back() = '\0';
-    qstrncpy(record.Device.data(), "STM32F40", record.Device.size());
-    return record;
-}
+constexpr const char *kRecords = R"(
+custom row without a text: open UseMaxSpeed=0 Speed=-1; lists? -> -1 , Little Endian, SWD, 0; ok? ->
+the last looked for: open UseMaxSpeed=0 Speed=10; lists? -> 2 10, Little Endian, SWD, 0; ok? ->
+not looked for, so twice: open UseMaxSpeed=0 Speed=20; lists? -> 0 20, Little Endian, SWD, 0; ok? ->
+below zero: open UseMaxSpeed=0 Speed=-7; lists? -> 0 -7, Little Endian, SWD, 0; ok? ->
+greatest: open UseMaxSpeed=0 Speed=2147483647; lists? -> 0 2147483647, Little Endian, SWD, 0; ok? ->
+no speed: open UseMaxSpeed=0 Speed=0; lists? -> 20 4000, Little Endian, SWD, 0; ok? -> Speed=4000
+largest speed: open Speed=77; lists? -> 20 4000, Little Endian, SWD, 0; visible? LineEditIP
+    LineEditSN GBoxMisc GBoxCommandLine -> LineEditSN; ok? ->
+adaptive beats it: open TargetIF=0 Speed=77 UseAdaptive=1; lists? -> 20 4000, Little Endian, JTAG,
+    0; ok? -> UseMaxSpeed=0
+the last of each table: open EndianMode=1 ConnectMode=2 TargetIF=4 DRPre=7; lists? -> 20 4000, Big
+    Endian, ICSP, 7; visible? LineEditIP LineEditSN -> LineEditIP; ok? ->
+the interface left out: open TargetIF=2; lists? -> 20 4000, Little Endian, SWD, 0; ok? -> TargetIF=1
+too much: open TargetIF=99 EndianMode=2 ConnectMode=3 DRPre=8; lists? -> 20 4000, Little Endian,
+    SWD, 0; ok? -> ConnectMode=1 TargetIF=1 DRPre=0 EndianMode=0
+too little: open TargetIF=-1 EndianMode=-1 ConnectMode=-2 DRPre=-99; lists? -> 20 4000, Little
+    Endian, SWD, 0; ok? -> ConnectMode=1 TargetIF=1 DRPre=0 EndianMode=0
+a custom speed stays until the program ends: open UseMaxSpeed=0 Speed=777; open Speed=5; choose
+    ComboBoxFrequency 0; lists? -> 0 777, Little Endian, SWD, 0; ok? -> Speed=777
+)";
 
-struct Stored {
-    const char *name;
-    Values values;
-    QString shown; ///< the speed's row and text, then the other choices
-    Values stored = values;
-};
+constexpr const char *kChoices = R"(
+every one: open; options 7; press CheckBoxSerialNo; enabled? LineEditSN ->; text? TextCommandLine ->
+    -select USB -device STM32F40 -endian little -if SWD -speed auto -ir -noLocalhostOnly; press
+    CheckBoxSerialNo; focus LineEditSN; key Ctrl+A; type 2x8-1+0'0 001; key Tab; choose ComboBoxTIF
+    0; choose ComboBoxEndian 1; press RBtnAdaptiveClock; text? TextCommandLine -> -select
+    USB=28100001 -device STM32F40 -endian big -if JTAG -speed adaptive -ir -noLocalhostOnly; press
+    RBtnFrequency; choose ComboBoxFrequency 1; press CheckBoxInitRegs; press CheckBoxLocalhost;
+    press GBoxJTAGTargets; choose ComboBoxDRPre 3; text? LineEditIRPre -> 12; focus LineEditIRPre;
+    key Ctrl+A; type 9; key Tab; text? TextCommandLine -> -select USB=28100001 -device STM32F40
+    -endian big -if JTAG -speed 5 -noir -LocalhostOnly; ok? -> LocalhostOnly=1 MultipleTargets=1
+    USBSerialNo=28100001 TargetIF=0 UseMaxSpeed=0 Speed=5 DRPre=3 IRPre=9 EndianMode=1
+what has no text: open UseMaxSpeed=0 Speed=-1; options 7; press RBtnTCPIP; text? TextCommandLine ->
+    -select IP=h*62 -device STM32F40 -endian little -if SWD -speed  -ir -noLocalhostOnly; text
+    LineEditIP; press RBtnAutoSel; text? TextCommandLine -> -select IP -device STM32F40 -endian
+    little -if SWD -speed auto -ir -noLocalhostOnly; ok? -> ConnectMode=2 UseMaxSpeed=1 HostName=
+no number and too great a one: open USBSerialNo=5; focus LineEditSN; key Ctrl+A; type 42949672950;
+    text LineEditIRPre -; ok? -> USBSerialNo=-1 IRPre=0
+a long host name is edited as a whole: open ConnectMode=2; focus PBtnCancel; text? LineEditIP ->
+    h*63; focus LineEditIP; text? LineEditIP -> h*127; key End; key Backspace; key C; modal; press
+    PBtnIPInfo; focus PBtnOK; text? LineEditIP -> h*63; ok? -> HostName=h*126c
+OK by keys: open ConnectMode=2; focus LineEditIP; text LineEditIP %20 a.example%20; key Alt+O;
+    stored? -> HostName=a.example
+Return: open ConnectMode=2; focus LineEditIP; text LineEditIP e; key Return; stored? -> HostName=e
+another choice: open ConnectMode=2; focus LineEditIP; text LineEditIP usb; key Alt+U; key Alt+O;
+    stored? -> ConnectMode=1 HostName=usb
+what would end a line: open ConnectMode=2; text LineEditIP a%22%0D%0A[TIF]%7F%09b; ok? ->
+    HostName=a[TIF]b
+too long: open; press RBtnTCPIP; fill LineEditIP x 10000; ok? -> ConnectMode=2 HostName=x*127
+two bytes across the bound: open ConnectMode=2; fill LineEditIP ä 5000; ok? -> HostName=ä*63
+nothing that stays moves: open; press RBtnTCPIP; visible? CheckBoxSerialNo ->; moved? ->; press
+    RBtnUSB; enabled? RBtnAdaptiveClock ->; choose ComboBoxTIF 0; press RBtnAdaptiveClock; choose
+    ComboBoxDRPre 6; visible? GBoxJTAGTargets -> GBoxJTAGTargets; choose ComboBoxTIF 1; visible?
+    GBoxJTAGTargets ->; moved? ->; enabled? RBtnAdaptiveClock ->; choose ComboBoxTIF 0; moved? ->
+    OK; choose ComboBoxTIF 2; moved? ->; choose ComboBoxTIF 0; press RBtnAdaptiveClock; choose
+    ComboBoxTIF 3; visible? GBoxJTAGTargets ->; moved? ->; ok? -> TargetIF=4 DRPre=6 IRPre=24
+the Tab key finds each control: open TargetIF=0 MultipleTargets=1 UseMaxSpeed=0; tabs? RBtnUSB ->
+    pRBtnUSB pCheckBoxSerialNo pLineEditSN pLineEditDevice pPBtnSelTarget pComboBoxEndian
+    pComboBoxTIF pRBtnFrequency pComboBoxFrequency pGBoxJTAGTargets pComboBoxDRPre pLineEditIRPre
+    pPBtnOK pPBtnCancel
+)";
 
-/// A host name, the keys behind it, and what is stored then.
-struct Typed {
-    QByteArray typed;
-    QByteArray kept;
-    QList<int> keys;
-    int mode = kConnectModeTcpIp;
-    QByteArray name = typed.simplified().left(20);
-};
+constexpr const char *kDevices = R"(
+big-endian: open; modal RX610 big; press PBtnSelTarget -> 8 STM32F40; ok? -> EndianMode=1
+    Device=RX610 big
+without a name: open; modal; press PBtnSelTarget -> 8 STM32F40; ok? ->
+none: open; modal cancel; press PBtnSelTarget -> 8 STM32F40; ok? ->
+less than nothing: library -5; open; modal cancel; press PBtnSelTarget -> 1; ok? ->
+more than all memory: library 2147483647; open; modal cancel; press PBtnSelTarget -> 32769 STM32F40;
+    ok? ->
+another cannot be read: library 7 1; open; modal STM32F407IG; press PBtnSelTarget -> 8 STM32F40; ok?
+    -> Device=STM32F407IG
+)";
 
-/// What the library lists, the device that is chosen of it and what comes of that.
-struct Choice {
-    const char *name;
-    int count;
-    int brokenIndex;
-    QString device; ///< null: the dialog is cancelled
-    QString chosen; ///< rows shown, device, byte order
+/// The connection dialog over a record, driven by steps: "; " lies between them, and what one is
+/// answered stands behind it. Controls are named without their "p".
+class ConfigScript {
+public:
+    ConfigScript()
+    {
+        CustomSpeedText().fill('\0');
+        g_library = {};
+        m_record.HostName.fill('h');
+        m_record.HostName.back() = '\0';
+    }
+    QString Do(const QString &answered)
+    {
+        const QString step = answered.section(" ->", 0, 0);
+        const QString verb = step.section(u' ', 0, 0);
+        m_words = step.split(u' ').mid(1);
+        m_rest = step.section(u' ', 2);
+        m_answers.clear();
+        m_steps.at(verb)();
+        return m_answers.isEmpty() && !verb.endsWith(u'?')
+            ? step
+            : (step + " -> " + m_answers.join(u' ')).trimmed();
+    }
+
+private:
+    std::int32_t *Numbers(ConnectionRecord &record)
+    {
+        return reinterpret_cast<std::int32_t *>(&record);
+    }
+    void Open()
+    {
+        for (const QString &word : m_words)
+            Numbers(m_record)[kNumbers.indexOf(word.section(u'=', 0, 0))]
+                = word.section(u'=', 1).toInt();
+        m_before = m_record;
+        m_dialog = std::make_unique<ConfigDialog>(nullptr, "Test", &m_record);
+        m_dialog->SetOptions(kHandleScanChain);
+        QVERIFY(QTest::qWaitForWindowActive(m_dialog.get()));
+        m_widthPx = m_dialog->width();
+        m_ok = Child<QWidget>("PBtnOK")->pos();
+    }
+    /// What OK has changed in the record.
+    void TellStored()
+    {
+        QTRY_COMPARE(m_dialog->result(), int(QDialog::Accepted));
+        for (int i = 0; i < kNumbers.size(); ++i) {
+            const std::int32_t number = Numbers(m_record)[i];
+            if (number != Numbers(m_before)[i])
+                m_answers << kNumbers[i] + u'=' + QString::number(number);
+        }
+        for (auto text : {&ConnectionRecord::Device, &ConnectionRecord::HostName}) {
+            const QString whole = QString::fromUtf8((m_record.*text).data(), 128);
+            if (m_record.*text != m_before.*text)
+                m_answers << (text == &ConnectionRecord::Device ? "Device=" : "HostName=")
+                        + Short(QString(whole).remove(QRegularExpression("\\x00+$")));
+        }
+    }
+    /// With x*99 for as many x.
+    static QString Short(QString text)
+    {
+        const auto run = QRegularExpression("(.)\\1{9,}").match(text);
+        return run.hasMatch() ? text.replace(run.capturedStart(), run.capturedLength(),
+                   run.captured(1) + u'*' + QString::number(run.capturedLength()))
+                              : text;
+    }
+    /// Walks through the address, of which a part may be shown, and types nothing.
+    void Accept()
+    {
+        QTest::keyClick(Child<QLineEdit>("LineEditIP"), Qt::Key_Tab);
+        m_dialog->_OnLineEditIP();
+        Child<QPushButton>("PBtnOK")->click();
+        TellStored();
+    }
+    /// Chooses a device in the next dialog, or closes it.
+    void ExpectModal()
+    {
+        QTimer::singleShot(0, m_dialog.get(), [this, device = m_words.join(u' ')] {
+            QWidget *const modal = QApplication::activeModalWidget();
+            auto *const dialog = qobject_cast<CDeviceSelectionDialog *>(modal);
+            if (dialog == nullptr)
+                return modal->findChild<QPushButton *>()->click();
+            m_answers << QString::number(dialog->findChild<QTableView *>()->model()->rowCount())
+                      << dialog->findChild<QLabel *>("pLabelSelectedDevice")->text();
+            dialog->SelectDevice(device);
+            device == "cancel" ? dialog->OnButtonRejectClicked() : dialog->OnButtonAcceptClicked();
+        });
+    }
+    void TellTabOrder()
+    {
+        Child<QWidget>()->setFocus();
+        do {
+            m_answers << QApplication::focusWidget()->objectName();
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        } while (!Child<QWidget>()->hasFocus() && m_answers.size() < 50);
+    }
+    void Tell(bool (QWidget::*is)() const)
+    {
+        for (const QString &name : m_words) {
+            if ((Child<QWidget>(name)->*is)())
+                m_answers << name;
+        }
+    }
+    template <typename T> T *Child(const QString &name)
+    {
+        return m_dialog->findChild<T *>(u'p' + name);
+    }
+    template <typename T> T *Child() { return Child<T>(m_words.value(0)); }
+    void SetText(const QString &text) { Child<QLineEdit>()->setText(text); }
+
+    ConnectionRecord m_record{1, 1, 0, 0, 4294967295, kConnectModeUsb, kTargetIfSwd, 1, 0, 4000, 0,
+        -3, 0, {"STM32F40"}, {}};
+    ConnectionRecord m_before{};
+    std::unique_ptr<ConfigDialog> m_dialog;
+    int m_widthPx = 0;
+    QPoint m_ok;
+    QStringList m_words;
+    QString m_rest; // behind the first word
+    QStringList m_answers;
+    const std::map<QString, std::function<void()>> m_steps{
+        {"library", // so many devices, and one that cannot be read
+            [this] {
+                g_library.count = m_words[0].toInt();
+                g_library.brokenIndex = m_words.value(1, "-1").toInt();
+            }},
+        {"open", [this] { Open(); }},
+        {"options", [this] { m_dialog->SetOptions(m_words[0].toInt()); }},
+        {"press", [this] { QTest::keyClick(Child<QWidget>(), Qt::Key_Space); }},
+        {"choose",
+            [this] {
+                Child<QComboBox>()->setCurrentIndex(m_rest.toInt());
+                emit Child<QComboBox>()->activated(m_rest.toInt());
+            }},
+        {"type", [this] { QTest::keyClicks(QApplication::focusWidget(), m_words.join(u' ')); }},
+        {"text", [this] { SetText(QUrl::fromPercentEncoding(m_rest.toUtf8())); }},
+        {"fill", [this] { SetText(m_words[1].repeated(m_words[2].toInt())); }},
+        {"focus", [this] { Child<QWidget>()->setFocus(); }},
+        {"key",
+            [this] { QTest::keySequence(QApplication::focusWidget(), QKeySequence(m_words[0])); }},
+        {"modal", [this] { ExpectModal(); }},
+        {"ok?", [this] { Accept(); }},
+        {"stored?", [this] { TellStored(); }},
+        {"lists?", // the speed's row and text, then the other choices
+            [this] {
+                QStringList shown(
+                    QString::number(Child<QComboBox>("ComboBoxFrequency")->currentIndex()) + u' '
+                    + Child<QComboBox>("ComboBoxFrequency")->currentText());
+                for (const char *name : {"ComboBoxEndian", "ComboBoxTIF", "ComboBoxDRPre"})
+                    shown << Child<QComboBox>(name)->currentText();
+                m_answers << shown.join(", ");
+            }},
+        {"visible?", [this] { Tell(&QWidget::isVisible); }},
+        {"enabled?", [this] { Tell(&QWidget::isEnabled); }},
+        {"text?",
+            [this] {
+                const QWidget *const widget = Child<QWidget>();
+                m_answers << Short(widget->metaObject()->userProperty().read(widget).toString());
+            }},
+        {"moved?", // what a user sees move
+            [this] {
+                QApplication::processEvents();
+                if (m_dialog->width() != m_widthPx)
+                    m_answers << "width";
+                if (Child<QWidget>("PBtnOK")->pos() != m_ok)
+                    m_answers << "OK";
+            }},
+        {"tabs?", [this] { TellTabOrder(); }},
+    };
 };
 
 } // namespace
@@ -87,287 +289,14 @@ class ConfigDialogTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        CustomSpeedText().fill('\0');
-        g_library = {};
-        m_record = RecordOf(kUsual);
-    }
-    void cleanup() { m_dialog.reset(); }
+    void aRecordIsShownAndStored_data() { AddScripts(kRecords); }
+    void aRecordIsShownAndStored() { RunScript<ConfigScript>(); }
 
-    void aRecordIsShownAndStored_data()
-    {
-        const char *const first = "0 1, Little Endian, SWD, 0";
-        AddRows<Stored>({
-            {"custom row without a text", {1, 0, 1, 0, -1, 0, 0}, "-1 , Little Endian, SWD, 0"},
-            {"the last looked for", {1, 0, 1, 0, 10, 0, 0}, "2 10, Little Endian, SWD, 0"},
-            {"not looked for, so twice", {1, 0, 1, 0, 20, 0, 0}, "0 20, Little Endian, SWD, 0"},
-            {"below zero", {1, 0, 1, 0, -7, 0, 0}, "0 -7, Little Endian, SWD, 0"},
-            {"greatest", {1, 0, 1, 0, INT_MAX, 0, 0}, "0 2147483647, Little Endian, SWD, 0"},
-            {"no speed", {1, 0, 1, 0, 0, 0, 0}, "20 4000, Little Endian, SWD, 0",
-                {1, 0, 1, 0, 4000, 0, 0}},
-            {"largest speed", {1, 0, 1, 0, 77, 1, 0}, "20 4000, Little Endian, SWD, 0"},
-            {"adaptive beats it", {0, 0, 1, 0, 77, 1, 1}, "20 4000, Little Endian, JTAG, 0",
-                {0, 0, 1, 0, 77, 0, 1}},
-            {"the last of each table", {4, 1, 2, 7, 1, 0, 0}, "0 1, Big Endian, ICSP, 7"},
-            {"the interface left out", {2, 0, 1, 0, 1, 0, 0}, first, {1, 0, 1, 0, 1, 0, 0}},
-            {"too much", {99, 2, 3, 8, 1, 0, 0}, first, {1, 0, 1, 0, 1, 0, 0}},
-            {"too little", {-1, -1, -2, -99, 1, 0, 0}, first, {1, 0, 1, 0, 1, 0, 0}},
-        });
-    }
+    void whatIsChosenAndTypedReachesTheRecord_data() { AddScripts(kChoices); }
+    void whatIsChosenAndTypedReachesTheRecord() { RunScript<ConfigScript>(); }
 
-    void aRecordIsShownAndStored()
-    {
-        QFETCH(Stored, row);
-        m_record = RecordOf(row.values);
-        const ConnectionRecord wanted = RecordOf(row.stored);
-        Open();
-        QCOMPARE(m_dialog->windowTitle(), "Test - Config");
-        QVERIFY(Field("pLineEditIP")->isVisible() == (wanted.ConnectMode == kConnectModeTcpIp));
-        QVERIFY(!Child<QWidget>("pGBoxMisc")->isVisible());
-        QVERIFY(!Child<QWidget>("pGBoxCommandLine")->isVisible());
-        const QComboBox &speed = *Box("pComboBoxFrequency");
-        QStringList shown{QString::number(speed.currentIndex()) + " " + speed.currentText()};
-        for (const char *const name : {"pComboBoxEndian", "pComboBoxTIF", "pComboBoxDRPre"})
-            shown.append(Box(name)->currentText());
-        QCOMPARE(shown.join(", "), row.shown);
-        // The fields show a part of what is stored; walking through them types nothing.
-        QTest::keyClick(Field("pLineEditIP"), Qt::Key_Tab);
-        m_dialog->_OnLineEditIP();
-        Accept();
-        QCOMPARE(m_record.Speed, wanted.Speed);
-        QCOMPARE(std::memcmp(&m_record, &wanted, sizeof wanted), 0);
-    }
-
-    void aCustomSpeedStaysListedUntilTheProgramEnds()
-    {
-        m_record = RecordOf({1, 0, 1, 0, 777, 0, 0});
-        Open();
-        m_record = RecordOf({1, 0, 1, 0, 5, 0, 0});
-        Open();
-        QCOMPARE(Box("pComboBoxFrequency")->itemText(0), "777");
-        Choose("pComboBoxFrequency", 0);
-        Accept();
-        QCOMPARE(m_record.Speed, 777);
-    }
-
-    void everyChoiceReachesTheRecord()
-    {
-        Open(kShowMiscSettings | kShowCommandLine | kHandleScanChain);
-        Press("pCheckBoxSerialNo");
-        QVERIFY(!Field("pLineEditSN")->isEnabled());
-        QVERIFY(OptionString().startsWith("-select USB -device STM32F40 -endian little -if SWD "));
-        Press("pCheckBoxSerialNo");
-        Type("pLineEditSN", "2x8-1+0\"0 001"); // a number alone
-        Choose("pComboBoxTIF", 0);
-        Choose("pComboBoxEndian", 1);
-        Press("pRBtnAdaptiveClock");
-        QVERIFY(OptionString().endsWith(" -speed adaptive -ir -noLocalhostOnly"));
-        Press("pRBtnFrequency");
-        Choose("pComboBoxFrequency", 1);
-        Press("pCheckBoxInitRegs");
-        Press("pCheckBoxLocalhost");
-        m_dialog->_OnGBoxJTAGTargets(true);
-        Choose("pComboBoxDRPre", 3);
-        QCOMPARE(Field("pLineEditIRPre")->text(), "12");
-        Type("pLineEditIRPre", "9");
-        QCOMPARE(OptionString(),
-            "-select USB=28100001 -device STM32F40 -endian big -if JTAG -speed 5 -noir "
-            "-LocalhostOnly");
-        Accept();
-        ConnectionRecord wanted = RecordOf({kTargetIfJtag, 1, kConnectModeUsb, 3, 5, 0, 0});
-        wanted.LocalhostOnly = wanted.MultipleTargets = 1; // InitRegs stays
-        wanted.USBSerialNo = 28100001;
-        wanted.IRPre = 9;
-        QCOMPARE(std::memcmp(&m_record, &wanted, sizeof wanted), 0);
-
-        m_record.Speed = -1;
-        Open();
-        Press("pRBtnTCPIP");
-        QVERIFY(OptionString().startsWith("-select IP=" + QString(62, 'h') + " -device STM32F40"));
-        Field("pLineEditIP")->clear();
-        m_dialog->_OnLineEditIP();
-        QVERIFY(OptionString().startsWith("-select IP -device STM32F40"));
-        QVERIFY(OptionString().contains(" -speed  -ir")); // the custom row without a text
-        Press("pRBtnAutoSel");
-        QVERIFY(OptionString().contains(" -speed auto -ir"));
-        Press("pRBtnUSB");
-        Type("pLineEditSN", "42949672950");    // one digit too many
-        Field("pLineEditIRPre")->setText("-"); // what is no number reads 0
-        Accept();
-        QCOMPARE(m_record.USBSerialNo, 4294967295U);
-        QCOMPARE(m_record.IRPre, 0);
-    }
-
-    void nothingTypedIsLost_data()
-    {
-        const QList<int> ok{int(Qt::ALT) | Qt::Key_O};
-        const QList<int> usbThenOk{int(Qt::ALT) | Qt::Key_U, ok.first()};
-        AddRows<Typed>({{"  a.example ", "a.example", ok}, {"e", "e", {Qt::Key_Return}},
-            {"usb", "usb", usbThenOk, kConnectModeUsb},
-            {"a\"\r\n[TIF]\x7F\tb", "a[TIF]b", ok}, // would end its line or its quotes
-            {"too long " + QByteArray(10000, 'x'), "too long " + QByteArray(118, 'x'), ok},
-            {QByteArray(126, 'x') + "\u00E4", QByteArray(126, 'x'), ok}, // across the bound
-            {QByteArray("\u00E4").repeated(5000), QByteArray("\u00E4").repeated(63), ok}});
-    }
-
-    void nothingTypedIsLost()
-    {
-        QFETCH(Typed, row);
-        m_record.ConnectMode = kConnectModeTcpIp;
-        Open();
-        Field("pLineEditIP")->setFocus();
-        Field("pLineEditIP")->setText(row.typed);
-        for (const int key : row.keys)
-            QTest::keySequence(QApplication::focusWidget(), QKeySequence(key));
-        QTRY_COMPARE(m_dialog->result(), int(QDialog::Accepted));
-        QCOMPARE(QByteArray(m_record.HostName.data()), row.kept);
-        QVERIFY(!QByteArray(m_record.HostName.data(), 128).contains('h')); // nothing behind it
-        QCOMPARE(m_record.ConnectMode, row.mode);
-    }
-
-    void aLongHostNameIsEditedAsAWhole()
-    {
-        const QString longName(127, 'h');
-        m_record.ConnectMode = kConnectModeTcpIp;
-        Open();
-        QLineEdit *const field = Field("pLineEditIP");
-        Child<QPushButton>("pPBtnCancel")->setFocus();
-        QCOMPARE(field->text(), longName.left(63));
-        field->setFocus();
-        QCOMPARE(field->text(), longName);
-        QTest::keyClick(field, Qt::Key_End);
-        QTest::keyClick(field, Qt::Key_Backspace);
-        QTest::keyClicks(field, "c");
-        InModal([](QWidget *box) { box->findChild<QPushButton *>()->click(); });
-        Press("pPBtnIPInfo");
-        Child<QPushButton>("pPBtnOK")->setFocus();
-        QCOMPARE(field->text(), longName.left(63));
-        Accept();
-        QCOMPARE(QString(m_record.HostName.data()), longName.left(126) + "c");
-    }
-
-    void switchingMovesNothingThatStays()
-    {
-        Open();
-        const QRect ok = Child<QWidget>("pPBtnOK")->geometry();
-        const QSize size = m_dialog->size();
-        Press("pRBtnTCPIP");
-        QCOMPARE(m_dialog->size(), size);
-        QVERIFY(!Child<QWidget>("pCheckBoxSerialNo")->isVisible());
-        Press("pRBtnUSB");
-        for (const int interface : {1, 2, 3}) {
-            QVERIFY(!Child<QWidget>("pRBtnAdaptiveClock")->isEnabled()); // it is for JTAG alone
-            Choose("pComboBoxTIF", 0);
-            Press("pRBtnAdaptiveClock");
-            Choose("pComboBoxDRPre", 6);
-            QVERIFY(Child<QWidget>("pGBoxJTAGTargets")->isVisible());
-            QCOMPARE(m_dialog->width(), size.width());
-            Choose("pComboBoxTIF", interface);
-            QVERIFY(!Child<QWidget>("pGBoxJTAGTargets")->isVisible());
-            QCOMPARE(m_dialog->size(), size);
-            QTRY_COMPARE(Child<QWidget>("pPBtnOK")->geometry(), ok);
-        }
-        Accept();
-        QVERIFY(m_record.UseAdaptive == 0 && m_record.UseMaxSpeed == 1);
-        QCOMPARE(m_record.IRPre, 24);
-    }
-
-    void aDeviceIsChosenFromWhateverTheLibraryLists_data()
-    {
-        AddRows<Choice>({{"big-endian", 7, -1, "RX610 big", "8, RX610 big, 1"},
-            {"without a name", 7, -1, "", "8, STM32F40, 0"}, {"none", 7, -1, {}, "8, STM32F40, 0"},
-            {"less than nothing", -5, -1, {}, "1, STM32F40, 0"},
-            {"more than all memory", INT_MAX, -1, {}, "32769, STM32F40, 0"},
-            {"another cannot be read", 7, 1, "STM32F407IG", "8, STM32F407IG, 0"}});
-    }
-
-    void aDeviceIsChosenFromWhateverTheLibraryLists()
-    {
-        QFETCH(Choice, row);
-        g_library.count = row.count;
-        g_library.brokenIndex = row.brokenIndex;
-        Open();
-        int rows = -1;
-        QString preselected;
-        InModal([&](QWidget *modal) {
-            auto *const dialog = qobject_cast<CDeviceSelectionDialog *>(modal);
-            preselected = dialog->findChild<QLabel *>("pLabelSelectedDevice")->text();
-            rows = dialog->findChild<QTableView *>()->model()->rowCount();
-            dialog->SelectDevice(row.device);
-            row.device.isNull() ? dialog->OnButtonRejectClicked() : dialog->OnButtonAcceptClicked();
-        });
-        Press("pPBtnSelTarget");
-        QCOMPARE(preselected, row.count > 0 ? "STM32F40" : "");
-        Accept();
-        QCOMPARE(
-            QString("%1, %2, %3").arg(rows).arg(m_record.Device.data()).arg(m_record.EndianMode),
-            row.chosen);
-    }
-
-    void everyControlHasAPlaceInTheTabOrder()
-    {
-        m_record = RecordOf({kTargetIfJtag, 0, kConnectModeUsb, 0, 5, 0, 0});
-        m_record.MultipleTargets = 1;
-        Open();
-        QWidget *const first = Child<QWidget>("pRBtnUSB");
-        first->setFocus();
-        QStringList order;
-        do {
-            order << QApplication::focusWidget()->objectName();
-            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-        } while (QApplication::focusWidget() != first && order.size() < 50);
-        QCOMPARE(order.join(u' '),
-            "pRBtnUSB pCheckBoxSerialNo pLineEditSN pLineEditDevice pPBtnSelTarget pComboBoxEndian "
-            "pComboBoxTIF pRBtnFrequency pComboBoxFrequency pGBoxJTAGTargets pComboBoxDRPre "
-            "pLineEditIRPre pPBtnOK pPBtnCancel");
-    }
-
-private:
-    void Open(int options = kHandleScanChain)
-    {
-        m_dialog = std::make_unique<ConfigDialog>(nullptr, "Test", &m_record);
-        m_dialog->SetOptions(options);
-        QVERIFY(QTest::qWaitForWindowActive(m_dialog.get()));
-    }
-
-    void Accept()
-    {
-        Press("pPBtnOK");
-        QCOMPARE(m_dialog->result(), int(QDialog::Accepted));
-    }
-
-    /// Does something inside the next modal box.
-    void InModal(const std::function<void(QWidget *)> &act)
-    {
-        QMetaObject::invokeMethod(
-            this, [act] { act(QApplication::activeModalWidget()); }, Qt::QueuedConnection);
-    }
-
-    QString OptionString() { return Child<QPlainTextEdit>("pTextCommandLine")->toPlainText(); }
-
-    void Press(const char *name) { Child<QAbstractButton>(name)->click(); }
-
-    void Choose(const char *name, int row)
-    {
-        Box(name)->setCurrentIndex(row);
-        emit Box(name)->activated(row);
-    }
-
-    void Type(const char *name, const QString &text)
-    {
-        Field(name)->setFocus();
-        Field(name)->selectAll();
-        QTest::keyClicks(Field(name), text);
-        QTest::keyClick(Field(name), Qt::Key_Tab);
-    }
-
-    template <typename T> T *Child(const char *name) { return m_dialog->findChild<T *>(name); }
-    QLineEdit *Field(const char *name) { return Child<QLineEdit>(name); }
-    QComboBox *Box(const char *name) { return Child<QComboBox>(name); }
-
-    ConnectionRecord m_record{};
-    std::unique_ptr<ConfigDialog> m_dialog;
+    void aDeviceIsChosenFromWhateverTheLibraryLists_data() { AddScripts(kDevices); }
+    void aDeviceIsChosenFromWhateverTheLibraryLists() { RunScript<ConfigScript>(); }
 };
 
 QTEST_MAIN(ConfigDialogTest)

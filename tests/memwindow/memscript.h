@@ -374,20 +374,7 @@ private:
     };
 };
 
-/// Adds the rows of a table. Each is a name, ": " and a script that goes on in indented lines.
-inline void AddScripts(const char *table)
-{
-    QTest::addColumn<QString>("row");
-    const QString text = QString::fromUtf8(table).replace("\n    ", " ");
-    for (const QString &row : text.split(u'\n', Qt::SkipEmptyParts))
-        QTest::newRow(qPrintable(row.section(": ", 0, 0))) << row.section(": ", 1);
-}
-
-/// Runs the table's row in a window of its own.
 inline void RunScript()
 {
-    QFETCH(const QString, row);
-    MemScript script;
-    for (const QString &step : row.split("; "))
-        QCOMPARE(script.Do(step), step);
+    RunScript<MemScript>();
 }
