@@ -14,11 +14,7 @@
 inline OpenProbe::TargetChoice At(
     quint16 port, OpenProbe::TargetKind kind = OpenProbe::TargetKind::Gdb)
 {
-    OpenProbe::TargetChoice choice;
-    choice.kind = kind;
-    choice.host = "127.0.0.1";
-    choice.port = port;
-    return choice;
+    return {kind, 0, "127.0.0.1", port, {}, {}};
 }
 
 /// Time limits as that times the usual: 60 where a peer is to be waited for however busy the

@@ -2,10 +2,11 @@
 
 #include "scriptedpeer.h"
 
+#include <QHostAddress>
+#include <QTcpSocket>
 #include <QtTest>
 
 #include <csignal>
-#include <sys/socket.h>
 #include <unistd.h>
 
 quint16 PeerProcess::FreePort()
@@ -29,17 +30,12 @@ bool PeerProcess::AwaitListener(quint16 port)
 QByteArray PeerProcess::Converse(
     quint16 port, const QByteArray &request, const QByteArray &mark, int marks)
 {
-    const int descriptor = ConnectToLoopback(port);
-    const timeval limit{20, 0};
-    setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    send(descriptor, request.constData(), size_t(request.size()), MSG_NOSIGNAL);
+    QTcpSocket socket;
+    socket.connectToHost(QHostAddress::LocalHost, port);
+    socket.write(request);
     QByteArray all;
-    char block[4096];
-    for (ssize_t got = 1; got > 0 && all.count(mark) < marks;) {
-        got = recv(descriptor, block, sizeof block, 0);
-        all.append(block, std::max<ssize_t>(got, 0));
-    }
-    close(descriptor);
+    while (all.count(mark) < marks && socket.waitForReadyRead(20'000))
+        all += socket.readAll();
     return all;
 }
 

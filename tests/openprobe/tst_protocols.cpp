@@ -51,7 +51,6 @@ private slots:
         QCOMPARE(Meaning("board", 6666), "tcl 0 board 6666");
         QCOMPARE(Meaning("gdb:board:6666"), "gdb 0 board 6666");
         QCOMPARE(Meaning("GDB: board "), "gdb 0 board 1234");
-        QCOMPARE(Meaning("tcl:board:77"), "tcl 0 board 77");
         QCOMPARE(Meaning("tcl:"), "tcl 0 localhost 6666");
         QCOMPARE(Meaning("[fe80::1%eth0]:2331"), "gdb 0 fe80::1%eth0 2331");
         QCOMPARE(Meaning("tcl:[::1]"), "tcl 0 ::1 6666");

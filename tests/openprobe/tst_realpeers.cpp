@@ -11,8 +11,6 @@
 using namespace OpenProbe;
 
 constexpr int kLimitMs = 60'000; // only a failure waits that long
-constexpr quint32 kVector = 0x08000000;
-constexpr quint32 kStack = 0x20008000; // what stands there
 
 static QString TextOf(const QString &process)
 {
@@ -37,7 +35,7 @@ private slots:
         for (const char *const command : {"query-status", "cont", "stop"}) {
             GdbBackend backend(At(target.port));
             QCOMPARE(OpenError(backend), QString());
-            QCOMPARE(Word(backend, kVector), kStack);
+            QCOMPARE(Word(backend, 0x08000000), 0x20008000U); // where the stack begins
             QVERIFY(target.Monitor(command).count("\"return\"") == 2);
             const bool runs = *command == 'c';
             QTRY_COMPARE_WITH_TIMEOUT(target.Runs(), runs, kLimitMs);

@@ -4,6 +4,7 @@
 #include "peerprocess.h"
 #include "probelibrary.h"
 
+#include <QTcpSocket>
 #include <QtTest>
 #include <future>
 #include <unistd.h>
@@ -13,14 +14,10 @@ using namespace OpenProbe;
 /// What opening a peer fails with, without the port.
 static QString OpenErrorAt(TargetKind kind, quint16 port)
 {
-    const auto backend = MakeBackend(At(port, kind));
-    const QString text = OpenError(*backend);
-    backend->Close();
-    return QString(text).remove(QString(":%1").arg(port));
+    return OpenError(*MakeBackend(At(port, kind))).remove(QString(":%1").arg(port));
 }
 
 using Manners = FakeStub::Manners;
-Q_DECLARE_METATYPE(Manners)
 
 static bool ReadsSixteen(Backend &backend)
 {
@@ -238,9 +235,10 @@ private slots:
         // A host that takes no notice of an attempt to connect: its queue of clients is full.
         quint16 port = 0;
         const int listener = ListenOnLoopback(&port, 0);
-        const int first = ConnectToLoopback(port);
+        QTcpSocket first;
+        first.connectToHost("127.0.0.1", port);
+        QVERIFY(first.waitForConnected());
         const QString text = textOf(QString("127.0.0.1:%1").arg(port));
-        close(first);
         close(listener);
         QVERIFY(text.startsWith(QString("127.0.0.1:%1 does not answer within 2 s. ").arg(port)));
     }

