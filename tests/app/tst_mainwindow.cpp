@@ -1,4 +1,4 @@
-// What the main window shows: its menus and tips, its memory window, its boxes and their places,
+// What the main window shows: its tips, its memory window, its boxes and their places,
 // and what a screen reader calls the controls of all windows.
 
 #include "appharness.h"
@@ -19,19 +19,6 @@
 #include <QtWidgets>
 
 namespace {
-
-/// The visible entries with their shortcuts, a menu's own ones in parentheses.
-QString Describe(const QList<QAction *> &actions)
-{
-    QStringList texts;
-    for (const QAction *const action : actions) {
-        const QString keys = action->shortcut().toString();
-        if (action->isVisible())
-            texts << action->text() + (keys.isEmpty() ? keys : u'=' + keys)
-                    + (action->menu() ? u'(' + Describe(action->menu()->actions()) + u')' : "");
-    }
-    return texts.join(", ");
-}
 
 /// What a screen reader calls a control. A combo box goes by its labels: its name is what it shows.
 QString NameOf(QWidget *widget)
@@ -82,20 +69,6 @@ class MainWindowTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void everyActionHasItsShortcut()
-    {
-        AppHarness app;
-        app.StartConnected();
-        QCOMPARE(Describe(app.Window().menuBar()->actions()),
-            "&File(&Exit=Alt+F4), &Target(&Connect, &Disconnect), &Options(&General...), "
-            "&Help(&About...)");
-        QCOMPARE(Describe(app.MemoryWindow()->actions()),
-            "Display &1 Byte Items=Ctrl+1, Display &2 Byte Items=Ctrl+2, Display &4 Byte "
-            "Items=Ctrl+3, &Fill=Ctrl+I, Sav&e, &Go To...=Ctrl+G, Periodic &Refresh...=Ctrl+R, "
-            "&Toolbar, &Copy=Ctrl+C, &Paste=Ctrl+V, Copy &Text, Copy &Hex, Copy &Binary, "
-            "Copy Hex As C &Initializer, &Go Back=Alt+Left, &View Data=Ctrl+D");
-    }
-
     void everyControlHasANameOfItsOwn()
     {
         AppHarness app;
