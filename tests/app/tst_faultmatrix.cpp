@@ -98,7 +98,6 @@ constexpr std::array kLibraryFunctions
         ROW(ReadMemEx, kUsual), ROW(WriteMemEx, kUsual), ROW(DEVICE_GetInfo, kUsual)};
 #undef ROW
 
-enum Step { kConnecting, kRefreshing, kEditing, kSaving, kDisconnecting, kClosing };
 constexpr std::array kStepNames
     = {"connecting", "refreshing", "editing", "saving", "disconnecting", "closing"};
 constexpr std::array kFaultNames = {"missing", "failing", "nonsense", "never returning"};
@@ -156,7 +155,7 @@ private slots:
         constexpr void (FaultMatrixTest::*steps[])()
             = {&FaultMatrixTest::Connect, &FaultMatrixTest::Refresh, &FaultMatrixTest::Edit,
                 &FaultMatrixTest::Save, &FaultMatrixTest::Reconnect, &FaultMatrixTest::Close};
-        for (m_step = 0; m_step <= kClosing && !QTest::currentTestFailed(); ++m_step) {
+        for (m_step = 0; m_step < int(kStepNames.size()) && !QTest::currentTestFailed(); ++m_step) {
             if (m_step == begins)
                 m_function->set(m_app->Hooks(), m_fault);
             (this->*steps[m_step])();

@@ -34,13 +34,9 @@ QString NameOf(QWidget *widget)
 
 bool IsControl(const QWidget *widget)
 {
-    const QWidget *parent = widget->parentWidget();
-    if (qobject_cast<const QComboBox *>(parent) || qobject_cast<const QAbstractItemView *>(parent))
-        return false; // a part of it: its line edit, its headers
-    constexpr std::array kKinds = {"QAbstractButton", "QComboBox", "QLineEdit", "QGroupBox",
-        "QPlainTextEdit", "QAbstractItemView"};
-    return std::any_of(
-        kKinds.begin(), kKinds.end(), [&](const char *kind) { return widget->inherits(kind); });
+    const QWidget *parent = widget->parentWidget(); // of whom a line edit or a corner is a part
+    return (widget->focusPolicy() != Qt::NoFocus || widget->inherits("QAbstractButton"))
+        && !parent->inherits("QComboBox") && !parent->inherits("QAbstractItemView");
 }
 
 /// The controls of a window, hidden ones as well, without a name of their own.
