@@ -51,9 +51,6 @@ private slots:
         // Nothing is loaded for the sake of closing.
         QTest::newRow("never needed a library") << "alone device cancel window" << 0 << kEmptied;
         QTest::newRow("no library, noticed by the window") << "alone" << 1 << kNoLibrary;
-        QTest::newRow("no library, noticed by the worker") << "alone device" << 1 << kNoLibrary;
-        QTest::newRow("no library, told by the window")
-            << "alone xvfb" << 1 << kNoLibrary + kNoLibraryBox;
         QTest::newRow("no library, told by the worker")
             << "alone device xvfb" << 1 << kNoLibrary + kNoLibraryBox;
     }

@@ -252,7 +252,19 @@ private slots:
                 model.setData(model.index(kFilterRow, column), filters[column]);
             const int sorted = Pick(random, -1, kDeviceColumns - 1);
             proxy.sort(sorted);
-            CompareWithTheSlowWay(model, proxy, filters, sorted);
+            std::vector<int> wanted;
+            for (int row = 1; row < model.rowCount(); ++row) {
+                if (IsAccepted(model, row, filters))
+                    wanted.push_back(row);
+            }
+            std::stable_sort(wanted.begin(), wanted.end(), [&](int left, int right) {
+                return sorted >= 0
+                    && CompareDevices(model.Device(left), model.Device(right), sorted) < 0;
+            });
+            std::vector<int> shown;
+            for (int row = 1; row < proxy.rowCount(); ++row)
+                shown.push_back(proxy.mapToSource(proxy.index(row, 0)).row());
+            QCOMPARE(shown, wanted);
             // Nothing is taken down: what is held stays, or goes with its row.
             QVERIFY(removals.isEmpty() && resets.isEmpty() && filterCell.row() == kFilterRow);
             QCOMPARE(held.isValid(), IsAccepted(model, heldRow, filters) || heldRow == kFilterRow);
@@ -261,24 +273,6 @@ private slots:
     }
 
 private:
-    static void CompareWithTheSlowWay(const CDeviceDataModel &model,
-        const CDeviceDataProxyModel &proxy, const QStringList &filters, int sortColumn)
-    {
-        std::vector<int> wanted;
-        for (int row = 1; row < model.rowCount(); ++row) {
-            if (IsAccepted(model, row, filters))
-                wanted.push_back(row);
-        }
-        std::stable_sort(wanted.begin(), wanted.end(), [&](int left, int right) {
-            return sortColumn >= 0
-                && CompareDevices(model.Device(left), model.Device(right), sortColumn) < 0;
-        });
-        std::vector<int> shown;
-        for (int row = 1; row < proxy.rowCount(); ++row)
-            shown.push_back(proxy.mapToSource(proxy.index(row, 0)).row());
-        QCOMPARE(shown, wanted);
-    }
-
     void Open(const std::vector<RanvoDeviceInfo> &records, const QString &name)
     {
         m_dialog = std::make_unique<CDeviceSelectionDialog>();

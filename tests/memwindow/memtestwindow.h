@@ -212,10 +212,6 @@ struct MemTestWindow {
             + (call.zone.isEmpty() ? QString() : u'@' + QString(call.zone));
     }
     QString TakeMessages() { return std::exchange(target.messages, {}).join(u'|'); }
-    QString AddressItems() const
-    {
-        return static_cast<AddressBox *>(addressBox)->Items().join(u' ');
-    }
     static QByteArray ClipboardData(const char *type)
     {
         return QGuiApplication::clipboard()->mimeData()->data(QLatin1String(type));

@@ -65,7 +65,7 @@ ten are remembered: enter 1; enter 2; enter 3; enter 4; enter 5; enter 6; enter 
     enter A; enter B; box? -> closed; addresses? -> B A 9 8 7 6 5 4 3 2
 back: do GoBack; base? -> @0; jump 1000; scroll -2; jump 5000; jump 5004; jump 5008; key Alt+Left;
     base? -> 5000; do GoBack; base? -> 1020; do GoBack; base? -> @0; do GoBack; base? -> @0
-asked for: click @1A; accept 0x3000; do Goto -> Goto 0x2000001A; base? -> 3000; reject 4000;
+asked for: click @1A; accept 0x3000; key Ctrl+G -> Goto 0x2000001A; base? -> 3000; reject 4000;
     do Goto -> Goto 0x00003000; base? -> 4000; accept; do Goto -> Goto 0x00004000; base? -> 4000;
     addresses? -> 4000 0x3000
 given by a host: give Goto 5000; do Goto; base? -> 5000; give Goto 6000,7000; do Goto; base? -> 5000
@@ -93,7 +93,7 @@ a rate: rate 500 ms; title? -> Memory @ 20000000, 500 ms refresh
 by its text: ratetext 1 s; title? -> Memory @ 20000000, 1 s refresh; ratetext 5 S; rate? -> off;
     title? -> Memory @ 20000000
 a host's own interval: interval 300; title? -> Memory @ 20000000, 300 ms refresh; rate? ->
-asked for: accept _5 s; do AutoRefresh -> Periodic Refresh  off; rate? -> 5 s; reject _2 s;
+asked for: accept _5 s; key Ctrl+R -> Periodic Refresh  off; rate? -> 5 s; reject _2 s;
     do AutoRefresh -> Periodic Refresh  5 s; rate? -> 5 s
 given by a host: give AutoRefresh _2 s; do AutoRefresh; rate? -> 2 s; give AutoRefresh _1 s,_5 s;
     do AutoRefresh; rate? -> 2 s
@@ -110,7 +110,8 @@ zones: zones 99 Default,,Data, Secure; menu Data -> 1:10; reads? -> @0+150@Data;
     reads? -> @0+150@Secure; menu Default -> 1:10; reads? -> @0+150; title? -> Memory @ 20000000
 sizes: key Ctrl+3; row? 4 -> 20000040  43424140 47464544  4B4A4948 4F4E4D4C  @ABCDEFGHIJKLMNO;
     checked? View4ByteItems -> yes; key Ctrl+2; row? 4 -> 20000040  4140 4342 4544 4746  4948 4B4A
-    4D4C 4F4E  @ABCDEFGHIJKLMNO
+    4D4C 4F4E  @ABCDEFGHIJKLMNO; key Ctrl+1; checked? View1ByteItems -> yes; form cancel;
+    key Ctrl+I -> 20000000 2000014F 00000150 why not
 widths: do Access2ByteItems; reads? -> @0+150/2; checked? Access2ByteItems -> yes; features 1;
     reads? -> @0+150; checked? AccessAuto -> yes
 the tool bar goes: focus pEditBoxAddr; do ShowToolbar; box? -> closed; toolbar? -> hidden
