@@ -152,13 +152,15 @@ private slots:
         QTimer answers;
         connect(&answers, &QTimer::timeout, this, &FaultMatrixTest::AnswerDialogs);
         answers.start(1);
-        constexpr void (FaultMatrixTest::*steps[])()
+        static constexpr void (FaultMatrixTest::*kSteps[])()
             = {&FaultMatrixTest::Connect, &FaultMatrixTest::Refresh, &FaultMatrixTest::Edit,
                 &FaultMatrixTest::Save, &FaultMatrixTest::Reconnect, &FaultMatrixTest::Close};
         for (m_step = 0; m_step < int(kStepNames.size()) && !QTest::currentTestFailed(); ++m_step) {
             if (m_step == begins)
                 m_function->set(m_app->Hooks(), m_fault);
-            (this->*steps[m_step])();
+            // Called right out of the array, GCC 12's bounds check looks at a wrong index.
+            const auto step = kSteps[m_step];
+            (this->*step)();
         }
         if (QTest::currentTestFailed())
             qInfo("while %s", kStepNames[std::size_t(m_step - 1)]);
