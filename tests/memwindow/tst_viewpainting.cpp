@@ -159,8 +159,11 @@ private slots:
                 DoSomething(s, generator);
             s.window.SetBytesPerItem(1 << Pick(generator, 0, 2));
             s.window.UpdateFromTarget();
-            for (const QString &row : s.Rows())
-                CheckRow(s, row);
+            std::uint64_t address = s.window.BaseAddress();
+            for (const QString &row : s.Rows()) {
+                CheckRow(s, row, address);
+                address += s.window.BytesPerRow();
+            }
             for (const FakeTarget::Call &call : s.target.reads)
                 QVERIFY(call.address + call.length <= kAddressSpaceEnd);
         }
@@ -254,9 +257,10 @@ private slots:
 
 private:
     /// Each byte is shown, but for unread ones and those of an item whose first one is unread.
-    static void CheckRow(MemTestWindow &s, const QString &text)
+    /// A row beyond the address space shows no byte; its address is cut to its eight digits.
+    static void CheckRow(MemTestWindow &s, const QString &text, std::uint64_t address)
     {
-        const std::uint64_t address = text.left(8).toULongLong(nullptr, 16);
+        QCOMPARE(text.left(8).toULongLong(nullptr, 16), address % kAddressSpaceEnd);
         const QStringList items = text.mid(10).split(u' ', Qt::SkipEmptyParts);
         const unsigned itemBytes = unsigned(s.window.BytesPerItem());
         const std::uint64_t known = kAddressSpaceEnd - std::min(address, kAddressSpaceEnd);
