@@ -4,17 +4,10 @@
 #include "appstate.h"
 #include "mainwindow.h"
 #include "probesession.h"
+#include "testfile.h"
 #include "typebyte.h"
 
 #include "configdialog.h"
-
-#include <QAction>
-#include <QDeadlineTimer>
-#include <QDir>
-#include <QLabel>
-#include <QMessageBox>
-#include <QScreen>
-#include <QStatusBar>
 
 #include <mutex>
 
@@ -52,10 +45,9 @@ QString SettingsPath()
 void WriteSettings(const QString &lines)
 {
     QDir().mkpath(QFileInfo(SettingsPath()).path());
-    QFile file(SettingsPath());
-    file.remove();
-    if (!lines.isEmpty() && file.open(QIODevice::WriteOnly))
-        file.write(QString(lines).replace('|', "\r\n").toUtf8() + "\r\n");
+    QFile::remove(SettingsPath());
+    if (!lines.isEmpty())
+        PutFile(SettingsPath(), QString(lines).replace('|', "\r\n").toUtf8() + "\r\n");
 }
 
 } // namespace
@@ -169,8 +161,7 @@ QString AppHarness::TakeCalls()
 
 QByteArray AppHarness::SettingsFile()
 {
-    QFile file(SettingsPath());
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return FileContent(SettingsPath());
 }
 
 void AppHarness::Answer()

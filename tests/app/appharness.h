@@ -2,10 +2,8 @@
 
 #include "faulthooks.h"
 
-#include <QString>
-#include <QStringList>
-#include <QTest>
-#include <QTimer>
+#include <QtTest>
+#include <QtWidgets>
 
 #include <functional>
 #include <memory>

@@ -17,10 +17,7 @@
 
 #include "configdialog.h"
 
-#include <QAction>
-#include <QClipboard>
-#include <QMessageBox>
-#include <QTimer>
+#include <QtWidgets>
 
 #include <csignal>
 #include <cstdio>

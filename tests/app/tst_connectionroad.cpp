@@ -11,13 +11,6 @@
 #include "configdialog.h"
 #include "testsemaphore.h"
 
-#include <QAction>
-#include <QComboBox>
-#include <QDeadlineTimer>
-#include <QLineEdit>
-#include <QPointer>
-#include <QRadioButton>
-
 namespace {
 
 using DialogAnswer = AppHarness::DialogAnswer;

@@ -12,10 +12,6 @@
 #include "cmemdialog.h"
 #include "targetdevice.h"
 
-#include <QAction>
-#include <QDir>
-#include <QScreen>
-
 #include <array>
 #include <atomic>
 #include <thread>
@@ -279,8 +275,11 @@ private:
             QCOMPARE(file.size(), qint64(kSavedBytes));
             QCOMPARE(std::uint8_t(file.read(1).at(0)), TargetByte(kFreeRam));
         }
-        if (Is("ReadMemEx") && IsFaulty() && m_fault != Fault::Nonsense)
+        if (Is("ReadMemEx") && IsFaulty() && m_fault != Fault::Nonsense) {
             QVERIFY(!file.exists()); // it would be a file of nothing
+            if (m_app->MemoryWindow() != nullptr)
+                SOON(m_app->StatusTexts()[kStatusMessage].startsWith("Save: "));
+        }
         SettleConnected();
     }
 

@@ -10,16 +10,8 @@ inline RanvoDeviceInfo MakeRecord(const char *manufacturer, const char *name, st
     std::uint32_t numCores, std::uint32_t flashBytes, std::uint32_t ramBytes,
     std::uint32_t byteOrder = 0)
 {
-    RanvoDeviceInfo record{};
-    record.sizeOfStruct = RANVO_DEVICE_INFO_SIZE;
-    record.manufacturer = manufacturer;
-    record.name = name;
-    record.coreId = coreId;
-    record.numCores = numCores;
-    record.flashSize = flashBytes;
-    record.ramSize = ramBytes;
-    record.byteOrder = byteOrder;
-    return record;
+    return {RANVO_DEVICE_INFO_SIZE, name, manufacturer, coreId, 0, flashBytes, 0, ramBytes,
+        numCores, byteOrder, {}};
 }
 
 inline std::vector<RanvoDeviceInfo> MakeDeviceRecords()

@@ -7,7 +7,6 @@
 #include <QtWidgets>
 
 #include <cstring>
-#include <limits>
 #include <memory>
 
 namespace {
@@ -25,7 +24,7 @@ const QStringList kNumbers
               "IRPre EndianMode")
           .split(u' '); // of the record, in its order
 
-constexpr const char *kRecords = R"(
+constexpr const char *kScripts = R"(
 custom row without a text: open UseMaxSpeed=0 Speed=-1; lists? -> -1 , Little Endian, SWD, 0; ok? ->
 the last looked for: open UseMaxSpeed=0 Speed=10; lists? -> 2 10, Little Endian, SWD, 0; ok? ->
 not looked for, so twice: open UseMaxSpeed=0 Speed=20; lists? -> 0 20, Little Endian, SWD, 0; ok? ->
@@ -45,9 +44,6 @@ too little: open TargetIF=-1 EndianMode=-1 ConnectMode=-2 DRPre=-99; lists? -> 2
     Endian, SWD, 0; ok? -> ConnectMode=1 TargetIF=1 DRPre=0 EndianMode=0
 a custom speed stays until the program ends: open UseMaxSpeed=0 Speed=777; open Speed=5; choose
     ComboBoxFrequency 0; lists? -> 0 777, Little Endian, SWD, 0; ok? -> Speed=777
-)";
-
-constexpr const char *kChoices = R"(
 every one: open; options 7; press CheckBoxSerialNo; enabled? LineEditSN ->; text? TextCommandLine ->
     -select USB -device STM32F40 -endian little -if SWD -speed auto -ir -noLocalhostOnly; press
     CheckBoxSerialNo; focus LineEditSN; key Ctrl+A; type 2x8-1+0'0 001; key Tab; choose ComboBoxTIF
@@ -86,9 +82,6 @@ the Tab key finds each control: open TargetIF=0 MultipleTargets=1 UseMaxSpeed=0;
     pRBtnUSB pCheckBoxSerialNo pLineEditSN pLineEditDevice pPBtnSelTarget pComboBoxEndian
     pComboBoxTIF pRBtnFrequency pComboBoxFrequency pGBoxJTAGTargets pComboBoxDRPre pLineEditIRPre
     pPBtnOK pPBtnCancel
-)";
-
-constexpr const char *kDevices = R"(
 big-endian: open; modal RX610 big; press PBtnSelTarget -> 8 STM32F40; ok? -> EndianMode=1
     Device=RX610 big
 without a name: open; modal; press PBtnSelTarget -> 8 STM32F40; ok? ->
@@ -289,14 +282,8 @@ class ConfigDialogTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void aRecordIsShownAndStored_data() { AddScripts(kRecords); }
-    void aRecordIsShownAndStored() { RunScript<ConfigScript>(); }
-
-    void whatIsChosenAndTypedReachesTheRecord_data() { AddScripts(kChoices); }
-    void whatIsChosenAndTypedReachesTheRecord() { RunScript<ConfigScript>(); }
-
-    void aDeviceIsChosenFromWhateverTheLibraryLists_data() { AddScripts(kDevices); }
-    void aDeviceIsChosenFromWhateverTheLibraryLists() { RunScript<ConfigScript>(); }
+    void whatIsShownChosenAndTypedReachesTheRecord_data() { AddScripts(kScripts); }
+    void whatIsShownChosenAndTypedReachesTheRecord() { RunScript<ConfigScript>(); }
 };
 
 QTEST_MAIN(ConfigDialogTest)

@@ -5,9 +5,7 @@
 #include "deadline.h"
 #include "targetchoice.h"
 
-#include <QByteArray>
-#include <QString>
-#include <QtEndian>
+#include <QtCore>
 
 // Back ends in the words of Qt, for tests that drive one directly.
 

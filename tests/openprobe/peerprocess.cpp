@@ -2,8 +2,7 @@
 
 #include "scriptedpeer.h"
 
-#include <QHostAddress>
-#include <QTcpSocket>
+#include <QtNetwork>
 #include <QtTest>
 
 #include <csignal>

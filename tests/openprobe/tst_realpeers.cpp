@@ -88,10 +88,8 @@ private slots:
         PeerProcess high; // an ordinary program: position independent, far above 4 GiB
         QVERIFY(high.Start({"sleep", "1000"}));
         const QString id = QString::number(high.Id());
-        const QString tooHigh
-            = "Process %1 has no memory below 4 GiB. Build the program with -no-pie, "
-              "or for 32 bits.";
-        QTRY_COMPARE_WITH_TIMEOUT(TextOf(id), tooHigh.arg(id), kLimitMs);
+        const QString tooHigh = "Process " + id + " has no memory below 4 GiB. ";
+        QTRY_VERIFY_WITH_TIMEOUT(TextOf(id).startsWith(tooHigh), kLimitMs);
         high.Kill();
         QCOMPARE(TextOf(id), unknown.arg(id));
         if (geteuid() != 0 && QFileInfo("/proc/1").ownerId() == geteuid())

@@ -89,10 +89,8 @@ private:
     {
         QProcess process;
         process.setWorkingDirectory(folder);
-        process.start("bash",
-            {"-c",
-                "PROBE_CALLS='" + calls + "' LD_LIBRARY_PATH=. exec -a '" + name + "' '" + m_driver
-                    + "'"});
+        const QString command = "PROBE_CALLS='%1' LD_LIBRARY_PATH=. exec -a '%2' '%3'";
+        process.start("bash", {"-c", command.arg(calls, name, m_driver)});
         process.waitForFinished();
         m_status = process.exitCode();
         return QString(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);

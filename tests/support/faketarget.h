@@ -3,9 +3,7 @@
 #include "memcallbacks.h"
 #include "memtypes.h"
 
-#include <QByteArray>
-#include <QHash>
-#include <QStringList>
+#include <QtCore>
 
 #include <chrono>
 #include <cstdint>

@@ -6,15 +6,14 @@
 
 #include <cstdint>
 #include <optional>
-#include <span>
 
 /// Writes a whole file of target memory. @return whether it is on the disk
 inline bool WriteMemoryFile(const QString &path, const QByteArray &bytes)
 {
     MemFileWriter writer;
     return writer.Open(path)
-        && writer.Write({reinterpret_cast<const std::uint8_t *>(bytes.data()),
-            static_cast<std::size_t>(bytes.size())})
+        && writer.Write(
+            {reinterpret_cast<const std::uint8_t *>(bytes.data()), std::size_t(bytes.size())})
         && writer.Commit();
 }
 

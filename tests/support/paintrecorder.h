@@ -1,9 +1,6 @@
 #pragma once
 
-#include <QImage>
-#include <QPaintEngine>
-#include <QPainter>
-#include <QWidget>
+#include <QtWidgets>
 
 /// An image that stays empty and notes the texts drawn on it.
 class PaintRecorder : public QImage {
