@@ -66,7 +66,7 @@ AppHarness::~AppHarness()
 {
     DestroyWindow();
     ClearHooks(Hooks());
-    // Or the thread that closes the probe would come late and close the next window's.
+    // Otherwise a Close that is still running could close the probe of the next window.
     if (!Soon([] { return APP_State().workerExited.load() != 0 && !PROBE_IsClosingAtEnd(); }))
         qFatal("the worker did not end, or the probe was not closed");
 }

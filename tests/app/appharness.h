@@ -23,7 +23,7 @@ class QAction;
 
 /// The real main window over the fault probe: answers its dialogs and boxes, records what it shows.
 ///
-/// One at a time. The settings file and the hooks are fresh for each.
+/// Only one exists at a time. Each starts with its own settings file and without hooks.
 class AppHarness {
 public:
     enum class DialogAnswer { Accept, Reject };
@@ -33,7 +33,8 @@ public:
     /// Closes the window, lets blocked calls go and waits for the worker's end.
     ~AppHarness();
 
-    /// Done in the next connection dialog before it is answered so; later ones are answered alike.
+    /// Answers the next connection dialog and all later ones like this.
+    /// @param edit  called in the next dialog before the answer
     void AnswerDialog(DialogAnswer answer, std::function<void(ConfigDialog &)> edit = {});
     /// While false, boxes stay open until it is set again.
     void AnswerBoxes(bool answer) { m_answerBoxes = answer; }
@@ -53,7 +54,7 @@ public:
     CHexEditor *MemoryWindow() const;
     /// The fields of the status bar.
     QStringList StatusTexts() const;
-    /// Null when there is none of that text.
+    /// The action with that text, or null.
     QAction *Action(const QString &text) const;
     /// Triggers an entry of the main window's menus.
     void Trigger(const QString &text) const;
@@ -64,14 +65,14 @@ public:
     /// Boxes as "Error|text" or "Warning|text", in the order they were shown. One that was not
     /// wholly on its parent's screen says so in front.
     const QStringList &Boxes() const { return m_boxes; }
-    /// The same; they count as not shown from now on.
+    /// Returns the same and forgets them.
     QStringList TakeBoxes();
     /// How many message boxes are visible at this moment.
     static int VisibleBoxes();
 
     FaultHooks &Hooks() { return *FAULT_Hooks(); }
     /// The library calls since the last look as "Name argument argument", with commas between them,
-    /// without those that are made again and again.
+    /// without the calls that the program repeats by a timer.
     QString TakeCalls();
     /// The bytes of the settings file; empty when there is none.
     static QByteArray SettingsFile();

@@ -114,7 +114,7 @@ private slots:
         QCOMPARE(g_opens.load(), 2);
         QCOMPARE(app.Boxes(), QStringList());
 
-        g_openSucceeds = false; // however soon it fails: accepting a change is one attempt
+        g_openSucceeds = false; // accepting a change is one attempt, however soon it fails
         g_letGo.Release();
         Configure(app, DialogAnswer::Accept, ChooseOtherByteOrder);
         SOON_COMPARE(app.Boxes(), QStringList("Error|Could not connect to Ranvo:\nlet go"));
@@ -123,7 +123,7 @@ private slots:
         QVERIFY(g_entered.Acquire(1, kLimit));
         app.Trigger("&Connect");
         QVERIFY(g_entered.Acquire(1, kLimit));
-        for (int press = 0; press < 40; ++press) // while it hangs, they are the same attempt
+        for (int press = 0; press < 40; ++press) // presses during a hanging attempt start no other
             app.Trigger("&Connect");
         g_letGo.Release();
         AwaitIdleWorker();
@@ -155,7 +155,7 @@ private slots:
     }
 
 private:
-    /// What has been asked of the worker is done.
+    /// Waits until the worker has done all its jobs.
     static void AwaitIdleWorker()
     {
         static TestSemaphore done;

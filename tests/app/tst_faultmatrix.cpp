@@ -24,7 +24,7 @@ enum class Fault { Missing, Failing, Nonsense, NeverReturning };
 
 /// One at a time. Written before the hook that reads it.
 Fault g_fault = Fault::Missing;
-/// Whether calls that do not return stay inside; those that did fail when it becomes false.
+/// While true, calls with the fault NeverReturning wait; when it becomes false they fail.
 std::atomic<bool> g_holdsCalls = false;
 const std::thread::id kGuiThread = std::this_thread::get_id();
 
@@ -164,7 +164,7 @@ private slots:
 
     void cleanup()
     {
-        m_app->DestroyWindow(); // before a failure comes back that nobody is there to see
+        m_app->DestroyWindow(); // now, so that the dialogs of a failed step are closed
         g_holdsCalls = false;
         g_holdsCalls.notify_all();
         m_app.reset();
@@ -276,7 +276,7 @@ private:
             QCOMPARE(std::uint8_t(file.read(1).at(0)), TargetByte(kFreeRam));
         }
         if (Is("ReadMemEx") && IsFaulty() && m_fault != Fault::Nonsense) {
-            QVERIFY(!file.exists()); // it would be a file of nothing
+            QVERIFY(!file.exists()); // nothing could be read, so nothing is saved
             if (m_app->MemoryWindow() != nullptr)
                 SOON(m_app->StatusTexts()[kStatusMessage].startsWith("Save: "));
         }

@@ -32,7 +32,8 @@ QString NameOf(QWidget *widget)
 
 bool IsControl(const QWidget *widget)
 {
-    const QWidget *parent = widget->parentWidget(); // of whom a line edit or a corner is a part
+    // A combo box's line edit or a table's corner is no control of its own.
+    const QWidget *parent = widget->parentWidget();
     return (widget->focusPolicy() != Qt::NoFocus || widget->inherits("QAbstractButton"))
         && !parent->inherits("QComboBox") && !parent->inherits("QAbstractItemView");
 }
@@ -138,7 +139,7 @@ private slots:
         QWidget *about = nullptr;
         bool isPlaced = false;
         int visibleBoxes = -1;
-        QTimer look; // inside what is open
+        QTimer look; // runs in the event loop of the open dialog
         connect(&look, &QTimer::timeout, &look, [&] {
             QWidget *const modal = QApplication::activeModalWidget();
             if (modal != nullptr && about == nullptr) {
@@ -162,13 +163,13 @@ private slots:
         app.Trigger("&About...");
         QVERIFY(isPlaced);
         QCOMPARE(visibleBoxes, 1);
-        QCOMPARE(app.Boxes().size(), int(kMaxReports)); // the first ones, cut
+        QCOMPARE(app.Boxes().size(), int(kMaxReports)); // the first reports, shortened
         QCOMPARE(app.Boxes()[0], "Error|first");
         QCOMPARE(app.Boxes()[1], "Warning|0" + QString(kReportTextSize - 2, u'x'));
         QCOMPARE(app.Boxes()[2].left(10), "Warning|1x");
 
         app.AnswerBoxes(false);
-        APP_ShowError("open"); // and closing ends it, and shows no other
+        APP_ShowError("open"); // closing the window ends this box and shows no further one
         APP_ShowError("never shown");
         QTimer close;
         connect(&close, &QTimer::timeout, &close, [&] {

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int kPatienceMs = 60'000; // only what hangs takes so long
+constexpr int kPatienceMs = 60'000; // reached only when the program hangs
 
 const QByteArray kEmptied = "clipboard emptied\n";
 const QByteArray kUnloaded = "library destructors\n";
@@ -64,7 +64,7 @@ private slots:
         environment.insert("HOME", home.path());
         environment.insert("PELIMO_DRIVE", drive);
         QDir(home.path()).mkpath(".config");
-        if (drive.contains("device")) // else the library is asked for its first
+        if (drive.contains("device")) // otherwise the program asks the library for its first device
             PutFile(home.filePath(".config/TOLVEN\\drivenprogramSettings.ini"),
                 "[CPU]\r\nDevice=\"SIM-M4\"\r\n");
         std::optional<OwnDisplay> display;

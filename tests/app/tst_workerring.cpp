@@ -14,14 +14,14 @@ namespace {
 
 constexpr std::chrono::seconds kLimit{20}; // only a failure waits so long
 
-TestSemaphore g_blocked; // released by the worker once it sits in a blocking job
+TestSemaphore g_blocked; // released by the worker when it has begun a blocking job
 TestSemaphore g_unblock; // lets it go on
 TestSemaphore g_done;
 std::vector<int> g_order; // written by the worker, read after g_done
 
 Job HandlerJob(void (*handler)(Job *), int number = 0)
 {
-    // No kind that the worker knows. The number travels in the result, which is for checks alone.
+    // The worker knows no job of this kind. The result carries the number, for the checks.
     return {static_cast<JobKind>(99), number, handler, {}, nullptr};
 }
 
@@ -50,7 +50,7 @@ private slots:
         static Job own = HandlerJob(NoteOrder, -1);
         Job holder = HandlerJob([](Job *) {
             Block(nullptr);
-            WORKER_PostJob(&own); // every slot is taken: waiting here would be for ever
+            WORKER_PostJob(&own); // every slot is taken: the worker would wait for itself
             WORKER_PostJob(&own);
         });
         Job refused = HandlerJob(NoteOrder, -2);
@@ -61,7 +61,7 @@ private slots:
             g_order.clear();
             WORKER_PostJob(&holder);
             QVERIFY(g_blocked.Acquire(1, kLimit));
-            for (unsigned i = 0; i < kRingSlots - 1; ++i) // the holder keeps its own
+            for (unsigned i = 0; i < kRingSlots - 1; ++i) // the running job occupies one slot
                 QCOMPARE(WORKER_PostJobWithin(&jobs[i], 1), SYS_WAIT_OK);
             QCOMPARE(WORKER_PostJobWithin(&refused, 5), SYS_WAIT_TIMEOUT);
             TestSemaphore entered;

@@ -150,7 +150,7 @@ private:
                         + Short(QString(whole).remove(QRegularExpression("\\x00+$")));
         }
     }
-    /// With x*99 for as many x.
+    /// Ten or more equal characters are written as x*99.
     static QString Short(QString text)
     {
         const auto run = QRegularExpression("(.)\\1{9,}").match(text);

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// What the rules say, worked out the slow way.
+/// The rules of the filters, as plain code without caches.
 bool IsAccepted(const QAbstractItemModel &model, int row, const QStringList &patterns)
 {
     for (int column = 0; column < kDeviceColumns; ++column) {
@@ -94,7 +94,7 @@ private slots:
         TypeFilter("f40*"); // no name begins so
         QTRY_COMPARE(m_table->model()->rowCount(), 1);
         TypeFilter("*7ig");
-        // No wait: what was typed last counts even if the editor closes at once.
+        // No waiting here: the last typed character counts although the editor closes at once.
         QTest::keyClick(Editor(kDeviceColumn), Qt::Key_Return);
         QCOMPARE(m_table->model()->rowCount(), 2);
         QCOMPARE(Selected(), "STM32F407IG");
@@ -265,7 +265,8 @@ private slots:
             for (int row = 1; row < proxy.rowCount(); ++row)
                 shown.push_back(proxy.mapToSource(proxy.index(row, 0)).row());
             QCOMPARE(shown, wanted);
-            // Nothing is taken down: what is held stays, or goes with its row.
+            // The model never loses rows by a reset: an index stays valid, or becomes invalid with
+            // its row.
             QVERIFY(removals.isEmpty() && resets.isEmpty() && filterCell.row() == kFilterRow);
             QCOMPARE(held.isValid(), IsAccepted(model, heldRow, filters) || heldRow == kFilterRow);
             QVERIFY(!held.isValid() || proxy.mapToSource(held).row() == heldRow);

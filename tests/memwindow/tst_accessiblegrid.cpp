@@ -50,7 +50,7 @@ private slots:
         QVERIFY(Hears("row 00000000 41 42 43 not readable 45 46 47 48 49 4A 4B 4C 4D 4E 4F 50 "
                       "ABC.EFGHIJKLMNOP\n"));
         QVERIFY(Hears(QStringLiteral("rows on show %1.0").arg(w.window.VisibleRows())));
-        QVERIFY(w.target.reads.empty()); // told from what is on show
+        QVERIFY(w.target.reads.empty()); // the answer came from the shown bytes
         w.Key(Qt::Key_Down);
         QVERIFY(Hears("focus 00000010 52"));
         w.Key(Qt::Key_Right, Qt::ShiftModifier);
@@ -66,7 +66,7 @@ private slots:
         QCOMPARE(w.TakeWrites(), "12:7E");
 
         m_heard.clear();
-        w.target.Set(0x40, 0x99); // elsewhere: nobody is told
+        w.target.Set(0x40, 0x99); // not under the cursor, so no event is sent
         w.Tick();
         w.target.Set(0x12, 0x9A);
         w.Tick();

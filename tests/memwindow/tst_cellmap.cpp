@@ -1,5 +1,5 @@
-// How many bytes fit the view, which cell stands for which of them, and a
-// row's text in a buffer of any size.
+// How many bytes fit the view, which cell stands for which byte, and the text of a row in a buffer
+// of any size.
 
 #include "cellmap.h"
 #include "linecomposer.h"
@@ -80,7 +80,7 @@ private slots:
             QVERIFY(cells.CellAddress(wild) <= kLastAddress);
             QVERIFY(cells.ItemStart(address) <= address && cells.ItemEnd(address) >= address);
             QVERIFY(cells.ItemEnd(address) - cells.ItemStart(address) < unsigned(bytesPerItem));
-            geometry.SetBytesPerItem(0); // a size that nobody knows shows nothing
+            geometry.SetBytesPerItem(0); // an unknown size shows nothing
             QCOMPARE(geometry.BytesPerPage() + unsigned(geometry.TextColumnStart()), 0U);
         }
     }

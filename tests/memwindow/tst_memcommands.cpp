@@ -1,5 +1,5 @@
 // The commands of menu and tool bar: copying and pasting, jumps, the refresh, sizes and zones; and
-// what a window keeps of them, also in a file that somebody else has written.
+// what a window saves of them and reads back, also from a damaged settings file.
 
 #include "memscript.h"
 #include "windowsettings.h"
@@ -179,7 +179,7 @@ private slots:
         c.addressBox->showPopup();
         c.TickAndChange(20); // leaves it alone
         QVERIFY(c.addressBox->view()->isVisible());
-        QTest::keyClick(c.addressBox->view(), Qt::Key_Down); // browsing is no jump
+        QTest::keyClick(c.addressBox->view(), Qt::Key_Down); // does not jump
         QCOMPARE(c.window.BaseAddress(), 0x2050U);
         c.addressBox->hidePopup();
         emit c.addressBox->activated(0); // chosen although it is current already
@@ -212,7 +212,7 @@ private slots:
             for (const QAction *action : w.window.actions()) {
                 for (const qreal scale : {1.0, 1.5, 2.0}) {
                     const QImage picture = action->icon().pixmap(QSize(16, 16), scale).toImage();
-                    QCOMPARE(picture.size(), QSize(16, 16) * scale); // not blown up
+                    QCOMPARE(picture.size(), QSize(16, 16) * scale); // drawn for this size
                     int inked = 0;
                     for (int i = 0; i < picture.width() * picture.height(); ++i) {
                         const QColor ink

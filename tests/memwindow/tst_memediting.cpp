@@ -199,7 +199,7 @@ private slots:
         QTRY_VERIFY(!t.target.writes.empty());
         QVERIFY2(clock.elapsed() >= 490, "earlier than a pause in the typing");
         QCOMPARE(t.Do("sent?"), "sent? -> @100:4142 @110:C0");
-        QCOMPARE(t.Do("reads?"), "reads? -> @0+150"); // one look at what the target holds now
+        QCOMPARE(t.Do("reads?"), "reads? -> @0+150"); // one read of what the target holds now
         QCOMPARE(t.Do("item? @101"), "item? @101 -> 42");
     }
 };

@@ -169,7 +169,7 @@ private slots:
             // Much is selected, and what is pasted goes to the start of the space.
             c.Run("goto FF000000; hold Shift; key Ctrl+Shift+End; release Shift; goto 0");
             c.PutOnClipboard(kBinary, QByteArray(16 * 1024 * 1024, 'p'));
-            c.target.callTakesMs = 60; // minutes, if nobody ends it
+            c.target.callTakesMs = 60; // takes minutes unless it is cancelled
             QTimer watch;
             connect(&watch, &QTimer::timeout, &watch, [&] {
                 auto *dialog = qobject_cast<QProgressDialog *>(QApplication::activeModalWidget());

@@ -49,7 +49,7 @@ private slots:
                     written[run.address + i] = run.data[i];
             }
             QVERIFY(written == model);
-            QVERIFY(pending.IsEmpty()); // what was handed out once is not written again
+            QVERIFY(pending.IsEmpty()); // bytes that were taken once are not written again
         }
     }
 };

@@ -7,7 +7,7 @@
 
 #include <QtCore>
 
-// Back ends in the words of Qt, for tests that drive one directly.
+// Qt's types around the functions of a back end, for tests that drive one directly.
 
 inline OpenProbe::TargetChoice At(
     quint16 port, OpenProbe::TargetKind kind = OpenProbe::TargetKind::Gdb)

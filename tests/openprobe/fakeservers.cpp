@@ -108,12 +108,12 @@ void FakeStub::Serve(ScriptedPeer &peer)
             peer.Send(Packet(m_manners.interruptAnswer));
             continue;
         }
-        // What a client sent before it went counts, even if nobody is left to take the replies.
+        // Requests that a client sent before it left are served, although nobody takes the replies.
         if (acks)
             peer.Send(m_manners.refusals-- > 0 ? "-" : "+");
         if (acks && m_manners.refusals >= 0)
             continue;
-        // A target that prints does so when it runs, and before anybody looks.
+        // A target that prints has printed before the client asks.
         if (request == "c" && m_manners.printedPackets > 0)
             peer.Send(
                 Packet("O" + QByteArray("61").repeated(1000)).repeated(m_manners.printedPackets));

@@ -6,8 +6,8 @@
 #include <atomic>
 #include <mutex>
 
-/// A small debug stub with 4 KiB of memory at 0x1000 that can be told to be difficult. It notes
-/// every offence against the rules of the protocol that a stop-mode stub cannot forgive.
+/// A small debug stub with 4 KiB of memory at 0x1000; its manners say how it misbehaves. It notes
+/// every request that breaks the protocol's rules for a stub which stops its target.
 class FakeStub {
 public:
     struct Manners {
@@ -19,7 +19,7 @@ public:
         int printedPackets = 0; ///< so many packets of text come with each "c"
         int badChecksums = 0;   ///< so many replies are damaged at first sending
         int refusals = 0;       ///< so many requests are refused with "-" first
-        /// Brings the reply to a request to the client, or whatever becomes of it on the way;
+        /// Sends the reply to a request, or something else instead of it;
         /// false: hangs up. Empty: as it is.
         std::function<bool(ScriptedPeer &peer, const QByteArray &request, const QByteArray &reply)>
             deliver = {};
@@ -66,7 +66,7 @@ using TclAnswer = std::function<QByteArray(const QByteArray &command)>;
 QByteArray PoliteTclAnswer(const QByteArray &command);
 quint8 TclMemory(quint32 address);
 
-/// Brings what a server sends to the client: the answer, or whatever becomes of it on the way.
+/// Sends a server's answer to the client, or something else instead of it.
 using TclDelivery = std::function<bool(ScriptedPeer &peer, const QByteArray &answer)>;
 
 /// Serves one connection: takes the numbered requests apart and puts the numbers before the

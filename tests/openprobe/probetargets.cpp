@@ -15,8 +15,8 @@ struct QemuMachine {
     TargetPlaces places;
 };
 
-// They differ where it hurts: byte order, address spaces, cores, width of an address, where RAM
-// lies.
+// They differ in byte order, address spaces, number of cores, width of an address and the place
+// of RAM.
 static const QemuMachine kMachines[] = {
     {"arm", "qemu-system-arm -M netduinoplus2 -kernel demo.elf",
         {.holeBehind = 0x2002FFC0, .holeInFront = 0x07FFFFC0, .coreId = 0x410FC240}},

@@ -2,7 +2,7 @@
 
 #include "peerprocess.h"
 
-/// Where a target has what the tests look for.
+/// The addresses of a target that the tests use.
 struct TargetPlaces {
     quint32 quiet = 0x20009000;       ///< 4 KiB that the target leaves alone
     quint32 big = 0x20010000;         ///< 64 KiB of readable memory
@@ -20,9 +20,9 @@ public:
 
     /// Starts it from scratch, at the same place. False when it does not come up.
     virtual bool Start() = 0;
-    /// Ends it without a good-bye, as a pulled plug does.
+    /// Ends it at once, without closing connections.
     virtual void Kill() = 0;
-    /// Whether the target's program runs, asked past the library.
+    /// Whether the target's program runs; asked without the library.
     virtual bool Runs() { return true; }
     /// Empty when the program that this target needs is installed, else a sentence that says that
     /// it is not.

@@ -51,13 +51,13 @@ static QByteArray Bytes(quint32 address, int count, quint32 width = 0)
     return got == count ? data : "result " + QByteArray::number(got);
 }
 
-// However busy the machine is: the peer is waited for. Counts from the next Open on.
+// Gives the peer more time, for a busy machine. Takes effect at the next Open.
 static void BePatient(bool patient)
 {
     qputenv("OPENPROBE_PATIENCE", patient ? "60" : "1");
 }
 
-/// What every target has to do, whatever the road to it.
+/// The behaviour that all kinds of targets have in common.
 class ProbeSuite : public QObject {
     Q_OBJECT
 private slots:
@@ -81,7 +81,7 @@ private slots:
 
     void cleanup()
     {
-        Thaw(); // whatever has failed
+        Thaw(); // also when a test has failed
         RANVOARM_Close();
         QCOMPARE(RANVOARM_IsConnected(), 0);
         QTRY_VERIFY_WITH_TIMEOUT(m_target->Runs(), kLimitMs);
@@ -222,12 +222,12 @@ private slots:
         freezes ? m_target->answerer->Signal(SIGSTOP) : m_target->Kill();
         QTRY_COMPARE_WITH_TIMEOUT(Bytes(m_at.quiet, 640), "result -1", kLimitMs);
         QTRY_COMPARE_WITH_TIMEOUT(RANVOARM_IsConnected(), 0, kLimitMs);
-        for (int i = 0; i < 1161; ++i) // what the window makes of one failing page
+        for (int i = 0; i < 1161; ++i) // as many as the window makes for one failing page
             QCOMPARE(Bytes(m_at.quiet, 4, 4), "result -1");
         QCOMPARE(WriteBytes(m_at.quiet, "ZZZZ"), -1);
         QVERIFY(freezes ? !OpenError().isEmpty() : m_target->Start());
         Thaw();
-        QTRY_COMPARE_WITH_TIMEOUT(OpenError(), "", kLimitMs); // nobody calls Close after a loss
+        QTRY_COMPARE_WITH_TIMEOUT(OpenError(), "", kLimitMs); // without a Close after the loss
         QCOMPARE(Bytes(m_at.quiet, 640).size(), 640);
     }
 

@@ -19,8 +19,8 @@ static QString TextOf(const QString &process)
     return library.Open();
 }
 
-/// What only a real emulator, a real debug server or a process can show, beyond what every target
-/// has to do.
+/// Behaviour that needs a real emulator, a real debug server or a process, and that not all targets
+/// have in common.
 class RealPeersTest : public QObject {
     Q_OBJECT
 private slots:
@@ -74,7 +74,7 @@ private slots:
         const quint32 halted = Word(backend, target.places.counter);
         QCOMPARE(WriteWord(backend, 0x20000038, 0), 4);
         QCOMPARE(Word(backend, target.places.counter), halted);
-        target.board.Kill(); // a core without power is no hole
+        target.board.Kill(); // a core without power counts as lost, not as a hole
         QTRY_VERIFY_WITH_TIMEOUT(
             Bytes(backend, 0x20000000, 640) == "result -1" && !backend.Alive(), kLimitMs);
         backend.Close();
@@ -101,7 +101,7 @@ private slots:
     void aProcessIsFoundByNameAndItsEndIsNoticed()
     {
         const QTemporaryDir directory;
-        const QString name = "pt" + QString::number(getpid()); // unlike any other's
+        const QString name = "pt" + QString::number(getpid()); // no other process has this name
         ProcessTarget one;
         ProcessTarget two;
         one.program = two.program = directory.filePath(name);

@@ -26,7 +26,7 @@ static bool ReadsSixteen(Backend &backend)
 
 /// A connection in which `use` reads and writes, from its beginning to its end.
 /// @param kinds  an expression for requests
-/// @return how it went, those requests that the stub was asked, and what the target does then
+/// @return "good" or "failed", the requests of these kinds, and whether the target runs afterwards
 static QString Course(FakeStub &stub, const QString &kinds,
     const std::function<bool(Backend &)> &use = ReadsSixteen, const CancelSignal &cancel = {})
 {
@@ -115,7 +115,7 @@ private slots:
             "good c interrupt halted"); // a breakpoint that was faster than the interrupt
         const char *const debugServer = "PacketSize=1000;qXfer:memory-map:read+";
         QVERIFY(course({.features = debugServer, .stopAnswer = "T02"})
-                    .startsWith("good c ")); // its halt was for us
+                    .startsWith("good c ")); // it halted because we connected
         QCOMPARE(course({.features = debugServer, .stopAnswer = "T05"}), "good halted");
         QCOMPARE(course({.stopAnswer = "T02"}), "good halted");
     }
@@ -132,7 +132,7 @@ private slots:
                 if (request == place)
                     cancel.Raise();
                 peer.Send(half && request == place ? reply.left(3) : reply);
-                return true; // whoever went asked for something before
+                return true; // requests sent before the client left are still served
             };
             if (place.isEmpty())
                 cancel.Raise();

@@ -67,7 +67,7 @@ private slots:
         QCOMPARE(Bytes(*backend, 0x20000040, 14), "UP 000:00:01.3");
         QCOMPARE(Word(*backend, 0x20000410), 0x20000410U); // it holds its own address
         QCOMPARE(Bytes(*Connected(SimBackend::kBigEndian), 0x20000410, 4).toHex(), "20000410");
-        constexpr quint64 kYear = 365ULL * 24 * 3600 * 1000; // is caught up with at once
+        constexpr quint64 kYear = 365ULL * 24 * 3600 * 1000; // it catches up at once
         s_nowMs += kYear;
         QCOMPARE(Word(*backend, 0x20000020), quint32(1'000'066 + kYear));
     }
@@ -78,7 +78,7 @@ private slots:
         const quint32 base = SimTarget::kPeripherals;
         QCOMPARE(Bytes(*backend, base + 0x3001, 7, 4), "\1\2\2\4\4\4\4"); // the access's width
         QCOMPARE(char(Word(*backend, base + 0x1000)), 'T'); // each read takes one character out
-        QCOMPARE(Bytes(*backend, base + 0x0FFC, 8, 4), "result -1"); // nor is the register read
+        QCOMPARE(Bytes(*backend, base + 0x0FFC, 8, 4), "result -1"); // and the register is not read
         QCOMPARE(char(Word(*backend, base + 0x1000)), 'h');
         s_nowMs += 1000;
         QCOMPARE(Word(*backend, base + 0x4), 8U); // cleared by the read

@@ -80,7 +80,7 @@ static void Run(const UnrulyLine &line, int replies, MakeBackend makeBackend, Me
         backend->Close();
         ++losses;
     }
-    QVERIFY2(good > replies / 50 && losses > replies / 500, // both kinds of lines were there
+    QVERIFY2(good > replies / 50 && losses > replies / 500, // good and bad lines both occurred
         qPrintable(QString("%1 reads, %2 losses").arg(good).arg(losses)));
 }
 

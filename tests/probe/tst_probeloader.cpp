@@ -37,7 +37,7 @@ private slots:
             PROBE_InstalledFiles((tooLong + "/p").c_str(), "/i/")[0], tooLong + "/libranvoarm.so");
     }
 
-    // What the library lacks gives zero and is reported each time.
+    // A function that the library lacks returns zero, and each call of it is reported.
     void functionsAreCalledOrReported()
     {
         QVERIFY(QFile::copy(FAKE_PLAIN, m_folder->filePath("libranvoarm.so")));
@@ -71,7 +71,7 @@ private slots:
     {
         if (QDir("/opt/TOLVEN/Ranvo").exists())
             QSKIP("a probe library is installed on this system");
-        for (const bool isWrong : {false, true}) { // a file that is no library is as good as none
+        for (const bool isWrong : {false, true}) { // a wrong file counts as a missing one
             if (isWrong)
                 PutFile(m_folder->filePath("libranvoarm.so"), "no library");
             const QString sorry = "Could not open Ranvo shared library.";

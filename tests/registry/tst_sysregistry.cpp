@@ -57,7 +57,8 @@ private slots:
         QVERIFY(Query(kUser, "None").isEmpty() && Content() == "<Registry>\r\n</Registry>");
         const QByteArray before = "<!DOCTYPE Registry [<!ENTITY a \"b\">]><!-- by hand -->"
                                   "<Registry a=\"1\">\r\n  <O><![CDATA[<x>]]>&amp; <y/></O>\r\n";
-        // What stands in the file behind what others wrote there, once it has been read again.
+        // The text that the value adds to a file of another program; the value is read back as
+        // well.
         const auto form = [&](std::uint32_t type, const QByteArray &data) {
             Put(before + "</Registry>\n");
             const QByteArray expected = QByteArray::number(type) + ' ' + data;
@@ -120,7 +121,7 @@ private slots:
         QCOMPARE(Content(), before);
     }
 
-    // Shorter ones that are damaged are for the fuzzer.
+    // The fuzzer tries short damaged files.
     void deepLongAndWrongFilesAreLeftAlone()
     {
         const QByteArray levels

@@ -99,7 +99,7 @@ private slots:
         QCOMPARE(FileContent(expected), "[S]\r\nK = 4000\r\n");
         SETTINGS_SetPath(m_path.toUtf8()); // counts from the next operation on
         QCOMPARE(Readings(), "");
-        // Where no folder can be made a file that is there is read all the same.
+        // A file that exists is read although its folder cannot be made.
         QVERIFY(QDir(folder).removeRecursively());
         PutFile(folder, "in the way");
         SETTINGS_SetPath("");
@@ -159,7 +159,7 @@ private slots:
 
     void whatCannotBeReadOrWrittenIsToldAndStays()
     {
-        // What is told quietly about the load, and then to the user about the save.
+        // The quiet report about the load, then the one that the user sees about the save.
         const auto problems = [this](const std::function<void(const QByteArray &path)> &prepare) {
             init();
             prepare(m_path.toUtf8());
@@ -182,7 +182,7 @@ private slots:
             "|Could not save File has read only attribute!d2"); // it is kept in memory
         QCOMPARE(problems([&](auto &path) { put(path, "[S]\r\n", 0); }),
             "Could not open Access is denied!|Could not save Access is denied!");
-        if (getuid() == 0) // who can give a file to somebody else
+        if (getuid() == 0) // only root can give a file to another user
             QCOMPARE(problems([](auto &path) { PutFile(path, ""); }),
                 "|Could not save Access is denied!d2");
         QCOMPARE(problems([&](auto &path) { put(path, QByteArray(30'001, '#')); }),
@@ -244,7 +244,7 @@ private slots:
             const timespec old[] = {{1'000'000'000, 0}, {1'000'000'000, 0}};
             const int result = isReplaced // as most editors save
                 ? std::rename(qPrintable(m_path + ".new"), qPrintable(m_path))
-                : utimensat(AT_FDCWD, qPrintable(m_path), old, 0); // whatever the clock's grain
+                : utimensat(AT_FDCWD, qPrintable(m_path), old, 0); // for coarse clocks too
             const bool good = result == 0 && SETTINGS_WriteDecimal("S", "K", 2) == SETTINGS_OK;
             return good ? Content() : "failed";
         };
@@ -359,7 +359,7 @@ private:
     }
     [[nodiscard]] QByteArray Content() const
     {
-        return QFileInfo(m_path).isFile() ? FileContent(m_path) : "<none>"; // a pipe would wait
+        return QFileInfo(m_path).isFile() ? FileContent(m_path) : "<none>"; // a pipe would block
     }
 
     QTemporaryDir m_folder;

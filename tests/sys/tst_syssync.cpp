@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::uint32_t kPatienceMs = 60'000; // reached by a fault only
+constexpr std::uint32_t kPatienceMs = 60'000; // reached only when a test fails
 
 /// The results of a wait for the mutex by another thread, and of its release.
 std::pair<int, int> TryOnOtherThread(SYS_MUTEX_HANDLE mutex, std::uint32_t limitMs)
@@ -81,7 +81,7 @@ private slots:
     void deadlinesLieTheTimeoutAhead()
     {
         using namespace std::chrono;
-        // Enough start moments for the microseconds to carry into the next second and not to.
+        // So many start times that some carry into the next second and others do not.
         for (std::uint32_t timeoutMs = 0; timeoutMs < 2'999'000'000; timeoutMs += 123'457) {
             std::timespec deadline{};
             const auto before = floor<microseconds>(system_clock::now());

@@ -105,7 +105,7 @@ private slots:
         Check("%u %7.2lu %21llu", "4294967254      05  18446744073709551574", -42, 5, -42LL);
         Check("%x %7.2lX %20.17llx %llX", "ffffffd6      05    00123456789abcdef FFFFFFFFFFFFFFFF",
             -42, 5, 0x123456789ABCDEF, -1LL);
-        void *const pointer = this; // the whole of it, never less wide than 8
+        void *const pointer = this; // all digits, and at least 8
         const QByteArray digits = QByteArray::number(quintptr(pointer), 16);
         Check("%p|%1p|%.2p", digits + "|       0|      00", pointer, none, none);
     }
@@ -174,7 +174,7 @@ private slots:
             "-9223372036854775808|9223372036854775807|");
         QCOMPARE(Parsed("rrr", " -12.5 ,3.e5"), "-12.5|3|0|e5");
         QCOMPARE(Parsed("r", ",1"), "0|,1");
-        // The first error sticks.
+        // After the first error nothing more is read.
         QCOMPARE(Parsed("= \n,xwaiqlhHdDnNr", " =1"),
             "old|old|old|old|old|77|77|77|77|77|77|77| =1!Expected '=', got ' '");
     }
