@@ -4,9 +4,11 @@ last."""
 import sys
 
 import pyatspi
-from gi.repository import GLib
+from gi.repository import Atspi, GLib
 
 held = None
+PATIENCE_MS = 60000  # the usual 0.8 s are too short for a busy machine: the event would be lost
+Atspi.set_timeout(PATIENCE_MS, PATIENCE_MS)
 
 
 def say(*words):

@@ -30,12 +30,11 @@ private slots:
         QVERIFY(Hears("listening"));
 
         // The window learns a little later than the client that somebody listens. From then on keys
-        // arrive only after the bus has been asked about them. Down and up: what is waited for
-        // next must not have been heard before.
+        // arrive only after the bus has been asked about them. Down and up in turn: what is
+        // waited for next must not have been heard before.
         QVERIFY(QTest::qWaitFor(
-            [&] {
-                w.Key(Qt::Key_Down);
-                w.Key(Qt::Key_Up);
+            [&, isDown = false]() mutable {
+                w.Key(std::exchange(isDown, !isDown) ? Qt::Key_Up : Qt::Key_Down);
                 return m_client.canReadLine();
             },
             kPatienceMs));
