@@ -30,8 +30,8 @@ struct Output {
     return out;
 }
 
-/// The specification between "%" and the conversion letter.
-struct Specification {
+/// What stands between "%" and the conversion letter.
+struct Directive {
     std::uint32_t width = 0;
     std::uint32_t precision = 0;
     bool wide = false;  // the argument has 64 bits
@@ -56,37 +56,37 @@ std::uint32_t ReadCount(const char *&format, bool &muted)
     return count;
 }
 
-Specification ReadSpecification(const char *&format)
+Directive ReadDirective(const char *&format)
 {
-    Specification spec;
-    spec.width = ReadCount(format, spec.muted);
+    Directive directive;
+    directive.width = ReadCount(format, directive.muted);
     if (*format == '.')
-        spec.precision = ReadCount(++format, spec.muted);
+        directive.precision = ReadCount(++format, directive.muted);
     std::uint32_t longs = 0;
     for (; *format == 'l'; ++format)
         ++longs;
-    spec.wide = longs >= 2;
-    return spec;
+    directive.wide = longs >= 2;
+    return directive;
 }
 
 /// Writes what stands in front of a number of `count` digits: blanks up to the width and zeros up
 /// to the precision.
-[[nodiscard]] inline Output PutPadding(Output out, std::uint32_t count, const Specification &spec)
+[[nodiscard]] inline Output PutPadding(Output out, std::uint32_t count, const Directive &directive)
 {
-    const std::uint32_t shown = spec.precision > count ? spec.precision : count;
-    if (spec.width > shown)
-        out = Fill(out, ' ', spec.width - shown);
+    const std::uint32_t shown = directive.precision > count ? directive.precision : count;
+    if (directive.width > shown)
+        out = Fill(out, ' ', directive.width - shown);
     if (shown > count)
         out = Fill(out, '0', shown - count);
     return out;
 }
 
 [[nodiscard]] inline Output PutHex(
-    Output out, std::uint64_t value, const char *table, const Specification &spec)
+    Output out, std::uint64_t value, const char *table, const Directive &directive)
 {
     const auto bits = static_cast<std::uint32_t>(std::bit_width(value | 1));
     const std::uint32_t count = (bits + 3) / 4;
-    out = PutPadding(out, count, spec);
+    out = PutPadding(out, count, directive);
     for (std::uint32_t shift = count * 4; shift > 0 && out.next < out.last;) {
         shift -= 4;
         *out.next++ = table[(value >> shift) & 0xF];
@@ -94,7 +94,7 @@ Specification ReadSpecification(const char *&format)
     return out;
 }
 
-[[nodiscard]] Output PutDecimal(Output out, std::uint64_t value, const Specification &spec)
+[[nodiscard]] Output PutDecimal(Output out, std::uint64_t value, const Directive &directive)
 {
     std::array<char, 20> digits;
     char *const end = digits.data() + digits.size();
@@ -103,13 +103,13 @@ Specification ReadSpecification(const char *&format)
         *--first = static_cast<char>('0' + value % 10);
         value /= 10;
     } while (value != 0);
-    out = PutPadding(out, static_cast<std::uint32_t>(end - first), spec);
+    out = PutPadding(out, static_cast<std::uint32_t>(end - first), directive);
     while (first < end && out.next < out.last)
         *out.next++ = *first++;
     return out;
 }
 
-[[nodiscard]] Output PutSigned(Output out, std::int64_t value, const Specification &spec)
+[[nodiscard]] Output PutSigned(Output out, std::int64_t value, const Directive &directive)
 {
     auto magnitude = static_cast<std::uint64_t>(value);
     if (value < 0) {
@@ -117,7 +117,7 @@ Specification ReadSpecification(const char *&format)
         out = Put(out, '-');
         magnitude = 0 - magnitude;
     }
-    return PutDecimal(out, magnitude, spec);
+    return PutDecimal(out, magnitude, directive);
 }
 
 [[nodiscard]] Output PutText(Output out, const char *text)
@@ -145,25 +145,28 @@ char *UTIL_FormatV(char *destination, std::uint32_t size, const char *format, st
             out = Put(out, '%');
             continue;
         }
-        Specification spec = ReadSpecification(next);
+        Directive directive = ReadDirective(next);
         if (*next == '\0')
             break;
-        if (spec.muted)
+        if (directive.muted)
             continue;
         switch (*next) {
         case 'd':
         case 'i':
-            out = PutSigned(
-                out, spec.wide ? va_arg(args, std::int64_t) : va_arg(args, std::int32_t), spec);
+            out = PutSigned(out,
+                directive.wide ? va_arg(args, std::int64_t) : va_arg(args, std::int32_t),
+                directive);
             break;
         case 'u':
-            out = PutDecimal(
-                out, spec.wide ? va_arg(args, std::uint64_t) : va_arg(args, std::uint32_t), spec);
+            out = PutDecimal(out,
+                directive.wide ? va_arg(args, std::uint64_t) : va_arg(args, std::uint32_t),
+                directive);
             break;
         case 'x':
         case 'X':
-            out = PutHex(out, spec.wide ? va_arg(args, std::uint64_t) : va_arg(args, std::uint32_t),
-                *next == 'x' ? kLowerDigits : kUpperDigits, spec);
+            out = PutHex(out,
+                directive.wide ? va_arg(args, std::uint64_t) : va_arg(args, std::uint32_t),
+                *next == 'x' ? kLowerDigits : kUpperDigits, directive);
             break;
         case 'c':
             out = Put(out, static_cast<char>(va_arg(args, int)));
@@ -172,9 +175,9 @@ char *UTIL_FormatV(char *destination, std::uint32_t size, const char *format, st
             out = PutText(out, va_arg(args, const char *));
             break;
         case 'p':
-            spec.width = kPointerWidth;
-            out = PutHex(
-                out, reinterpret_cast<std::uintptr_t>(va_arg(args, void *)), kLowerDigits, spec);
+            directive.width = kPointerWidth;
+            out = PutHex(out, reinterpret_cast<std::uintptr_t>(va_arg(args, void *)), kLowerDigits,
+                directive);
             break;
         default: // writes nothing and takes no argument
             break;

@@ -13,7 +13,7 @@
 /// number 64 bits wide. Widths pad with blanks only: there is no zero flag, "%02X" means width 2,
 /// leading zeros come from the precision ("%.2X"). A minus sign stands in front of the blanks.
 /// Width and precision do not apply to c and s. An unknown conversion writes nothing and takes no
-/// argument; a star swallows its whole specification, conversion letter included. A null text is
+/// argument; a star swallows its whole directive, conversion letter included. A null text is
 /// empty.
 /// @return the terminator in the destination
 char *UTIL_FormatV(char *destination, std::uint32_t size, const char *format, std::va_list args);
