@@ -54,8 +54,18 @@ def answer(source, condition):
     return True
 
 
-pyatspi.Registry.registerEventListener(
-    hear, 'object:state-changed:focused', 'object:text-caret-moved', 'object:property-change')
-GLib.io_add_watch(sys.stdin, GLib.IO_IN | GLib.IO_HUP, answer)
-say('listening')
+def begin():
+    desktop = pyatspi.Registry.getDesktop(0)
+    desktop.clearCache()
+    if desktop.childCount == 0:  # the toolkit forgets who begins to listen before it is there
+        return True
+    # In this order: who gets the focus events gets the others too.
+    pyatspi.Registry.registerEventListener(
+        hear, 'object:text-caret-moved', 'object:property-change', 'object:state-changed:focused')
+    GLib.io_add_watch(sys.stdin, GLib.IO_IN | GLib.IO_HUP, answer)
+    say('listening')
+    return False
+
+
+GLib.timeout_add(20, begin)
 pyatspi.Registry.start()

@@ -35,7 +35,7 @@ private slots:
         QVERIFY(QTest::qWaitFor(
             [&, isDown = false]() mutable {
                 w.Key(std::exchange(isDown, !isDown) ? Qt::Key_Up : Qt::Key_Down);
-                return m_client.canReadLine();
+                return HasHeard("focus");
             },
             kPatienceMs));
         w.Key(Qt::Key_Home, Qt::ControlModifier);
@@ -87,15 +87,16 @@ private slots:
     }
 
 private:
+    bool HasHeard(const QString &words)
+    {
+        m_heard += QString::fromUtf8(m_client.readAllStandardOutput()).replace("  ", " ");
+        return m_heard.contains(words);
+    }
+
     /// Takes what is heard, up to these words.
     bool Hears(const QString &words)
     {
-        const bool found = QTest::qWaitFor(
-            [&] {
-                m_heard += QString::fromUtf8(m_client.readAllStandardOutput()).replace("  ", " ");
-                return m_heard.contains(words);
-            },
-            kPatienceMs);
+        const bool found = QTest::qWaitFor([&] { return HasHeard(words); }, kPatienceMs);
         if (!found)
             qWarning("waited for \"%s\", heard: %s", qPrintable(words), qPrintable(m_heard));
         const qsizetype end = m_heard.indexOf(words) + words.size();

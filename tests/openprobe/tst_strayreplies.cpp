@@ -42,6 +42,9 @@ public:
             pieces, [&](const QByteArray &piece) { return piece.isEmpty() || peer.Send(piece); });
     }
 
+    /// A new connection: nothing of the earlier ones can come over it.
+    void Begin() { m_before = m_behind = {}, std::ranges::fill(m_former, QByteArray()); }
+
     std::atomic<int> replies = 0;
 
 private:
@@ -125,6 +128,7 @@ private slots:
         auto random = SeededGenerator();
         UnrulyLine line(random);
         ScriptedPeer server([&](ScriptedPeer &self) {
+            line.Begin();
             ServeTcl(self, PoliteTclAnswer, [&](ScriptedPeer &peer, const QByteArray &answer) {
                 return line.Deliver(peer, answer, false);
             });
