@@ -113,6 +113,15 @@ private slots:
             QCOMPARE(app.StatusTexts()[kStatusMessage], "Save Memory Data to File");
         }
 
+        auto *const view = memory.findChild<QPlainTextEdit *>();
+        app.Window().show();
+        app.Window().activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&app.Window()));
+        view->setFocus();
+        QVERIFY(view->hasFocus());
+        QTest::keyClick(view, Qt::Key_Tab);
+        QVERIFY(!view->hasFocus()); // the sub-window around it does not give it back
+
         emit app.Action("&General...")->hovered();
         app.Trigger("&Disconnect");
         QVERIFY(app.MemoryWindow() == nullptr);

@@ -129,20 +129,12 @@ in sight again, Down from below: goto @100; click @130; scroll 100; key Down; cu
     type a=; written? -> @140:A0
 in sight again, Left: goto @100; click @130; scroll -100; key Left; cursor? -> 0:57 0:75; type a=;
     written? -> @12F:2A
-in sight again, Left from below: goto @100; click @130; scroll 100; key Left; cursor? -> 0:57 0:75;
-    type a=; written? -> @12F:2A
 in sight again, Right: goto @100; click @130; scroll -100; key Right; cursor? -> 0:11 0:60; type a=;
     written? -> @130:3A
-in sight again, Right from below: goto @100; click @130; scroll 100; key Right;
-    cursor? -> 0:11 0:60; type a=; written? -> @130:3A
 in sight again, Home: goto @100; click @130; scroll -100; key Home; cursor? -> 0:10 0:60; type a=;
     written? -> @130:A0
-in sight again, Home from below: goto @100; click @130; scroll 100; key Home; cursor? -> 0:10 0:60;
-    type a=; written? -> @130:A0
 in sight again, End: goto @100; click @130; scroll -100; key End; cursor? -> 0:57 0:75; type a=;
     written? -> @13F:3A
-in sight again, End from below: goto @100; click @130; scroll 100; key End; cursor? -> 0:57 0:75;
-    type a=; written? -> @13F:3A
 )";
 
 } // namespace
