@@ -102,8 +102,7 @@ private:
             if (m_runs && !m_answersInRun && (m_emulator || first == '\x03')) {
                 m_runs = false; // whatever the byte was, it is swallowed
                 m_input.erase(0, 1);
-                if (!Send(RspPacket("T02thread:01;")))
-                    return false;
+                (void)Send(RspPacket("T02thread:01;")); // the rest is served for one who left, too
             } else if (first != '$') {
                 m_input.erase(0, 1);
                 if (first == '-' && !Send(m_last))

@@ -291,10 +291,12 @@ bool GdbBackend::AskOnceMore(std::string_view request, std::string &reply)
 }
 
 // Sends one request after the other and passes each reply on, until the receiver wants no more. In
-// one stop all of them are sent, whatever the replies.
+// one stop all of them are sent, whatever the replies. For no request no target is stopped.
 template <typename IsLast>
 bool GdbBackend::AskAll(std::span<const std::string> requests, IsLast isLast)
 {
+    if (requests.empty())
+        return !m_lost;
     if (!LetItRunForAMoment() || (AsksInOneStop() && !NoteUnasked()))
         return false;
     std::vector<std::string> replies(requests.size());

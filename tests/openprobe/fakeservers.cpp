@@ -97,10 +97,12 @@ void FakeStub::Serve(ScriptedPeer &peer)
     bool acks = true;
     if (m_runs.exchange(false))
         peer.Send(Packet("T02thread:01;"));
-    for (QByteArray request; !(request = NextRequest(peer)).isEmpty();) {
+    for (QByteArray request, former; !(request = NextRequest(peer)).isEmpty();) {
         if (m_runs && request != "interrupt")
             Note("OFFENCE: asked while the target runs: " + request);
-        Note(request);
+        if (request == "c" && former == "interrupt")
+            Note("OFFENCE: stopped for nothing");
+        Note(former = request);
         m_runs = request == "c";
         if (longest > 0 && Packet(request).size() > longest)
             Note("OFFENCE: longer than announced: " + request);

@@ -79,6 +79,7 @@ private slots:
             QByteArray data(3000, '\0');
             return Bytes(backend, 0x1001, 3000) == memory.mid(1, 3000)
                 && Read(backend, 0x1F00, data) == 256 && data.startsWith(memory.right(256))
+                && Bytes(backend, 0x2000, 1) == "result 0"
                 && Write(backend, 0x1101, "hello world, how are you") == 24
                 && Write(backend, 0x1FFE, "hello world") == -1 && backend.Alive();
         });
