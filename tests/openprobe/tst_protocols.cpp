@@ -44,8 +44,7 @@ private slots:
     void aSelectorNamesATargetOrIsRefusedByName()
     {
         QCOMPARE(Meaning("  \t "), "gdb 0 localhost 1234");
-        QCOMPARE(Meaning("board.lab-3_x"), "gdb 0 board.lab-3_x 1234");
-        QCOMPARE(Meaning("board", 5000), "gdb 0 board 5000");
+        QCOMPARE(Meaning("board.lab-3_x", 5000), "gdb 0 board.lab-3_x 5000");
         QCOMPARE(Meaning("192.168.2.3:65535"), "gdb 0 192.168.2.3 65535");
         QCOMPARE(Meaning("board:6666"), "tcl 0 board 6666");
         QCOMPARE(Meaning("board", 6666), "tcl 0 board 6666");
