@@ -28,8 +28,6 @@ constexpr const char *kScripts = R"(
 custom row without a text: open UseMaxSpeed=0 Speed=-1; lists? -> -1 , Little Endian, SWD, 0; ok? ->
 the last looked for: open UseMaxSpeed=0 Speed=10; lists? -> 2 10, Little Endian, SWD, 0; ok? ->
 not looked for, so twice: open UseMaxSpeed=0 Speed=20; lists? -> 0 20, Little Endian, SWD, 0; ok? ->
-below zero: open UseMaxSpeed=0 Speed=-7; lists? -> 0 -7, Little Endian, SWD, 0; ok? ->
-greatest: open UseMaxSpeed=0 Speed=2147483647; lists? -> 0 2147483647, Little Endian, SWD, 0; ok? ->
 no speed: open UseMaxSpeed=0 Speed=0; lists? -> 20 4000, Little Endian, SWD, 0; ok? -> Speed=4000
 largest speed: open Speed=77; lists? -> 20 4000, Little Endian, SWD, 0; visible? LineEditIP
     LineEditSN GBoxMisc GBoxCommandLine -> LineEditSN; ok? ->

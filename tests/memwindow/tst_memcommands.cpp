@@ -11,7 +11,6 @@ rows are read for texts: select @53 @4E; do Copy; clip? -> 4E 4F\n50 51 52 53; m
     Memory selection copied to the clipboard (format=hex); reads? -> @40+10 @50+10
 text: select @53 @4E; do CopyText; clip? -> NOPQRS
 bytes are read at once: select @53 @4E; do CopyBinary; binary? -> 4e4f50515253; reads? -> @4E+6
-initializer: select @53 @4E; do CopyIntList; clip? -> 0x4E, 0x4F, 0x50, 0x51, 0x52, 0x53
 whole little-endian items: select @40 @44; size 4; big; do CopyIntList; clip? -> 0x43424140
 over a group and an item's end: select @44 @49; do CopyIntList;
     clip? -> 0x44, 0x45, 0x46, 0x47, 0x48, 0x49; size 2; select @44 @49; do Copy;
@@ -88,8 +87,6 @@ nothing else is one: enter main; enter 0x; enter 0x0x1; enter -1; enter +1; ente
 )";
 
 constexpr const char *kRefresh = R"(
-off at first: rate? -> off; title? -> Memory @ 20000000
-a rate: rate 500 ms; title? -> Memory @ 20000000, 500 ms refresh
 by its text: ratetext 1 s; title? -> Memory @ 20000000, 1 s refresh; ratetext 5 S; rate? -> off;
     title? -> Memory @ 20000000
 a host's own interval: interval 300; title? -> Memory @ 20000000, 300 ms refresh; rate? ->

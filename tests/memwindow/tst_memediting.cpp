@@ -25,8 +25,6 @@ into the next row: click @3E.0; type 0123abCD; box? -> CD 2; type =; written? ->
 through items: size 2; click @37.0; type fedc9876; box? -> 9876 4; type =; written? -> @36:DCFE7698
 characters: click @3E.t; type Ab ~; box? -> closed; type =; written? -> @3E:4162207E
 erased characters: click @3E.t; type Ab<<; box? -> closed; type =; written? -> @3E:410000
-marked digits: size 2; click @35.0; type a; key Right; key Right; key Shift+Left; key Shift+Left;
-    type >; box? -> A004 1; type =; written? -> @34:04A0
 two digits by one: size 2; click @35.0; type a; key Shift+Right; key Shift+Right; type f;
     box? -> AF04 2; type =; written? -> @34:04AF
 at the end of the space: goto FFFFFFF0; click FFFFFFFF.0; type 1234; box? -> 12 2; type =;
@@ -37,9 +35,7 @@ a character there: goto FFFFFFF0; click FFFFFFFF.t; type xy; box? -> closed; typ
 
 constexpr const char *kEnds = R"(
 Return: click @34.0; type a; key Return; box? -> closed; written? -> @34:A4
-Enter: click @34.0; type a; key Enter; box? -> closed; written? -> @34:A4
 Tab: click @34.0; type a; key Tab; box? -> closed; written? -> @34:A4
-Down: click @34.0; type a; key Down; box? -> closed; written? -> @34:A4
 Page Up: click @34.0; type a; key PgUp; box? -> closed; written? -> @34:A4
 Escape: click @34.0; type a; key Esc; box? -> closed; written? ->
 a click elsewhere: click @34.0; type a; click @50.1; box? -> closed; written? -> @34:A4
@@ -63,9 +59,6 @@ over an unread item: bad @34; size 4; click @34.0; type <; box? -> closed; type 
     type =; written? -> @34:7F000000
 one digit beside a hole: bad @35; size 4; item? @34 -> 3736--34; click @37.0; type a;
     box? -> A736--34 1; type =; written? -> @37:A7
-a second digit: bad @35; size 4; click @37.1; type a=; written? -> @37:3A
-up to the hole: bad @35; size 4; click @37.0; type 1234; box? -> 1234--34 4; type =;
-    written? -> @36:3412
 into the hole: bad @35; size 4; click @37.0; type 12345; box? -> 12345-34 5; type =;
     written? -> @35:503412
 over the hole: bad @35; size 4; click @37.0; type 1234567a; box? -> 1234567A 8; type =;
@@ -87,7 +80,6 @@ keys of others: goto 1000; scroll -100; reads? -> 1640+150; key F5; key CapsLock
 the last row: key Ctrl+End; cursor? -> 19:57 19:75; key Ctrl+Home; base? -> 0; click 140; key Right;
     base? -> 10
 the digits of bytes: key Home; keys Right 5; cursor? -> 0:17 0:62; keys Left 2; cursor? -> 0:14 0:61
-of halves: size 2; key Home; keys Right 5; type a; box? -> 0A02 2
 of words: size 4; key Home; keys Right 8; cursor? -> 0:19 0:55; key Left; type f; box? -> 0302010F 8
 of words, big-endian: size 4; big; key Home; keys Right 8; cursor? -> 0:19 0:52; key Left; type f;
     box? -> 0001020F 8
@@ -125,14 +117,8 @@ in sight again, Up from below: goto @100; click @130; scroll 100; key Up; cursor
     type a=; written? -> @130:A0
 in sight again, Down: goto @100; click @130; scroll -100; key Down; cursor? -> 1:10 1:60; type a=;
     written? -> @140:A0
-in sight again, Down from below: goto @100; click @130; scroll 100; key Down; cursor? -> 1:10 1:60;
-    type a=; written? -> @140:A0
 in sight again, Left: goto @100; click @130; scroll -100; key Left; cursor? -> 0:57 0:75; type a=;
     written? -> @12F:2A
-in sight again, Right: goto @100; click @130; scroll -100; key Right; cursor? -> 0:11 0:60; type a=;
-    written? -> @130:3A
-in sight again, Home: goto @100; click @130; scroll -100; key Home; cursor? -> 0:10 0:60; type a=;
-    written? -> @130:A0
 in sight again, End: goto @100; click @130; scroll -100; key End; cursor? -> 0:57 0:75; type a=;
     written? -> @13F:3A
 )";

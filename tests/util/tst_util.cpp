@@ -164,7 +164,6 @@ private slots:
         QCOMPARE(
             Parsed("ddd", " 210 -999 -3,"), "210|-210|-3|,"); // min and max act on the magnitude
         QCOMPARE(Parsed("d", " +2"), "77|+2!Expected a value >= 3");
-        QCOMPARE(Parsed("d", " x"), "77|x!Expecting a number");
         QCOMPARE(Parsed("D", "18446744073709551617"), "2147483647|"); // 1 in 64 bits
         QCOMPARE(Parsed("DD", "- -99999999999999999999"), "0|-2147483647|");
         QCOMPARE(Parsed("nnn", " 0xF0-20 0X1"), "240|-20|0|X1");
