@@ -36,7 +36,6 @@ a character there: goto FFFFFFF0; click FFFFFFFF.t; type xy; box? -> closed; typ
 constexpr const char *kEnds = R"(
 Return: click @34.0; type a; key Return; box? -> closed; written? -> @34:A4
 Tab: click @34.0; type a; key Tab; box? -> closed; written? -> @34:A4
-Page Up: click @34.0; type a; key PgUp; box? -> closed; written? -> @34:A4
 Escape: click @34.0; type a; key Esc; box? -> closed; written? ->
 a click elsewhere: click @34.0; type a; click @50.1; box? -> closed; written? -> @34:A4
 a jump: click @34.0; type a; jump 20001000; box? -> closed; written? -> @34:A4
@@ -80,7 +79,6 @@ keys of others: goto 1000; scroll -100; reads? -> 1640+150; key F5; key CapsLock
 the last row: key Ctrl+End; cursor? -> 19:57 19:75; key Ctrl+Home; base? -> 0; click 140; key Right;
     base? -> 10
 the digits of bytes: key Home; keys Right 5; cursor? -> 0:17 0:62; keys Left 2; cursor? -> 0:14 0:61
-of words: size 4; key Home; keys Right 8; cursor? -> 0:19 0:55; key Left; type f; box? -> 0302010F 8
 of words, big-endian: size 4; big; key Home; keys Right 8; cursor? -> 0:19 0:52; key Left; type f;
     box? -> 0001020F 8
 characters: click @E.t; key Right; key Right; cursor? -> 1:11 1:60; key Left; cursor? -> 0:57 0:75;
@@ -119,8 +117,6 @@ in sight again, Down: goto @100; click @130; scroll -100; key Down; cursor? -> 1
     written? -> @140:A0
 in sight again, Left: goto @100; click @130; scroll -100; key Left; cursor? -> 0:57 0:75; type a=;
     written? -> @12F:2A
-in sight again, End: goto @100; click @130; scroll -100; key End; cursor? -> 0:57 0:75; type a=;
-    written? -> @13F:3A
 )";
 
 } // namespace
