@@ -270,7 +270,7 @@ private:
         {"menu", [this] { OpenMenu(); }},
         {"form", [this] { ExpectForm(); }},
         {"drop", [this] { Drop(); }},
-        {"wait", [] { QApplication::processEvents(); }},
+        {"wait", [this] { Settled(); }},
         {"drag", // the bar's handle, over so many addresses
             [this] {
                 scrollBar->setSliderDown(true);
@@ -330,8 +330,8 @@ private:
     };
     const std::map<QString, Question> m_questions{
         {"base?", [this] { return HexText(window.BaseAddress()); }},
-        {"row?", [this] { return Row(m_rest.toInt()); }},
-        {"item?", [this] { return Item(Number(0)); }},
+        {"row?", [this] { return Settled().Row(m_rest.toInt()); }},
+        {"item?", [this] { return Settled().Item(Number(0)); }},
         {"red?", // what has the colour of a byte that has just changed
             [this] {
                 QStringList texts;

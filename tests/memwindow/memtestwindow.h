@@ -60,6 +60,14 @@ struct MemTestWindow {
         GoTo(kBase);
     }
 
+    /// Lets everything happen that is due. A single pass may end between two parts of a read: the
+    /// window cuts one that takes long, and on a loaded machine any may.
+    MemTestWindow &Settled()
+    {
+        constexpr int limitMs = 10'000; // returns at once when nothing is due any more
+        QApplication::processEvents(QEventLoop::AllEvents, limitMs);
+        return *this;
+    }
     /// Gives the view room for so many characters, rows and three pixels.
     void ResizeView(int columns, int rows)
     {
@@ -69,9 +77,8 @@ struct MemTestWindow {
     /// Jumps and forgets the reads so far.
     void GoTo(std::uint64_t address)
     {
-        QApplication::processEvents();
-        window.GoTo(address, true, false);
-        QApplication::processEvents();
+        Settled().window.GoTo(address, true, false);
+        Settled();
         target.reads.clear();
     }
     void SetBigEndian(bool isBigEndian)
@@ -89,7 +96,7 @@ struct MemTestWindow {
     {
         for (; times > 0; --times) {
             window.OnAutoUpdateTimerTimeout();
-            QApplication::processEvents();
+            Settled();
         }
     }
     /// As often, while the byte @30 changes.

@@ -111,7 +111,7 @@ private slots:
             w.target.unreadable.insert(kBase + at);
         w.target.reads.clear();
         w.window.GoTo(kBase, true, false);
-        const std::vector<FakeTarget::Call> fast = std::exchange(w.target.reads, {});
+        const std::vector<FakeTarget::Call> fast = std::exchange(w.Settled().target.reads, {});
         QCOMPARE(fast.size(), 1U + 1 + 4 * 7 + 20); // rows, words, bytes
 
         w.window.GoTo(0x5000, true, false);
@@ -119,7 +119,9 @@ private slots:
         w.target.callTakesMs = 5;
         w.window.GoTo(kBase, true, false);
         QVERIFY(w.target.reads.size() < fast.size());
-        QVERIFY(w.Row(0).startsWith("20000000  -- ") && w.Row(5).startsWith("20000050  .. "));
+        for (int turn = 0; turn < 100 && !w.Row(0).startsWith("20000000  -- "); ++turn)
+            QApplication::processEvents(); // the first turn gets less far on a loaded machine
+        QVERIFY(w.Row(0).startsWith("20000000  -- ") && w.Row(19).startsWith("20000130  .. "));
         w.window.OnAutoUpdateTimerTimeout(); // no second read beside the one under way
         QTRY_COMPARE(w.target.reads.size(), fast.size());
         QVERIFY(w.target.reads == fast); // the same calls in the same order

@@ -8,7 +8,7 @@ namespace {
 /// What the window really has on the screen.
 QImage Screen(MemTestWindow &s)
 {
-    QApplication::processEvents();
+    s.Settled();
     return s.window.windowHandle()->screen()->grabWindow(s.window.winId()).toImage();
 }
 
@@ -159,6 +159,7 @@ private slots:
                 DoSomething(s, generator);
             s.window.SetBytesPerItem(1 << Pick(generator, 0, 2));
             s.window.UpdateFromTarget();
+            s.Settled();
             std::uint64_t address = s.window.BaseAddress();
             for (const QString &row : s.Rows()) {
                 CheckRow(s, row, address);
