@@ -79,16 +79,12 @@ private slots:
         QCOMPARE(AppHarness::SettingsFile(), saved);
     }
 
-    void whatIsOutOfDateIsNeverShownAndManyRequestsAreOneAttempt_data()
-    {
-        QTest::addColumn<bool>("succeeds");
-        QTest::newRow("an open that succeeds too late") << true;
-        QTest::newRow("an open that fails too late") << false;
-    }
+    void anOpenThatSucceedsTooLateIsNotShown() { OpenTooLate(true); }
+    void anOpenThatFailsTooLateIsNotShown() { OpenTooLate(false); }
 
-    void whatIsOutOfDateIsNeverShownAndManyRequestsAreOneAttempt()
+    /// And many requests are one attempt.
+    static void OpenTooLate(bool succeeds)
     {
-        QFETCH(bool, succeeds);
         AppHarness app;
         g_opens = 0;
         g_openSucceeds = succeeds;

@@ -113,6 +113,10 @@ private slots:
             QCOMPARE(app.StatusTexts()[kStatusMessage], "Save Memory Data to File");
         }
 
+        APP_SetStatusField(std::string(250, 'x').c_str(), kStatusMessage); // widens nothing
+        SOON(app.StatusTexts()[kStatusMessage].startsWith("xx"));
+        QVERIFY(app.Window().statusBar()->minimumSizeHint().width() < 200);
+
         auto *const view = memory.findChild<QPlainTextEdit *>();
         app.Window().show();
         app.Window().activateWindow();
@@ -136,6 +140,8 @@ private slots:
         QCoreApplication::processEvents();
         QCOMPARE(app.Window().findChildren<CHexEditor *>().size(), 1);
         QCOMPARE(app.Boxes(), QStringList());
+        app.Trigger("&Exit");
+        QVERIFY(!app.Window().isVisible());
     }
 
     void reportsStandOneByOneOverWhateverIsOpen()

@@ -83,7 +83,6 @@ the Tab key finds each control: open TargetIF=0 MultipleTargets=1 UseMaxSpeed=0;
 big-endian: open; modal RX610 big; press PBtnSelTarget -> 8 STM32F40; ok? -> EndianMode=1
     Device=RX610 big
 without a name: open; modal; press PBtnSelTarget -> 8 STM32F40; ok? ->
-none: open; modal cancel; press PBtnSelTarget -> 8 STM32F40; ok? ->
 less than nothing: library -5; open; modal cancel; press PBtnSelTarget -> 1; ok? ->
 more than all memory: library 2147483647; open; modal cancel; press PBtnSelTarget -> 32769 STM32F40;
     ok? ->

@@ -1,6 +1,5 @@
-"""Prints what a screen reader hears of the cells under the cursor, and answers on its input:
-"row" with the cells of the cursor's row, "held" with what has become of the cell that had the focus
-last."""
+"""Prints what a screen reader hears of the cells under the cursor, and answers "held" on its input
+with what has become of the cell that had the focus last."""
 import sys
 
 import pyatspi
@@ -38,12 +37,7 @@ def hear(event):
 
 def answer(source, condition):
     question = sys.stdin.readline().strip()
-    if question == 'row':
-        table = held.parent.queryTable()
-        row = table.getRowAtIndex(held.getIndexInParent())
-        say('row', *(table.getAccessibleAt(row, column).name for column in range(table.nColumns)))
-        say('rows on show', held.parent.childCount / table.nColumns)
-    elif question == 'held':
+    if question == 'held':
         try:
             held.clearCache()
             say('held', held.getRoleName())

@@ -34,6 +34,14 @@ struct MemScript : MemTestWindow {
         const QString answer = m_answers.join(u'|').replace(u'\n', "\\n");
         return m_answers.isEmpty() ? step : (step + " -> " + answer).trimmed();
     }
+    /// "address+length" of each read since the last look.
+    QString TakeReads()
+    {
+        QStringList reads;
+        for (const FakeTarget::Call &call : std::exchange(target.reads, {}))
+            reads << HexText(call.address) + u'+' + HexText(call.length) + How(call);
+        return reads.join(u' ');
+    }
 
 private:
     using Doing = std::function<void()>;
@@ -202,14 +210,6 @@ private:
             }
         }
         return cells.join(u' ');
-    }
-    /// "address+length" of each read since the last look.
-    QString TakeReads()
-    {
-        QStringList reads;
-        for (const FakeTarget::Call &call : std::exchange(target.reads, {}))
-            reads << HexText(call.address) + u'+' + HexText(call.length) + How(call);
-        return reads.join(u' ');
     }
     /// The digits in the edit box, as they are painted, and its caret.
     QString Box() const

@@ -9,14 +9,9 @@ no digit: click @34.0; type g !; box? -> closed; type =; written? ->
 second digit: click @34.1; type a; box? -> 3A 2; type =; written? -> @34:3A
 first digit: click @34.0; type a; box? -> A4 1; type =; written? -> @34:A4
 lower of two: size 2; click @34.0; type a; box? -> 35A4 3; type =; written? -> @34:A435
-upper of two: size 2; click @35.1; type a; box? -> 3A34 2; type =; written? -> @34:343A
-two, big-endian: size 2; big; click @34.0; type a; box? -> A435 1; type =; written? -> @34:A435
 of four: size 4; click @36.1; type a; box? -> 373A3534 4; type =; written? -> @34:34353A37
-four, big-endian: size 4; big; click @36.1; type a; box? -> 34353A37 6; type =;
-    written? -> @34:34353A37
 the largest value: size 4; click @37.0; type fFfFfFfF; box? -> FFFFFFFF 8; type =;
     written? -> @34:FFFFFFFF
-no digit inside: size 2; click @35.0; type ag b; box? -> AB34 2; type =; written? -> @34:34AB
 back into the digits: size 2; click @34.0; type a<<; box? -> 3004 1; type =; written? -> @34:0430
 nothing left to erase: click @34.0; type a<<<; box? -> 04 0; type =; written? -> @34:04
 a deleted digit is 0: size 2; click @35.0; type a>>; box? -> A034 1; type =; written? -> @34:34A0
@@ -115,8 +110,6 @@ in sight again, Up from below: goto @100; click @130; scroll 100; key Up; cursor
     type a=; written? -> @130:A0
 in sight again, Down: goto @100; click @130; scroll -100; key Down; cursor? -> 1:10 1:60; type a=;
     written? -> @140:A0
-in sight again, Left: goto @100; click @130; scroll -100; key Left; cursor? -> 0:57 0:75; type a=;
-    written? -> @12F:2A
 )";
 
 } // namespace

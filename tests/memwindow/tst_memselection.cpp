@@ -14,20 +14,19 @@ private slots:
         const ViewGeometry geometry = Geometry(2);
         const CellMap cells(geometry, 0x101, false); // items start at odd addresses
         Selection selection;
+        const auto ends = [&] { return std::pair(selection.Anchor(), selection.End()); };
+        using Ends = std::pair<std::uint64_t, std::uint64_t>;
         QVERIFY(selection.IsEmpty());
         selection.Start(0x106);
         QCOMPARE(selection.Length(), 1ULL); // by keys it starts with one byte
         selection.ExtendTo(0x10B, cells);
-        QCOMPARE(selection.Anchor(), 0x105ULL);
-        QCOMPARE(selection.End(), 0x10CULL);
+        QCOMPARE(ends(), Ends(0x105, 0x10C));
         selection.SetEnds(0x10B, 0x106);
         selection.Normalise(cells);
-        QCOMPARE(selection.Anchor(), 0x10CULL);
-        QCOMPARE(selection.End(), 0x105ULL);
+        QCOMPARE(ends(), Ends(0x10C, 0x105));
         QCOMPARE(selection.Length(), 8ULL);
         selection.ExtendTo(0x120, cells); // back over the anchor
-        QCOMPARE(selection.Lower(), 0x10BULL);
-        QCOMPARE(selection.Upper(), 0x120ULL);
+        QVERIFY(selection.Lower() == 0x10B && selection.Upper() == 0x120);
         selection.SetEnds(kLastAddress, kLastAddress);
         selection.Normalise(cells);
         QCOMPARE(selection.Upper(), kLastAddress);

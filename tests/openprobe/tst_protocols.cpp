@@ -46,11 +46,8 @@ private slots:
         QCOMPARE(Meaning("  \t "), "gdb 0 localhost 1234");
         QCOMPARE(Meaning("board.lab-3_x", 5000), "gdb 0 board.lab-3_x 5000");
         QCOMPARE(Meaning("192.168.2.3:65535"), "gdb 0 192.168.2.3 65535");
-        QCOMPARE(Meaning("board:6666"), "tcl 0 board 6666");
         QCOMPARE(Meaning("board", 6666), "tcl 0 board 6666");
         QCOMPARE(Meaning("gdb:board:6666"), "gdb 0 board 6666");
-        QCOMPARE(Meaning("GDB: board "), "gdb 0 board 1234");
-        QCOMPARE(Meaning("tcl:"), "tcl 0 localhost 6666");
         QCOMPARE(Meaning("[fe80::1%eth0]:2331"), "gdb 0 fe80::1%eth0 2331");
         QCOMPARE(Meaning("tcl:[::1]"), "tcl 0 ::1 6666");
         QCOMPARE(Meaning("pid:my program"), "pid 0 0 my program");

@@ -75,14 +75,11 @@ private slots:
         const auto backend = Connected();
         const quint32 base = SimTarget::kPeripherals;
         QCOMPARE(Bytes(*backend, base + 0x3001, 7, 4), "\1\2\2\4\4\4\4"); // the access's width
+        QCOMPARE(Bytes(*backend, base + 0x0FFC, 8, 4), "result -1"); // the register is not read
         QCOMPARE(char(Word(*backend, base + 0x1000)), 'T'); // each read takes one character out
-        QCOMPARE(Bytes(*backend, base + 0x0FFC, 8, 4), "result -1"); // and the register is not read
-        QCOMPARE(char(Word(*backend, base + 0x1000)), 'h');
         s_nowMs += 1000;
         QCOMPARE(Word(*backend, base + 0x4), 8U); // cleared by the read
         QCOMPARE(Word(*backend, base + 0x4), 0U);
-        QCOMPARE(Write(*backend, base + 0x2006, "\x34\x12", 2), 2);
-        QCOMPARE(Word(*backend, base + 0x2004), 0x12340000U);
         QCOMPARE(Bytes(*backend, 0xFFFFFFF0, 16).size(), 16);   // up to the end of the space
         QCOMPARE(Bytes(*backend, 0xFFFEFFF8, 16), "result -1"); // begins in front of that memory
         // The protected stretch: nothing of a refused write arrives.
@@ -91,6 +88,27 @@ private slots:
             QCOMPARE(Write(*backend, place, QByteArray(16, '.')), -1);
         QCOMPARE(Bytes(*backend, 0x200009F8, 16), before);
         QCOMPARE(Write(*backend, 0x20000B00, QByteArray(16, '.')), 16);
+    }
+
+    void everyRegisterIsReadAtItsPlace()
+    {
+        const auto backend = Connected(); // its clock starts now
+        s_nowMs += 1000;
+        const quint32 base = SimTarget::kPeripherals;
+        for (const auto &[offset, written] :
+            {std::pair{0x8U, 0xABCDU}, {0x2008U, 0x18U}, {0x200CU, 8U}, {0x4004U, 7U}})
+            QCOMPARE(WriteWord(*backend, base + offset, written), 4);
+        QCOMPARE(Write(*backend, base + 0x2006, "\x34\x12", 2), 2);
+        for (const auto &[offset, word] : {std::pair{0x0U, 1000U}, {0x8U, 0xABCDU}, {0xCU, 3U},
+                 {0x10U, 0U}, {0x1000U, quint32('T')}, {0x1004U, 0x21U}, {0x1008U, 1U},
+                 {0x100CU, 0U}, {0x2000U, 0x10'0010U}, {0x2004U, 0x1234'0010U}, {0x2008U, 0U},
+                 {0x3000U, 0x0404'0404U}, {0x4004U, 7U}, {0x4010U, 0U}})
+            QCOMPARE(Word(*backend, base + offset), word);
+        const quint32 core = 0xE000E000; // the tick's reload and count, which CPU it is
+        QCOMPARE(Word(*backend, core + 0x14), 167'999U);
+        QCOMPARE(Word(*backend, core + 0x18), 167'999U - 1000U * 7919 % 168'000);
+        QCOMPARE(Word(*backend, core + 0xD00), 0x410FC241U);
+        QCOMPARE(Word(*backend, core), 0U);
     }
 
     void aProbeGoesAwayOnTimeAndTimeStandsStill()

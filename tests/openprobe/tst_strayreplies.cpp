@@ -92,38 +92,12 @@ class StrayRepliesTest : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase() { SetPatience(60); }
-    void noStubsReplyIsTakenForAnothers_data()
-    {
-        QTest::addColumn<FakeStub::Manners>("manners");
-        QTest::newRow("halted") << FakeStub::Manners{};
-        QTest::newRow("answers in run") << FakeStub::Manners{.stopAnswer = "S00"};
-        QTest::newRow("stopped for each transfer") << FakeStub::Manners{.ranBefore = true};
-        QTest::newRow("asked in one stop")
-            << FakeStub::Manners{.ranBefore = true, .emulator = true};
-    }
+    void aHaltedStub() { CheckStub({}); }
+    void aStubThatAnswersInRun() { CheckStub({.stopAnswer = "S00"}); }
+    void aStubThatIsStoppedForEachTransfer() { CheckStub({.ranBefore = true}); }
+    void anEmulatorThatIsAskedInOneStop() { CheckStub({.ranBefore = true, .emulator = true}); }
 
-    void noStubsReplyIsTakenForAnothers()
-    {
-        QFETCH(FakeStub::Manners, manners);
-        auto random = SeededGenerator();
-        UnrulyLine line(random);
-        const FakeStub *current = nullptr;
-        manners.features = "PacketSize=40";
-        manners.deliver = [&](const ScriptedPeer &peer, auto &, auto &reply) {
-            return line.Deliver(peer, reply, current->MoreAsked());
-        };
-        FakeStub stub(manners);
-        current = &stub;
-        for (char &byte : stub.m_memory)
-            byte = char(random());
-        Run(
-            line, 30'000, [&] { return std::make_unique<GdbBackend>(At(stub.Port())); },
-            [&](quint32 address, int count) {
-                return stub.m_memory.mid(int(address) - 0x1000, count);
-            });
-    }
-
-    void noServersReplyIsTakenForAnothers()
+    void aServer()
     {
         auto random = SeededGenerator();
         UnrulyLine line(random);
@@ -140,6 +114,27 @@ private slots:
                 for (int i = 0; i < count; ++i)
                     bytes += char(TclMemory(address + quint32(i)));
                 return bytes;
+            });
+    }
+
+private:
+    static void CheckStub(FakeStub::Manners manners)
+    {
+        auto random = SeededGenerator();
+        UnrulyLine line(random);
+        const FakeStub *current = nullptr;
+        manners.features = "PacketSize=40";
+        manners.deliver = [&](const ScriptedPeer &peer, auto &, auto &reply) {
+            return line.Deliver(peer, reply, current->MoreAsked());
+        };
+        FakeStub stub(manners);
+        current = &stub;
+        for (char &byte : stub.m_memory)
+            byte = char(random());
+        Run(
+            line, 30'000, [&] { return std::make_unique<GdbBackend>(At(stub.Port())); },
+            [&](quint32 address, int count) {
+                return stub.m_memory.mid(int(address) - 0x1000, count);
             });
     }
 };

@@ -3,7 +3,6 @@
 #include "ranvoapi.h"
 #include "settingshost.h"
 #include "settingsstore.h"
-#include "sysmutex.h"
 #include "utiltext.h"
 
 #include "asuser.h"
@@ -256,21 +255,6 @@ private slots:
         }
     }
 
-    void aLockThatCannotBeMadeIsToldOnce()
-    {
-        std::vector<SYS_MUTEX_HANDLE> all;
-        while (SYS_MUTEX_HANDLE mutex = SYS_CreateUnnamedMutex())
-            all.push_back(mutex);
-        QCOMPARE(SETTINGS_WriteDecimal("S", "K", 1), SETTINGS_ERROR);
-        QCOMPARE(SETTINGS_WriteDecimal("S", "L", 1), SETTINGS_ERROR);
-        QCOMPARE(shownErrors.size(), 1);
-        QVERIFY(shownErrors[0].endsWith("\nInvalid file handle!"));
-        SYS_CloseMutex(&all.back());
-        QCOMPARE(SETTINGS_WriteDecimal("S", "K", 1), SETTINGS_OK);
-        for (SYS_MUTEX_HANDLE &mutex : all)
-            SYS_CloseMutex(&mutex);
-    }
-
     void aFileGivesARecord()
     {
         // Interface, max. speed, adaptive, kHz, device, host.
@@ -291,7 +275,6 @@ private slots:
         QCOMPARE(loaded("[TIF]\r\nTargetIF = 0\r\nUseAdaptive = 1"), "0 0 1 4000 LIB ");
         QCOMPARE(loaded("[TIF]\r\nUseAdaptive = 1\r\nUseMaxSpeed = 0"), "1 0 0 4000 LIB ");
         QCOMPARE(loaded("[TIF]\r\nSpeed = -5"), "1 1 0 4000 LIB ");
-        QCOMPARE(loaded("[TIF]\r\nSpeed = 0"), "1 1 0 0 LIB ");
         QCOMPARE(loaded("[GENERAL]\r\nHostName=\" \tmy host \""), "1 1 0 4000 LIB my host");
     }
 

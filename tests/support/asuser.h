@@ -23,9 +23,14 @@ public:
 
 private:
     static constexpr uid_t kNobody = 65534;
+    /// The way back stays open: that is what the saved user is for.
     static void Become(uid_t user)
     {
-        if (getuid() == 0 && seteuid(user) != 0)
+        uid_t real = 0;
+        uid_t effective = 0;
+        uid_t saved = 0;
+        getresuid(&real, &effective, &saved);
+        if (saved == 0 && setresuid(user, user, 0) != 0)
             qFatal("cannot change the user");
     }
 };

@@ -152,14 +152,11 @@ private slots:
         QCOMPARE(Parsed("wai", " \tAzaZ1a_b9cdef"), "AzaZ|1a|_b9cd|ef");
         QCOMPARE(Parsed("qq", " \"a b\"\"abcd\"\""), "a b|abcd|\"");
         QCOMPARE(Parsed("q", "\"abcde\""), "old|\"abcde\"!\x01");
-        QCOMPARE(Parsed("q", " \"abc"), "old|\"abc!\x01");
         QCOMPARE(Parsed("ll", " \"ab\"\"abcdefgh\"i"), "ab|abcde|i");
         QCOMPARE(Parsed("l", "\"ab\r\n"), "ab\r\n|");
         QCOMPARE(Parsed("l", " x"), "old|x!\x01");
         QCOMPARE(Parsed("hh", " 9f 1Ag"), "159|26|g");
-        QCOMPARE(Parsed("h", "B0"), "175|");
         QCOMPARE(Parsed("h", "0x20"), "77|0x20!Expected a value >= 1a");
-        QCOMPARE(Parsed("h", " g"), "77|g!Expecting a number");
         QCOMPARE(Parsed("H", "10000000000000001"), "4294967295|"); // 1 in 64 bits
         QCOMPARE(
             Parsed("ddd", " 210 -999 -3,"), "210|-210|-3|,"); // min and max act on the magnitude
@@ -167,12 +164,10 @@ private slots:
         QCOMPARE(Parsed("D", "18446744073709551617"), "2147483647|"); // 1 in 64 bits
         QCOMPARE(Parsed("DD", "- -99999999999999999999"), "0|-2147483647|");
         QCOMPARE(Parsed("nnn", " 0xF0-20 0X1"), "240|-20|0|X1");
-        QCOMPARE(Parsed("n", "0xF1"), "77|0xF1!Expected a value <= 240");
         QCOMPARE(Parsed("n", " -21"), "77|-21!Expected a value >= -20");
         QCOMPARE(Parsed("NN", "-9223372036854775809 0xFFFFFFFFFFFFFFFFF"),
             "-9223372036854775808|9223372036854775807|");
         QCOMPARE(Parsed("rrr", " -12.5 ,3.e5"), "-12.5|3|0|e5");
-        QCOMPARE(Parsed("r", ",1"), "0|,1");
         // After the first error nothing more is read.
         QCOMPARE(Parsed("= \n,xwaiqlhHdDnNr", " =1"),
             "old|old|old|old|old|77|77|77|77|77|77|77| =1!Expected '=', got ' '");
