@@ -100,6 +100,7 @@ private slots:
                  std::pair{kBase + 3, "--02 partly not readable"}}) {
             w.target.unreadable = {bad};
             w.window.UpdateFromTarget();
+            w.Settled();
             QCOMPARE(grid->child(2)->text(kName), said);
         }
         const int cells = grid->childCount();
