@@ -182,17 +182,19 @@ private slots:
     {
         const auto records = MakeDeviceRecords();
         DeviceSelection result;
-        QString filters = "\tstm*";
-        QTimer::singleShot(0, this, [] {
-            auto *const dialog
-                = qobject_cast<CDeviceSelectionDialog *>(QApplication::activeModalWidget());
-            auto *const model = dialog->findChild<CTableView *>()->model();
-            QCOMPARE(model->rowCount(), 4);
-            model->setData(model->index(kFilterRow, kCoreColumn), "m4");
-            dialog->OnButtonAcceptClicked();
-        });
-        CDeviceSelectionDialog::Run(result, records.data(), 7, filters, false, "STM32F40");
-        QCOMPARE(filters + result.deviceName, "\tstm*\tm4\t\t\tSTM32F40");
+        for (QString filters : {"\tstm*", ""}) {
+            const QString edited = filters.isEmpty() ? "" : "\tstm*\tm4\t\t\t";
+            QTimer::singleShot(0, this, [] {
+                auto *const dialog
+                    = qobject_cast<CDeviceSelectionDialog *>(QApplication::activeModalWidget());
+                auto *const model = dialog->findChild<CTableView *>()->model();
+                QCOMPARE(model->rowCount(), 4);
+                model->setData(model->index(kFilterRow, kCoreColumn), "m4");
+                dialog->OnButtonAcceptClicked();
+            });
+            CDeviceSelectionDialog::Run(result, records.data(), 7, filters, true, "STM32F40");
+            QCOMPARE(filters + result.deviceName, edited + "STM32F40");
+        }
     }
 
     void sizesAndCoresAreTold()

@@ -30,7 +30,6 @@ a character there: goto FFFFFFF0; click FFFFFFFF.t; type xy; box? -> closed; typ
 
 constexpr const char *kEnds = R"(
 Return: click @34.0; type a; key Return; box? -> closed; written? -> @34:A4
-Tab: click @34.0; type a; key Tab; box? -> closed; written? -> @34:A4
 Escape: click @34.0; type a; key Esc; box? -> closed; written? ->
 a click elsewhere: click @34.0; type a; click @50.1; box? -> closed; written? -> @34:A4
 a jump: click @34.0; type a; jump 20001000; box? -> closed; written? -> @34:A4

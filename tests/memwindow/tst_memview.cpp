@@ -7,7 +7,6 @@ namespace {
 constexpr const char *kMoves = R"(
 down: goto 1000; scroll -3; base? -> 1030; reads? -> 1150+30
 beyond the end: goto 1000; scroll -2000000000; base? -> FFFFFEC0; reads? -> FFFFFEC0+140
-beyond the start: goto 1000; scroll 2000000000; base? -> 0; reads? -> 0+150
 Ctrl+Home: goto 1000; key Ctrl+Home; base? -> 0; reads? -> 0+150
 Ctrl+End: goto 1000; key Ctrl+End; base? -> FFFFFEC0; reads? -> FFFFFEC0+140
 bar, a row on: goto 1000; bar 1; base? -> 1010; reads? -> 1150+10
