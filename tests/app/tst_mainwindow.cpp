@@ -84,12 +84,18 @@ private slots:
             look(&dialog);
         }
         look(std::make_unique<CDeviceSelectionDialog>(nullptr).get());
-        look(std::make_unique<AboutDialog>("Pelimo").get());
+        const AboutDialog about("Pelimo");
+        look(&about);
+        QVERIFY(!about.findChild<QLabel *>("pLabelLogo")->pixmap().isNull());
+        bool isPlaced = false;
         QTimer::singleShot(0, this, [&] {
-            look(QApplication::activeModalWidget());
-            QApplication::activeModalWidget()->close();
+            QWidget *const info = QApplication::activeModalWidget();
+            look(info);
+            isPlaced = info->layout()->indexOf(info->findChild<QPushButton *>()) >= 0;
+            info->close();
         });
         ShowIpInformation(&app.Window());
+        QVERIFY(isPlaced);
         QCOMPARE(faults.join(u'\n'), QString());
         QCOMPARE(looks, 8);
     }

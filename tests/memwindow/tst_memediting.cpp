@@ -8,7 +8,6 @@ constexpr const char *kDigits = R"(
 no digit: click @34.0; type g !; box? -> closed; type =; written? ->
 second digit: click @34.1; type a; box? -> 3A 2; type =; written? -> @34:3A
 first digit: click @34.0; type a; box? -> A4 1; type =; written? -> @34:A4
-lower of two: size 2; click @34.0; type a; box? -> 35A4 3; type =; written? -> @34:A435
 of four: size 4; click @36.1; type a; box? -> 373A3534 4; type =; written? -> @34:34353A37
 the largest value: size 4; click @37.0; type fFfFfFfF; box? -> FFFFFFFF 8; type =;
     written? -> @34:FFFFFFFF
@@ -19,7 +18,6 @@ Backspace opens the box: click @34.1; type <; box? -> 30 1; type =; written? -> 
 into the next row: click @3E.0; type 0123abCD; box? -> CD 2; type =; written? -> @3E:0123ABCD
 through items: size 2; click @37.0; type fedc9876; box? -> 9876 4; type =; written? -> @36:DCFE7698
 characters: click @3E.t; type Ab ~; box? -> closed; type =; written? -> @3E:4162207E
-erased characters: click @3E.t; type Ab<<; box? -> closed; type =; written? -> @3E:410000
 two digits by one: size 2; click @35.0; type a; key Shift+Right; key Shift+Right; type f;
     box? -> AF04 2; type =; written? -> @34:04AF
 at the end of the space: goto FFFFFFF0; click FFFFFFFF.0; type 1234; box? -> 12 2; type =;

@@ -72,7 +72,7 @@ private slots:
             {"Vx NFFFFFFFFFFFFFFFF", "Save", "20000000  FFFFFFFFFFFFFFFF why not"},
             {"Vx Nxyz", "Save", "20000000 20000000 xyz why not"},
             {"Vx Smain", "Save", "main 0000014F 00000150 why not"}, {"VFF", "Fill", all},
-            {"Vffffffff", "Fill", all}, {"VG", "Fill", none}, {"V1000000AB", "Fill", none},
+            {"Vffffffff", "Fill", all}, {"V1000000AB", "Fill", none},
             {"V/tmp ", "Load", "20000000  00000000 why not"}});
     }
 

@@ -7,14 +7,11 @@ namespace {
 constexpr const char *kMoves = R"(
 down: goto 1000; scroll -3; base? -> 1030; reads? -> 1150+30
 beyond the end: goto 1000; scroll -2000000000; base? -> FFFFFEC0; reads? -> FFFFFEC0+140
-Ctrl+Home: goto 1000; key Ctrl+Home; base? -> 0; reads? -> 0+150
 Ctrl+End: goto 1000; key Ctrl+End; base? -> FFFFFEC0; reads? -> FFFFFEC0+140
-bar, a row on: goto 1000; bar 1; base? -> 1010; reads? -> 1150+10
 bar, a page on: goto 1000; bar 3; base? -> 1140; reads? -> 1150+140
 bar, scroll here: goto 1000; slide @5; base? -> @0; reads? -> @0+150
 bar, a drag reads at its end: goto 1000; drag 10 7FFFFFFF 80000000 800003E7 -> 800003E7  ..;
     base? -> 800003E7; reads? -> 800003E7+150
-parts of a notch: goto 1000; wheel view -50 -50; base? -> 1000; reads? ->
 parts add up: goto 1000; wheel view -50 -50 -50 -90; base? -> 1060; reads? -> 1150+30 1180+30
 a turn round clears them: goto 1000; wheel view -110 60 -110; base? -> 1000; reads? ->
 wheel over the bar: goto 1000; wheel pScrollBar -120; base? -> 1030; reads? -> 1150+30
