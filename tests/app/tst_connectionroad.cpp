@@ -82,7 +82,31 @@ private slots:
     void anOpenThatSucceedsTooLateIsNotShown() { OpenTooLate(true); }
     void anOpenThatFailsTooLateIsNotShown() { OpenTooLate(false); }
 
-    /// And many requests are one attempt.
+    void aTargetLostInAPageReadEndsTheReadAndIsReportedOnce()
+    {
+        AppHarness app("[GENERAL]|UseSerialNo = 1|USBSerialNo = 0x03"); // the last that is an index
+        app.StartConnected();
+        QVERIFY(app.TakeCalls().startsWith("SelectUSB 3, Open, "));
+        SOON(app.Action("&Disconnect")->isEnabled());
+        AwaitIdleWorker(); // no earlier check finds the loss
+        app.Hooks().IsConnected = [] { return static_cast<signed char>(0); };
+        app.Hooks().ReadMemEx = [](std::uint32_t, std::uint32_t, void *, std::uint32_t) {
+            // The third failing piece of the page takes until the check has found the loss.
+            const QDeadlineTimer limit(kLimit);
+            while (g_reads == 2 && APP_State().connection.IsConnected() && !limit.hasExpired())
+                std::this_thread::yield();
+            g_reads += limit.hasExpired() ? 100 : 1;
+            return -1;
+        };
+        app.MemoryWindow()->UpdateFromTarget();
+        QVERIFY2(g_reads <= 5, qPrintable(QString::number(g_reads)));
+        SOON(app.MemoryWindow() == nullptr);
+        SOON(app.Action("&Connect")->isEnabled());
+        SOON_COMPARE(app.Boxes(), QStringList("Warning|Target disconnected."));
+    }
+
+private:
+    /// What is out of date is never shown, and many requests are one attempt.
     static void OpenTooLate(bool succeeds)
     {
         AppHarness app;
@@ -127,30 +151,6 @@ private slots:
         SOON(app.Boxes().size() == 2);
     }
 
-    void aTargetLostInAPageReadEndsTheReadAndIsReportedOnce()
-    {
-        AppHarness app("[GENERAL]|UseSerialNo = 1|USBSerialNo = 0x03"); // the last that is an index
-        app.StartConnected();
-        QVERIFY(app.TakeCalls().startsWith("SelectUSB 3, Open, "));
-        SOON(app.Action("&Disconnect")->isEnabled());
-        AwaitIdleWorker(); // no earlier check finds the loss
-        app.Hooks().IsConnected = [] { return static_cast<signed char>(0); };
-        app.Hooks().ReadMemEx = [](std::uint32_t, std::uint32_t, void *, std::uint32_t) {
-            // The third failing piece of the page takes until the check has found the loss.
-            const QDeadlineTimer limit(kLimit);
-            while (g_reads == 2 && APP_State().connection.IsConnected() && !limit.hasExpired())
-                std::this_thread::yield();
-            g_reads += limit.hasExpired() ? 100 : 1;
-            return -1;
-        };
-        app.MemoryWindow()->UpdateFromTarget();
-        QVERIFY2(g_reads <= 5, qPrintable(QString::number(g_reads)));
-        SOON(app.MemoryWindow() == nullptr);
-        SOON(app.Action("&Connect")->isEnabled());
-        SOON_COMPARE(app.Boxes(), QStringList("Warning|Target disconnected."));
-    }
-
-private:
     /// Waits until the worker has done all its jobs.
     static void AwaitIdleWorker()
     {

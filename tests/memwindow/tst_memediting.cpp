@@ -8,6 +8,7 @@ constexpr const char *kDigits = R"(
 no digit: click @34.0; type g !; box? -> closed; type =; written? ->
 second digit: click @34.1; type a; box? -> 3A 2; type =; written? -> @34:3A
 first digit: click @34.0; type a; box? -> A4 1; type =; written? -> @34:A4
+two, big-endian: size 2; big; click @34.0; type a; box? -> A435 1; type =; written? -> @34:A435
 of four: size 4; click @36.1; type a; box? -> 373A3534 4; type =; written? -> @34:34353A37
 the largest value: size 4; click @37.0; type fFfFfFfF; box? -> FFFFFFFF 8; type =;
     written? -> @34:FFFFFFFF

@@ -8,7 +8,6 @@ constexpr const char *kMoves = R"(
 down: goto 1000; scroll -3; base? -> 1030; reads? -> 1150+30
 beyond the end: goto 1000; scroll -2000000000; base? -> FFFFFEC0; reads? -> FFFFFEC0+140
 Ctrl+End: goto 1000; key Ctrl+End; base? -> FFFFFEC0; reads? -> FFFFFEC0+140
-bar, a page on: goto 1000; bar 3; base? -> 1140; reads? -> 1150+140
 bar, scroll here: goto 1000; slide @5; base? -> @0; reads? -> @0+150
 bar, a drag reads at its end: goto 1000; drag 10 7FFFFFFF 80000000 800003E7 -> 800003E7  ..;
     base? -> 800003E7; reads? -> 800003E7+150

@@ -148,9 +148,12 @@ private slots:
         QCOMPARE(Parsed("=", " ="), " =!Expected '=', got ' '");
         QCOMPARE(Parsed("x", "0X1"), "0X1!Expected \"0x\"");
         QCOMPARE(Parsed("\n", "a b\r\n\n\rc"), "c");
+        QCOMPARE(Parsed(",,h", " \t,g"), "77|g!Expecting a number");
         QCOMPARE(Parsed("wai", " \tAzaZ1a_b9cdef"), "AzaZ|1a|_b9cd|ef");
         QCOMPARE(Parsed("qq", " \"a b\"\"abcd\"\""), "a b|abcd|\"");
         QCOMPARE(Parsed("q", "\"abcde\""), "old|\"abcde\"!\x01");
+        QCOMPARE(Parsed("q", " \"abc"), "old|\"abc!\x01");
+        QCOMPARE(Parsed("l", " x"), "old|x!\x01");
         QCOMPARE(Parsed("ll", " \"ab\"\"abcdefgh\"i"), "ab|abcde|i");
         QCOMPARE(Parsed("l", "\"ab\r\n"), "ab\r\n|");
         QCOMPARE(Parsed("hh", " 9f 1Ag"), "159|26|g");
@@ -162,6 +165,7 @@ private slots:
         QCOMPARE(Parsed("D", "18446744073709551617"), "2147483647|"); // 1 in 64 bits
         QCOMPARE(Parsed("DD", "- -99999999999999999999"), "0|-2147483647|");
         QCOMPARE(Parsed("nnn", " 0xF0-20 0X1"), "240|-20|0|X1");
+        QCOMPARE(Parsed("n", "0xF1"), "77|0xF1!Expected a value <= 240");
         QCOMPARE(Parsed("n", " -21"), "77|-21!Expected a value >= -20");
         QCOMPARE(Parsed("NN", "-9223372036854775809 0xFFFFFFFFFFFFFFFFF"),
             "-9223372036854775808|9223372036854775807|");
